@@ -1,0 +1,158 @@
+#include "platform/mail.h"
+
+#include <array>
+#include <string_view>
+
+#include "child.h"
+#include "platform/text.h"
+#include "store.h"
+
+struct MailHandle {};
+
+namespace {
+
+constexpr const char* kSendmail = "/usr/sbin/sendmail";
+constexpr ChildLimit kMailLimit = std::chrono::seconds(10);  // a mail program queues and returns
+
+/// Bytes of one encoded word: 42 give 56 characters, so that with its frame it stays within the 75
+/// that the mail standard allows an encoded word.
+constexpr std::size_t kEncodedWordBytes = 42;
+
+MailHandle opened;
+
+void initialise(MailRecord& record) {
+  record = MailRecord{kMissingValue, kMissingValue, kMissingValue,
+                      kMissingValue, kMissingValue, kMissingValue};
+}
+
+void initialise_record(MailRecord& record, int /*reserved*/) {
+  initialise(record);
+}
+
+MailHandle* open_record(MailRecord& record, const std::string& /*caller*/, int /*reserved*/) {
+  const std::array<std::string*, 6> fields{&record.field1, &record.field2, &record.field3,
+                                           &record.field4, &record.field5, &record.field6};
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    *fields[i] = store_text("mail", M("field%zu", i + 1)).value_or(kMissingValue);
+  }
+  return &opened;
+}
+
+void release(MailHandle* /*handle*/) {}
+
+MailSettings service{initialise, initialise_record, open_record, release};
+
+bool is_plain(std::string_view text) {
+  for (const char letter : text) {
+    if (letter < ' ' || letter > '~') {
+      return false;
+    }
+  }
+  return text.find("=?") == std::string_view::npos;
+}
+
+std::size_t utf8_length(std::string_view text, std::size_t at) {
+  const auto byte = [&](std::size_t i) {
+    return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
+  };
+  const unsigned int first = byte(at);
+  const std::size_t length = first < 0x80                     ? 1
+                             : first >= 0xC2 && first <= 0xDF ? 2
+                             : (first & 0xF0) == 0xE0         ? 3
+                             : first >= 0xF0 && first <= 0xF4 ? 4
+                                                              : 0;
+  for (std::size_t i = 1; i < length; ++i) {
+    if ((byte(at + i) & 0xC0) != 0x80) {
+      return 0;
+    }
+  }
+  return length;
+}
+
+bool is_utf8(std::string_view text) {
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t length = utf8_length(text, at);
+    if (length == 0) {
+      return false;
+    }
+    at += length;
+  }
+  return true;
+}
+
+std::string base64(std::string_view bytes) {
+  static constexpr std::string_view kDigits =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string text;
+  for (std::size_t i = 0; i < bytes.size(); i += 3) {
+    const std::string_view group = bytes.substr(i, 3);
+    unsigned int bits = 0;
+    for (std::size_t k = 0; k < 3; ++k) {
+      bits = bits << 8U | (k < group.size() ? static_cast<unsigned char>(group[k]) : 0U);
+    }
+    for (std::size_t k = 0; k < 4; ++k) {
+      text += k <= group.size() ? kDigits[bits >> (18U - 6U * k) & 63U] : '=';
+    }
+  }
+  return text;
+}
+
+/// `text` as the value of a header: plain text as it is, anything else as encoded words (RFC 2047),
+/// which hold no line end. Bytes that are no UTF-8 are taken for Latin-1.
+std::string header_text(std::string_view text) {
+  if (is_plain(text)) {
+    return std::string(text);
+  }
+  const bool utf8 = is_utf8(text);
+  std::string value;
+  while (!text.empty()) {
+    std::size_t length = 0;
+    while (length < text.size()) {
+      const std::size_t next = utf8 ? utf8_length(text, length) : 1;
+      if (length + next > kEncodedWordBytes) {
+        break;
+      }
+      length += next;
+    }
+    value = my_string(std::move(value), "%s=?%s?B?%s?=", value.empty() ? "" : "\r\n ",
+                      utf8 ? "UTF-8" : "ISO-8859-1", base64(text.substr(0, length)).c_str());
+    text.remove_prefix(length);
+  }
+  return value;
+}
+
+/// An address as it may stand in a header: everything from the first line end on is dropped.
+std::string address(const std::string& text) {
+  return text.substr(0, text.find_first_of("\r\n"));
+}
+
+}  // namespace
+
+MailSettings* setting_register() {
+  return &service;
+}
+
+void setting_unregister(MailSettings* /*settings*/) {}
+
+int my_buildMailAndSend(int /*reserved1*/, const std::string& field1, const std::string& to,
+                        int /*reserved2*/, const std::string& subject, const std::string& body,
+                        int /*reserved3*/, int /*reserved4*/,
+                        const std::optional<std::string>& /*field5*/,
+                        const std::optional<std::string>& /*field6*/,
+                        const std::string& /*field2*/) {
+  std::string message;
+  if (!field1.empty() && field1 != kMissingValue) {
+    message = my_string(std::move(message), "From: %s\r\n", address(field1).c_str());
+  }
+  message = my_string(std::move(message),
+                      "To: %s\r\n"
+                      "Subject: %s\r\n"
+                      "MIME-Version: 1.0\r\n"
+                      "Content-Type: text/plain; charset=%s\r\n"
+                      "Content-Transfer-Encoding: 8bit\r\n"
+                      "\r\n",
+                      address(to).c_str(), header_text(subject).c_str(),
+                      is_utf8(body) ? "UTF-8" : "ISO-8859-1");
+  message += body;
+  return run_child({kSendmail, "-oi", "-t"}, message, kMailLimit) == 0 ? 0 : -1;
+}

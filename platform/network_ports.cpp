@@ -1,0 +1,32 @@
+#include "platform/network_ports.h"
+
+#include <cstdlib>
+
+#include "platform/text.h"
+#include "store.h"
+
+std::optional<PortRecord> interface_read_shm(int port) {
+  const std::string section = M("port %d", port);
+  const std::optional<std::string> name = store_text(section, "name");
+  const std::optional<std::string> bridge = store_text(section, "bridge");
+  const std::optional<std::string> mode = store_text(section, "mode");
+  if (!name && !bridge && !mode) {
+    return std::nullopt;
+  }
+  const auto number = [](const std::optional<std::string>& text) {
+    return text ? static_cast<int>(std::strtol(text->c_str(), nullptr, 10)) : 0;
+  };
+  return PortRecord{name.value_or(""), number(bridge), number(mode)};
+}
+
+std::optional<std::string> my_cgi_encrypt_BigEndian(std::string_view text) {
+  // No cipher: the bytes as hexadecimal digits, the high half of each byte first. An appliance
+  // whose receivers expect an enciphered body links a platform library of its own.
+  std::string body;
+  body.reserve(text.size() * 2);
+  for (const char byte : text) {
+    body = my_string(std::move(body), "%02x",
+                     static_cast<unsigned int>(static_cast<unsigned char>(byte)));
+  }
+  return body;
+}

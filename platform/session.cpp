@@ -1,0 +1,158 @@
+#include "session.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "wait_budget.h"
+
+namespace {
+
+constexpr const char* kOptionFile = "/etc/ap-run/database.cnf";
+constexpr const char* kOptionGroup = "ap-run";
+
+/// How far statements may run ahead of their answers. The server may stop reading while it waits to
+/// hand out rows; as long as what it has not read fits into a socket's smallest buffers, sending
+/// never waits for it and the two sides cannot block each other.
+constexpr std::size_t kMostSentAhead = 32;
+constexpr std::size_t kMostBytesSentAhead = 16'384;
+
+/// Errors from here on are the client library's own: the connection is gone or out of step. Below
+/// are the server's, which concern one statement.
+constexpr unsigned int kFirstClientError = 2000;
+constexpr unsigned int kLastClientError = 2999;
+
+void set_options(MYSQL* mysql) {
+  const auto seconds = [](WaitTime limit) {
+    return static_cast<unsigned int>(std::chrono::ceil<std::chrono::seconds>(limit).count());
+  };
+  const unsigned int connect_seconds = seconds(std::min(kConnectLimit, wait_budget_left()));
+  const unsigned int answer_seconds = seconds(kAnswerLimit);
+  const unsigned int off = 0;
+  if (access(kOptionFile, R_OK) == 0) {
+    mysql_options(mysql, MYSQL_READ_DEFAULT_FILE, kOptionFile);
+    mysql_options(mysql, MYSQL_READ_DEFAULT_GROUP, kOptionGroup);
+  }
+  // Every byte is a character in latin1, so any SSID passes, and unlike on binary strings UPPER
+  // works. The option file is read later and may name another.
+  mysql_options(mysql, MYSQL_SET_CHARSET_NAME, "latin1");
+  mysql_options(mysql, MYSQL_OPT_CONNECT_TIMEOUT, &connect_seconds);
+  mysql_options(mysql, MYSQL_OPT_READ_TIMEOUT, &answer_seconds);
+  mysql_options(mysql, MYSQL_OPT_WRITE_TIMEOUT, &answer_seconds);
+  mysql_options(mysql, MYSQL_OPT_LOCAL_INFILE, &off);
+}
+
+}  // namespace
+
+std::unique_ptr<MySession> MySession::connect() {
+  MYSQL* mysql = mysql_init(nullptr);
+  if (mysql == nullptr) {
+    return nullptr;
+  }
+  set_options(mysql);
+  const WaitTime limit = std::min(kConnectLimit, wait_budget_left());
+  const auto start = std::chrono::steady_clock::now();
+  bool connected = false;
+  {
+    const BudgetedWait wait(-1);
+    connected =
+        mysql_real_connect(mysql, nullptr, nullptr, nullptr, nullptr, 0, nullptr, 0) != nullptr;
+  }
+  if (!connected) {
+    if (std::chrono::steady_clock::now() - start >= limit) {
+      wait_budget_end();
+    }
+    mysql_close(mysql);
+    return nullptr;
+  }
+  std::unique_ptr<MySession> session(new MySession(mysql));
+  fcntl(session->socket(), F_SETFD, FD_CLOEXEC);
+  // With an empty mode the zero datetime, clamping and truncation behave the same on every server.
+  session->send("SET SESSION sql_mode=''");
+  return session;
+}
+
+MySession::~MySession() {
+  mysql_close(mysql_);
+}
+
+int MySession::socket() const {
+  return static_cast<int>(mysql_get_socket(mysql_));
+}
+
+MyTicket MySession::send(std::string_view statement) {
+  while (!lost_ && !sent_.empty() &&
+         (sent_.size() >= kMostSentAhead || sent_bytes_ + statement.size() > kMostBytesSentAhead)) {
+    collect_one();
+  }
+  if (lost_) {
+    return 0;
+  }
+  const BudgetedWait wait(socket());
+  if (mysql_send_query(mysql_, statement.data(), static_cast<unsigned long>(statement.size())) !=
+      0) {
+    lose();
+    return 0;
+  }
+  sent_.push_back({++last_ticket_, statement.size()});
+  sent_bytes_ += statement.size();
+  return last_ticket_;
+}
+
+void MySession::collect_one() {
+  const Sent next = sent_.front();
+  sent_.pop_front();
+  sent_bytes_ -= next.bytes;
+
+  const BudgetedWait wait(socket());
+  last_insert_id_ = 0;
+  bool failed = mysql_read_query_result(mysql_) != 0;
+  if (!failed && mysql_field_count(mysql_) > 0) {
+    if (MYSQL_RES* rows = mysql_store_result(mysql_); rows != nullptr) {
+      kept_.push_back({next.ticket, std::make_unique<MyResult>(rows)});
+    } else {
+      failed = true;
+    }
+  } else if (!failed) {
+    last_insert_id_ = mysql_insert_id(mysql_);
+  }
+  const unsigned int error = failed ? mysql_errno(mysql_) : 0;
+  if (error >= kFirstClientError && error <= kLastClientError) {
+    lose();
+  }
+}
+
+MyResult* MySession::take_rows(MyTicket ticket) {
+  while (!sent_.empty() && sent_.front().ticket <= ticket) {
+    collect_one();
+  }
+  const auto found = std::find_if(kept_.begin(), kept_.end(),
+                                  [&](const Kept& kept) { return kept.ticket == ticket; });
+  if (found == kept_.end()) {
+    return nullptr;
+  }
+  MyResult* rows = found->rows.release();
+  kept_.erase(found);
+  return rows;
+}
+
+void MySession::settle() {
+  while (!sent_.empty()) {
+    collect_one();
+  }
+}
+
+void MySession::lose() {
+  lost_ = true;
+  sent_.clear();
+  sent_bytes_ = 0;
+  last_insert_id_ = 0;
+}
+
+bool MySession::alive() const {
+  // Nothing is outstanding, so the only thing to come from the server is its farewell.
+  pollfd incoming{socket(), POLLIN, 0};
+  return !lost_ && poll(&incoming, 1, 0) == 0;
+}

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <mysql.h>
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "platform/database.h"
+
+struct MyResult {
+  MYSQL_RES* rows = nullptr;
+
+  explicit MyResult(MYSQL_RES* stored) : rows(stored) {}
+  ~MyResult() { mysql_free_result(rows); }
+  MyResult(const MyResult&) = delete;
+  MyResult& operator=(const MyResult&) = delete;
+};
+
+/// One connection to the server. Statements are sent ahead of their answers; answers come back in
+/// the order of the statements, and rows that nobody has asked for yet are kept under their ticket.
+struct MySession {
+ public:
+  /// A connected session, or null. Counts as waiting for the database.
+  static std::unique_ptr<MySession> connect();
+
+  ~MySession();
+  MySession(const MySession&) = delete;
+  MySession& operator=(const MySession&) = delete;
+
+  /// Sends `statement`; 0 when the connection is lost.
+  MyTicket send(std::string_view statement);
+
+  /// Collects answers up to and with the one to `ticket`; its rows, or null.
+  MyResult* take_rows(MyTicket ticket);
+
+  /// Collects every outstanding answer.
+  void settle();
+
+  /// Drops what nobody took, so that the next holder starts clean.
+  void forget_rows() { kept_.clear(); }
+
+  /// Whether the server is still there, as far as can be told without asking it.
+  bool alive() const;
+
+  std::uint64_t last_insert_id() const { return last_insert_id_; }
+  MYSQL* handle() const { return mysql_; }
+
+  bool held = false;  // by an operation, between my_mysql_connect and my_mysql_close
+
+ private:
+  struct Sent {
+    MyTicket ticket;
+    std::size_t bytes;
+  };
+  struct Kept {
+    MyTicket ticket;
+    std::unique_ptr<MyResult> rows;
+  };
+
+  explicit MySession(MYSQL* connected) : mysql_(connected) {}
+
+  void collect_one();
+  void lose();
+  int socket() const;
+
+  MYSQL* mysql_;
+  std::deque<Sent> sent_;
+  std::size_t sent_bytes_ = 0;
+  std::vector<Kept> kept_;
+  MyTicket last_ticket_ = 0;
+  std::uint64_t last_insert_id_ = 0;
+  bool lost_ = false;
+};

@@ -1,0 +1,76 @@
+-- CONNTRACK_LOG_YYYYMMDD: the connection log, one database a day (local time).
+-- The procedure AP_INFO.make_connection_log makes the database of a given day.
+-- It is called here for today and tomorrow, and by an event for the days to
+-- come. Days of the past stay until somebody drops them.
+-- How to apply, and what holds in every file: see 10-ap-info.sql.
+--
+-- The event needs a running event scheduler. This file starts it; so that it
+-- also runs after a restart of the server, the server's configuration needs
+--
+--     [mariadbd]
+--     event_scheduler = ON
+
+SET NAMES latin1;
+
+-- The procedure and the event keep this sql_mode.
+SET SESSION sql_mode = '';
+
+DELIMITER //
+
+-- Makes the database of day `log_day` and its table, where they are missing.
+CREATE OR REPLACE PROCEDURE `AP_INFO`.`make_connection_log` (IN `log_day` DATE)
+  MODIFIES SQL DATA
+  COMMENT 'makes CONNTRACK_LOG_YYYYMMDD.ap_controller of one day where it is missing'
+BEGIN
+  DECLARE `log_name` VARCHAR(64) DEFAULT DATE_FORMAT(`log_day`, 'CONNTRACK_LOG_%Y%m%d');
+
+  EXECUTE IMMEDIATE CONCAT(
+    'CREATE DATABASE IF NOT EXISTS `', `log_name`, '`',
+    ' CHARACTER SET latin1 COLLATE latin1_swedish_ci');
+
+  EXECUTE IMMEDIATE CONCAT(
+    'CREATE TABLE IF NOT EXISTS `', `log_name`, '`.`ap_controller` (',
+    ' `STime` DATETIME NOT NULL DEFAULT ''0000-00-00 00:00:00''',
+    '  COMMENT ''time of the event, local time'',',
+    ' `Program` VARCHAR(31) NOT NULL DEFAULT ''''',
+    '  COMMENT ''program that wrote the row'',',
+    ' `Type` INT NOT NULL DEFAULT 0',
+    '  COMMENT ''kind of connection log, 11 is the AP controller'',',
+    ' `Msg` TEXT NOT NULL DEFAULT ''''',
+    '  COMMENT ''message'',',
+    -- The log is read by time. Not unique: one second may hold many events.
+    ' KEY `stime` (`STime`)',
+    ' ) ENGINE=InnoDB ROW_FORMAT=DYNAMIC',
+    ' DEFAULT CHARACTER SET latin1 COLLATE latin1_swedish_ci',
+    ' COMMENT=''connection log of the AP controller, one day''');
+END//
+
+DELIMITER ;
+
+CALL `AP_INFO`.`make_connection_log`(CURRENT_DATE);
+CALL `AP_INFO`.`make_connection_log`(CURRENT_DATE + INTERVAL 1 DAY);
+
+DELIMITER //
+
+-- Makes today's and tomorrow's database. Hourly, although once a day would do:
+-- a gateway that was switched off at the hour of a daily run would have no
+-- database until the next one, and the rows of that day would be lost.
+BEGIN NOT ATOMIC
+  -- A server that was started with its scheduler disabled refuses both statements
+  -- (1290, 1577) and gets the two days above only.
+  DECLARE EXIT HANDLER FOR 1290, 1577
+    SELECT 'event scheduler disabled: only two days of the connection log made' AS `note`;
+
+  SET GLOBAL event_scheduler = ON;
+  EXECUTE IMMEDIATE '
+    CREATE OR REPLACE EVENT `AP_INFO`.`connection_log_days`
+      ON SCHEDULE EVERY 1 HOUR STARTS ''2024-01-01 00:05:00''
+      ON COMPLETION PRESERVE
+      COMMENT ''makes the connection-log databases of today and tomorrow''
+      DO BEGIN
+        CALL `AP_INFO`.`make_connection_log`(CURRENT_DATE);
+        CALL `AP_INFO`.`make_connection_log`(CURRENT_DATE + INTERVAL 1 DAY);
+      END';
+END//
+
+DELIMITER ;

@@ -1,0 +1,9 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// `text` as one word of a shell command line: as it is when it is made of A-Z a-z 0-9 . _ : / + @
+/// % = , - alone and not empty, else between single quotes. Quoting is only for what the shell
+/// gets; traces show the value as it is.
+std::string shell_word(std::string_view text);

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+// Numbers as they stand in column texts and arguments: base 10, leading blanks and a sign allowed,
+// read up to the first other character. A text without digits is 0; a number beyond 64 bits is the
+// nearest that fits.
+
+std::int64_t decimal(std::string_view text);
+
+/// The low bits of `value` that fit into `Narrow`: where a record's field is narrower than the
+/// number read for it, the number wraps.
+template <typename Narrow, typename Wide>
+constexpr Narrow cut_to(Wide value) {
+  return static_cast<Narrow>(value);
+}
+
+/// `decimal` cut to 32 bits, the width of serial numbers and counts.
+inline int decimal_int(std::string_view text) {
+  return cut_to<int>(decimal(text));
+}

@@ -1,0 +1,41 @@
+#include "db/schema.h"
+
+extern "C" {
+const char* const AP_INFO_TABLE[9] = {"ap_list",     "mac_list", "history",
+                                      "mac_lookup",  "ap_group", "ap_profile",
+                                      "client_name", "ap_wired", "app_login"};
+
+const char* const CONNTRACK_LOG_TABLE[12] = {
+    "pppoe",        "pptp_server",       "pptp_client",      "dhcp_client",
+    "dhcp",         "ipsec_vpn",         "web_vpn",          "sent_mail_out",
+    "sent_mail_in", "received_mail_out", "received_mail_in", "ap_controller"};
+
+char entry_num[2000];
+char icons_path[128];
+char html_fmt[6000];
+}
+
+const char* table_name(InfoTable table) {
+  return AP_INFO_TABLE[static_cast<std::size_t>(table)];
+}
+
+void create_client_table(Connection& db, int sn) {
+  db.run(untraced,
+         "CREATE TABLE IF NOT EXISTS `%s`.`AP_%03d` ("
+         " `mac` CHAR(18) NOT NULL DEFAULT '00:00:00:00:00:00',"
+         " `stime` TIMESTAMP NULL DEFAULT CURRENT_TIMESTAMP,"
+         " `utime` DATETIME NOT NULL DEFAULT '0000-00-00 00:00:00',"
+         " `ssid` INT UNSIGNED DEFAULT 0,"
+         " `aid` INT UNSIGNED DEFAULT 0,"
+         " `channel` TINYINT UNSIGNED DEFAULT 0,"
+         " `tx_rate` VARCHAR(20) NOT NULL DEFAULT '',"
+         " `rx_rate` VARCHAR(20) NOT NULL DEFAULT '',"
+         " `rssi` INT DEFAULT 0,"
+         " `idle` INT UNSIGNED DEFAULT 0,"
+         " `tx_seq` INT UNSIGNED DEFAULT 0,"
+         " `rx_seq` INT UNSIGNED DEFAULT 0,"
+         " `confirm` TINYINT(1) DEFAULT 1,"
+         " PRIMARY KEY(mac), INDEX(rssi, idle), INDEX(confirm)"
+         " ) ENGINE=MyISAM ROW_FORMAT=FIXED;",
+         AP_CLIENT, sn);
+}

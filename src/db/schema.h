@@ -1,0 +1,45 @@
+#pragma once
+
+#include "db/connection.h"
+
+// The databases and the tables whose names the program exports. Every statement names its database
+// explicitly, in front of the table and joined to it by a point.
+
+inline constexpr const char* AP_INFO = "AP_INFO";                // registry and SSID profiles
+inline constexpr const char* AP_CLIENT = "AP_CLIENT";            // stations, radios, blocks, mesh
+inline constexpr const char* AP_POOR_CLIENT = "AP_POOR_CLIENT";  // poorly served stations
+inline constexpr const char* AP_USER = "AP_USER";                // app users and device names
+inline constexpr const char* CONNTRACK_LOG = "CONNTRACK_LOG";    // dated: CONNTRACK_LOG_20260131
+
+/// `Status` of ap_list.
+inline constexpr int kNotConnected = 0;
+inline constexpr int kConnected = 1;
+
+/// `action` of ap_list: what has been ordered for an AP.
+enum class ApAction { none = 0, reboot = 1, update = 2 };
+
+/// An AP's address while it is away or an action is pending.
+inline constexpr const char* kNoAddress = "0.0.0.0";
+
+/// Index into CONNTRACK_LOG_TABLE of the log of the AP controller, the only one written here.
+inline constexpr int kApControllerLog = 11;
+
+// Data objects that the platform's libraries look up in the running program, under these names. The
+// three buffers are zero-filled and not used here.
+extern "C" {
+extern const char* const AP_INFO_TABLE[9];
+extern const char* const CONNTRACK_LOG_TABLE[12];
+extern char entry_num[2000];
+extern char icons_path[128];
+extern char html_fmt[6000];
+}
+
+/// Entries of AP_INFO_TABLE that the program uses.
+enum class InfoTable { ap_list = 0, ap_profile = 5, client_name = 6, app_login = 8 };
+
+/// The table's name as AP_INFO_TABLE has it.
+const char* table_name(InfoTable table);
+
+/// Makes the table of the stations of AP `sn` (0: an unknown AP), AP_CLIENT.AP_<sn>, unless it is
+/// there.
+void create_client_table(Connection& db, int sn);

@@ -1,0 +1,77 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include "entry/command.h"
+#include "entry/personalities.h"
+
+namespace {
+
+struct Personality {
+  std::string_view name;
+  void (*run)(int argc, char** argv);
+};
+
+constexpr std::array<Personality, 4> kPersonalities{{
+    {"ap-up", up},
+    {"ap-down", down},
+    {"ap-history", history},
+    {"ap-command", [](int argc, char** argv) { command(argc - 1, argv + 1); }},
+}};
+
+/// The last component of the name under which the program was started.
+std::string_view invocation_name(const char* path) {
+  const char* slash = std::strrchr(path, '/');
+  return slash == nullptr ? path : slash + 1;
+}
+
+/// Gives the process the same surroundings whoever starts it. A file must not be opened under the
+/// number of a standard descriptor that came closed; an inherited signal setting must not end us at
+/// a broken pipe or hide that a child has ended; no variable may lead the shell or the database
+/// client elsewhere.
+void settle_surroundings() {
+  for (int standard = STDIN_FILENO; standard <= STDERR_FILENO; ++standard) {
+    if (fcntl(standard, F_GETFD) < 0) {
+      open("/dev/null", O_RDWR);  // takes the lowest free number, which is this one
+    }
+  }
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGCHLD, SIG_DFL);
+  std::signal(SIGALRM, SIG_DFL);
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+
+  setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1);
+  for (const char* name : {"IFS", "ENV", "BASH_ENV", "MYSQL_UNIX_PORT", "MYSQL_TCP_PORT",
+                           "MYSQL_HOME", "MARIADB_HOME", "MYSQL_GROUP_SUFFIX"}) {
+    unsetenv(name);
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2) {
+    return 0;
+  }
+  const std::string_view name = invocation_name(argv[0]);
+  for (const Personality& personality : kPersonalities) {
+    if (name == personality.name) {
+      try {
+        settle_surroundings();
+        personality.run(argc, argv);
+      } catch (...) {
+        // Nothing of ours throws. Should memory run out, the event is lost, not the controller's
+        // trust in our exit status.
+      }
+      break;
+    }
+  }
+  return 0;
+}

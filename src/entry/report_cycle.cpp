@@ -1,0 +1,114 @@
+#include "entry/report_cycle.h"
+
+#include <unistd.h>
+
+#include <ctime>
+#include <optional>
+
+#include "control/command_file.h"
+#include "db/connection.h"
+#include "db/decimal.h"
+#include "db/schema.h"
+#include "entry/lock_file.h"
+#include "entry/trace_log.h"
+#include "platform/controller.h"
+#include "platform/files.h"
+#include "platform/settings.h"
+#include "reports/report.h"
+#include "reports/system_status.h"
+
+namespace {
+
+constexpr const char* kOperation = "command";
+constexpr const char* kKeepReports = "/database/ap/radar/debug";
+constexpr std::size_t kLongestPath = 255;
+
+constexpr int kAutoRfSetting = 91;  // 0: off
+
+/// Registers the AP when the registry does not know it, with the defaults of a new AP.
+void register_unknown_ap(const std::string& ip, const std::string& mac) {
+  Connection db(mac);
+  if (!db) {
+    return;
+  }
+  const Rows known =
+      db.ask(Step(kOperation), "SELECT `SN`, `IP` FROM `%s`.`ap_list` WHERE `MAC`=UPPER('%s')",
+             AP_INFO, mac.c_str())
+          .rows();
+  if (!known || known.count() > 0) {
+    return;
+  }
+  const std::string profiles = sql_text(getDefaultProfileSN());
+  db.run(Step(kOperation),
+         "INSERT INTO `%s`.`ap_list` (`STime`, `ETime`, `Name`, `IP`, `MAC`, `Status`, `pf_id`, "
+         "`5G_pf_id`, `wired_id`) VALUES(NOW(), '0000-00-00 00:00:00', '%s', '%s', UPPER('%s'), "
+         "%d, '%s', '%s', '%s')",
+         AP_INFO, mac.c_str(), sql_text(ip).c_str(), mac.c_str(), kConnected, profiles.c_str(),
+         profiles.c_str(), sql_text(getDefaultApWired()).c_str());
+  const int sn = cut_to<int>(db.insert_id());
+  if (sn != 0) {
+    ap_sync_host(sn);
+    setRemote(1, 0, sn, 0);
+    create_client_table(db, sn);
+  }
+}
+
+/// An AP that reports is there, whatever the registry says.
+void mark_connected(const std::string& mac) {
+  Connection db(mac);
+  if (!db) {
+    return;
+  }
+  db.run(Step(kOperation),
+         "UPDATE `%s`.`ap_list` SET `Status`=%d, `STime`=NOW(), `ETime`='0000-00-00 00:00:00' "
+         "WHERE `MAC`=UPPER('%s') AND `Status`=%d",
+         AP_INFO, kConnected, mac.c_str(), kNotConnected);
+}
+
+void store_report(const std::string& path, const std::string& mac) {
+  const std::optional<Report> report = Report::load(path, mac);
+  if (!report) {
+    return;
+  }
+  ap_system_parse(mac, *report);
+  mark_connected(mac);
+}
+
+void remove_report(const std::string& path) {
+  if (access(kKeepReports, F_OK) != 0) {
+    my_rm("%s", path.c_str());
+  }
+}
+
+/// The lines of the command that answers the report.
+std::string command_lines() {
+  std::string lines;
+  if (RI(kAutoRfSetting) == 0) {
+    lines = my_string(std::move(lines), "autoRF=0\n");
+  }
+  return my_string(std::move(lines), "time=%lu\n", static_cast<unsigned long>(std::time(nullptr)));
+}
+
+void work_off(const std::string& path, const std::string& ip, const std::string& mac) {
+  register_unknown_ap(ip, mac);
+  store_report(path, mac);
+  remove_report(path);
+  const std::string lines = command_lines();
+  ap_debug_log({kOperation, mac}, "[%s] cmd_content: %s", mac.c_str(), lines.c_str());
+  ap_conf_set(lines, mac, std::nullopt);
+}
+
+}  // namespace
+
+void report_cycle(const std::string& path, const std::string& ip, const std::string& mac) {
+  if (ap_lock_take(mac) == Lock::held_by_another) {
+    return;
+  }
+  ap_debug_log({kOperation, mac}, "=====START parsing %s data=====", mac.c_str());
+  const std::string report = path.substr(0, kLongestPath);
+  if (isRegularFile(report)) {
+    work_off(report, ip, mac);
+  }
+  ap_debug_log({kOperation, mac}, "=====END parsing %s data=====\n\n", mac.c_str());
+  ap_lock_remove(mac);
+}

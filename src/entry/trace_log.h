@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+
+#include "platform/text.h"
+
+// The trace log: what an administrator reads to see what was decided for an AP, and why.
+//
+// A line goes to the system log (priority debug) while the directory /database/ap/debug exists, and
+// besides to the file /database/ap/debug/<key> while that file exists. The program neither makes
+// nor removes either. Without the directory a call formats nothing.
+
+/// The place that a trace line speaks for: the operation's name, the key (nearly always the AP's
+/// MAC as the controller passed it; null for none) and the source line.
+struct TraceSite {
+  const char* operation;
+  const char* key;
+  int line;
+
+  TraceSite(const char* operation_name, const char* trace_key, int source_line = __builtin_LINE())
+      : operation(operation_name), key(trace_key), line(source_line) {}
+
+  /// `trace_key` has to outlive the call.
+  TraceSite(const char* operation_name, const std::string& trace_key,
+            int source_line = __builtin_LINE())
+      : TraceSite(operation_name, trace_key.c_str(), source_line) {}
+};
+
+/// Writes one trace line, formatted as printf does. A key that holds a slash names no file. Never
+/// fails: what cannot be written is dropped.
+void ap_debug_log(const char* function_name, int line, const char* key, const char* format, ...)
+    AP_PRINTF(4, 5);
+void ap_debug_log(const TraceSite& site, const char* format, ...) AP_PRINTF(2, 3);

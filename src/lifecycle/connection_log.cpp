@@ -1,0 +1,46 @@
+#include "lifecycle/connection_log.h"
+
+#include <string_view>
+
+#include "db/schema.h"
+#include "entry/trace_log.h"
+#include "platform/settings.h"
+#include "platform/shell.h"
+
+namespace {
+
+constexpr const char* kProgram = "ap-run";
+constexpr int kPrioritySetting = 121;
+
+/// `text` for between the double quotes of a shell line: what means something to the shell there is
+/// marked as text.
+std::string within_double_quotes(std::string_view text) {
+  std::string quoted;
+  for (const char letter : text) {
+    if (std::string_view("\\\"$`").find(letter) != std::string_view::npos) {
+      quoted += '\\';
+    }
+    quoted += letter;
+  }
+  return quoted;
+}
+
+}  // namespace
+
+void ap_connection_log(Connection& db, const std::optional<std::string>& message, int type) {
+  if (!message) {
+    return;
+  }
+  if (const std::optional<std::string> escaped = my_sqlescape(*message)) {
+    db.run(Step("ap_connection_log"),
+           "INSERT INTO `%s_%s`.`%s` (`STime`, `Program`, `Type`, `Msg`) "
+           "VALUES (NOW(), '%s', %d, '%s')",
+           CONNTRACK_LOG, my_getDate(0).c_str(), CONNTRACK_LOG_TABLE[type], kProgram, type,
+           escaped->c_str());
+  }
+  static constexpr const char* kForward =
+      "/usr/sbin/send_logmsg -u -d %s -t %s -m \"<%d>[ Connection Log - AP Controller ] %s\" > "
+      "/dev/null &";
+  my_system(kForward, CONNTRACK_LOG, CONNTRACK_LOG_TABLE[kApControllerLog], RI(kPrioritySetting),
+            within_double_quotes(*message).c_str());
+}

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/text.h"
+
+// Access to the appliance's MySQL or MariaDB server.
+//
+// A statement is sent without waiting for its answer. Answers are collected in the order of the
+// statements: when a result or an insert id is asked for, before another connection is used, before
+// a child process is started, at close, and when too many are outstanding. A statement that fails
+// therefore never stops the next one.
+
+struct MySession;  // the platform's own; belongs to the platform
+struct MyResult;   // the platform's own; belongs to whoever stored it
+
+/// A connection as one operation holds it, from my_mysql_connect to my_mysql_close. Underneath, one
+/// process keeps its server connection and hands it out again.
+struct MyConnection {
+  MySession* session = nullptr;  // null: not connected
+};
+
+/// Names one sent statement on its connection; 0 stands for a statement that could not be sent.
+using MyTicket = std::uint64_t;
+
+/// One row: `columns` texts with their lengths in bytes. A null text is SQL NULL. Valid until the
+/// result is freed.
+struct MyRow {
+  const char* const* texts = nullptr;
+  const unsigned long* lengths = nullptr;
+  unsigned int columns = 0;
+};
+
+/// Opens `connection`; `reserved` is 0. Returns 0, or a negative number when there is no server
+/// connection to be had (then nothing needs closing). Waits at most 3 seconds; after a connect that
+/// timed out, or when the process has waited 20 seconds in all for the database, it fails at once.
+int my_mysql_connect(MyConnection& connection, int reserved);
+
+/// Sends one statement, formatted as printf does, and returns its ticket.
+MyTicket my_mysql_query(MyConnection& connection, const char* format, ...) AP_PRINTF(2, 3);
+
+/// Waits for the answer to `ticket` and returns its rows, whole; null when the statement failed,
+/// returned no rows, or the connection was lost. Rows that nobody stores are dropped at close.
+MyResult* my_mysql_store_result(MyConnection& connection, MyTicket ticket);
+
+std::uint64_t my_mysql_num_rows(const MyResult& result);
+
+/// Reads the next row into `row`; false at the end.
+bool my_mysql_fetch_row(MyResult& result, MyRow& row);
+
+void my_mysql_free_result(MyResult* result);
+
+/// Waits for the last statement and returns the number the server gave its new row; 0 when the
+/// statement failed or made no row with such a number.
+std::uint64_t my_mysql_insert_id(MyConnection& connection);
+
+/// Collects what is outstanding and gives the connection back. Returns 0, or a negative number when
+/// the server had dropped it.
+int my_mysql_close(MyConnection& connection);
+
+/// Collects every outstanding answer of the process. Whatever acts outside the database on the
+/// strength of a statement (a child process, a call to the controller) needs this first.
+void my_mysql_settle();
+
+/// Ends the server connections that no operation holds. For before a wait that may be long, so that
+/// the server does not keep a connection for a process that only sleeps.
+void my_mysql_release();
+
+/// `text`, any bytes, escaped so that it can stand between single quotes in a statement, by the
+/// rules of the connection's character set. None when it cannot be escaped.
+std::optional<std::string> my_sqlescape(std::string_view text);

@@ -1,0 +1,9 @@
+#pragma once
+
+#include "platform/text.h"
+
+/// Runs a command line, formatted as printf does, through /bin/sh and waits for it. The child gets
+/// /dev/null as its three standard descriptors, no other descriptor, default signals and a session
+/// of its own, so that what it leaves in the background is detached. Outstanding database answers
+/// are collected first. Returns the exit status, or -1 when the command could not be run or died.
+int my_system(const char* format, ...) AP_PRINTF(1, 2);

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+struct _dictionary_;  // iniparser's own name for its dictionary;
+                      // NOLINT(bugprone-reserved-identifier)
+
+/// A file that an AP delivered (a report, a capability file), loaded whole with iniparser. A value
+/// is addressed by section and key, in either case. The values stay the report's.
+class Report {
+ public:
+  /// Loads the regular file `path`, which must not be a link. None when it cannot be read or holds
+  /// a line that iniparser refuses (1023 bytes or more, a NUL, no "="); the reason is traced under
+  /// `key`, the AP's MAC.
+  static std::optional<Report> load(const std::string& path, const std::string& key);
+
+  /// The value of `key` in `section`, possibly empty; none when it is absent, or exactly the
+  /// missing-value marker "^o^". Of a key that stands twice in a section the later value.
+  std::optional<std::string_view> text(std::string_view section, std::string_view key) const;
+
+  /// The value as a number, 0 when absent or without digits: decimal, hexadecimal after "0x", octal
+  /// after "0". Reading stops at the first other character; a number out of range keeps its low 32
+  /// bits, and one beyond 64 bits is first taken for the nearest that fits.
+  std::int32_t number(std::string_view section, std::string_view key) const;
+  std::uint32_t unsigned_number(std::string_view section, std::string_view key) const;
+
+  /// The same with 64 bits.
+  std::uint64_t unsigned64_number(std::string_view section, std::string_view key) const;
+
+ private:
+  struct Free {
+    void operator()(_dictionary_* values) const;
+  };
+
+  explicit Report(_dictionary_* values);
+
+  /// The value's text, which ends with a NUL; null when there is none.
+  const char* find(std::string_view section, std::string_view key) const;
+
+  std::unique_ptr<_dictionary_, Free> values_;
+  // iniparser looks a key up by walking all of them; over a whole report that is the square of its
+  // size. The views are of the dictionary's own texts.
+  std::unordered_map<std::string_view, const char*> index_;
+};

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+#include "reports/report.h"
+
+/// The system status section of a report.
+struct system_record {
+  std::string mac;      // of the AP, as the report gives it; all zeros when it does not
+  std::string cpu;      // utilisation, as the AP words it ("12%"); empty when absent
+  std::string memory;   // likewise
+  std::string version;  // of the firmware
+  std::string uptime;   // as the AP words it
+  bool version_given_empty = false;  // the report names no firmware, on purpose
+};
+
+/// Reads section "00". Values are cut to 17 (MAC), 9 (cpu, memory), 255 (version) and 31 (uptime)
+/// bytes.
+system_record read_system_status(const Report& report);
+
+/// Stores the system status in the registry row of the AP that the report names, when its firmware
+/// version differs from the stored one; a report whose version is there but empty stores nothing.
+/// `mac` is the AP that delivered the report, the key of the trace lines. The values go unescaped
+/// into the statement; one that would break it is traced and not sent.
+void ap_system_parse(const std::string& mac, const Report& report);

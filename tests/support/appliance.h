@@ -1,0 +1,82 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/types.h>
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "support/database.h"
+
+// What a test needs inside lab/appliance: it starts the real program under its four names, puts
+// files where the controller would, and looks at what came out.
+
+using Words = std::vector<std::string>;
+using Lines = std::vector<std::string>;
+
+/// MACs and the address used by most tests.
+inline const std::string kMac = "00:11:22:33:44:55";
+inline const std::string kOtherMac = "00:11:22:33:44:66";
+inline const std::string kAddress = "192.168.1.20";
+
+/// Starts the program under the name words[0] with the other words as arguments; its process id.
+pid_t start_hook(const Words& words);
+
+/// Waits for a started hook; its exit status, or 128 and the signal that ended it.
+int finish(pid_t process);
+
+/// Starts a hook and waits for it.
+int run_hook(const Words& words);
+
+/// Polls until `done` holds, at most for 10 seconds; whether it came to hold.
+bool eventually(const std::function<bool()>& done);
+
+bool exists(const std::string& path);
+/// The file's bytes; empty when there is no file.
+std::string content(const std::string& path);
+void write_file(const std::string& path, const std::string& text);
+void set_age(const std::string& path, std::chrono::seconds age);
+Lines lines_of(const std::string& text);
+/// Names in a directory, sorted.
+Lines names_in(const std::string& directory);
+
+std::string slot_of(const std::string& mac);
+
+/// A file's text in which the digits of "time=..." are replaced by T.
+std::string without_time(const std::string& text);
+
+/// The lines that a helper program was called with, one a call, in the recorder's form.
+Lines calls_of(const std::string& program);
+
+/// The calls that the platform recorded for the controller.
+Lines controller_calls();
+
+/// Switches the trace of a key on.
+void trace_on(const std::string& key);
+
+/// The trace of a key as "operation: message", without dates, numbers and process ids; a message of
+/// several lines stays one element.
+Lines trace_of(const std::string& key);
+
+/// The trace's lines of one operation, messages only.
+Lines trace_of(const std::string& key, const std::string& operation);
+
+/// Puts `lines` into /etc/ap-run/platform.ini.
+void configure(const std::string& text);
+
+/// Writes a report file and returns its path.
+std::string deliver_report(const std::string& text);
+
+/// Registers an AP that has been connected for `joined` seconds.
+void register_ap(int sn, const std::string& mac, const std::string& name, int joined = 1000);
+
+/// Every test starts with empty tables and directories. When a test fails, its files are put by
+/// under /var/failed, which lab/appliance keeps, and the way to run it alone is printed.
+class HookTest : public testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+};

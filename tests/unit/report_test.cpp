@@ -1,0 +1,93 @@
+#include "reports/report.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "reports/system_status.h"
+
+namespace {
+
+class ReportFile : public testing::Test {
+ protected:
+  void TearDown() override { unlink(path_.c_str()); }
+
+  std::optional<Report> load(const std::string& text) {
+    std::ofstream(path_, std::ios::binary) << text;
+    return Report::load(path_, "");
+  }
+
+  const std::string path_ = testing::TempDir() + "ap-run-report-" + std::to_string(getpid());
+};
+
+using Reading = ReportFile;
+using Refusing = ReportFile;
+
+TEST_F(Reading, FindsTextsAndNumbers) {
+  const auto report = load(
+      "[01 client 5G 03]\n"
+      "ADDR = 00:AA:bb:00:00:01\nEmpty =\nMarker = ^o^\n"
+      "Twice = 1\nTwice = 2\n"
+      "Hex = 0x1f\nOctal = 010\nNegative = -71 dBm\nWide = 4294967297\nHuge = 99999999999999999999\n"
+      "Word = none\n");
+  ASSERT_TRUE(report);
+  constexpr const char* kSection = "01 CLIENT 5g 03";
+  EXPECT_EQ(report->text(kSection, "addr"), "00:AA:bb:00:00:01");
+  EXPECT_EQ(report->text(kSection, "Empty"), "");
+  EXPECT_EQ(report->text(kSection, "Marker"), std::nullopt);
+  EXPECT_EQ(report->text(kSection, "Absent"), std::nullopt);
+  EXPECT_EQ(report->text("Absent", "ADDR"), std::nullopt);
+  EXPECT_EQ(report->text(kSection, "Twice"), "2");
+
+  EXPECT_EQ(report->number(kSection, "Hex"), 31);
+  EXPECT_EQ(report->number(kSection, "Octal"), 8);
+  EXPECT_EQ(report->number(kSection, "Negative"), -71);
+  EXPECT_EQ(report->number(kSection, "Word"), 0);
+  EXPECT_EQ(report->number(kSection, "Absent"), 0);
+  EXPECT_EQ(report->number(kSection, "Wide"), 1);
+  EXPECT_EQ(report->number(kSection, "Huge"), -1);
+  EXPECT_EQ(report->unsigned_number(kSection, "Negative"), 4294967225U);
+  EXPECT_EQ(report->unsigned64_number(kSection, "Wide"), 4294967297U);
+}
+
+TEST_F(Reading, ASectionsOwnNameIsNoValue) {
+  const auto report = load("[00]\nMAC = a\n[00:MAC2]\nx = 1\n");
+  ASSERT_TRUE(report);
+  EXPECT_EQ(report->text("00", "MAC2"), std::nullopt);
+  EXPECT_EQ(report->number("00", "MAC2"), 0);
+  EXPECT_EQ(report->unsigned64_number("00", "MAC2"), 0U);
+}
+
+TEST_F(Reading, SystemStatusIsCutToItsWidths) {
+  const auto report = load("[00]\nMAC = 00:11:22:33:44:55:66\ncpu = 123456789012\nversion = " +
+                           std::string(300, 'v') + "\nuptime = " + std::string(40, 'u') + "\n");
+  ASSERT_TRUE(report);
+  const system_record status = read_system_status(*report);
+  EXPECT_EQ(status.mac, "00:11:22:33:44:55");
+  EXPECT_EQ(status.cpu, "123456789");
+  EXPECT_EQ(status.memory, "");
+  EXPECT_EQ(status.version.size(), 255U);
+  EXPECT_EQ(status.uptime.size(), 31U);
+  EXPECT_FALSE(status.version_given_empty);
+}
+
+TEST_F(Refusing, WhatIsNoRegularReadableFile) {
+  EXPECT_FALSE(Report::load("/nowhere/report.ini", ""));
+  EXPECT_FALSE(Report::load("/dev/null", ""));
+  EXPECT_FALSE(Report::load(testing::TempDir(), ""));
+  ASSERT_EQ(symlink("/etc/hostname", path_.c_str()), 0);
+  EXPECT_FALSE(Report::load(path_, "")) << "a link";
+  unlink(path_.c_str());
+  ASSERT_EQ(mkfifo(path_.c_str(), 0600), 0);
+  EXPECT_FALSE(Report::load(path_, "")) << "a pipe";
+}
+
+TEST_F(Refusing, LinesThatTheLibraryRefuses) {
+  EXPECT_FALSE(load("[00]\nversion = " + std::string(1100, 'x') + "\n"));
+  EXPECT_FALSE(load("[00]\nno equals sign\n"));
+  EXPECT_TRUE(load("")) << "an empty report is one without sections";
+}
+
+}  // namespace
