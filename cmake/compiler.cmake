@@ -1,4 +1,7 @@
 add_compile_options(-Wall -Wextra -Wpedantic -Wformat=2 -Wconversion -Wshadow)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  add_compile_options(-Wno-restrict) # g++ 12 warns of overlaps inside std::string that cannot be
+endif()
 if(AP_RUN_WERROR)
   add_compile_options(-Werror)
 endif()

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+
+enum class Band { two_four_ghz, five_ghz };
+
+/// A radio channel and how it is shown: its number, a blank and its centre frequency, "6 (2437
+/// MHz)".
+struct Channel {
+  std::uint16_t number;
+  std::string_view label;
+};
+
+/// The channels of a band in rising order: 1 to 14, or 36 to 64, 100 to 140 and 149 to 177 in steps
+/// of 4.
+std::span<const Channel> channel_table(Band band);
+
+/// The label of a channel: of 1 to 14, and of those from 36 to 165 that the 5 GHz table holds; none
+/// for every other number.
+std::optional<std::string_view> channel_label(std::int64_t number);
+
+/// The channel of a frequency as an AP words it ("2.437 GHz"): the digits of the first word (at
+/// most 9 bytes of it), without its first point, are looked for in the labels of the band. None
+/// without a value, a point or a match.
+std::optional<std::uint16_t> frequency_to_channel(Band band, std::optional<std::string_view> value);

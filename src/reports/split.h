@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
+// Taking texts apart. The pieces are views of the text that was given.
+
+/// The fields of `text` between separators, at most `most` of them: the last of so many takes the
+/// rest, separators included. A text without a separator is one field, also the empty one.
+std::vector<std::string_view> str_split(std::string_view text, char separator, std::size_t most);
+
+/// The first word of `text`, between blanks (space, tab, line ends and the like); empty when there
+/// is none. Cut to `longest` bytes.
+std::string_view first_word(std::string_view text, std::size_t longest);
+
+/// The second word, likewise.
+std::string_view second_word(std::string_view text, std::size_t longest);
