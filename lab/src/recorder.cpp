@@ -2,15 +2,14 @@
 // under any NAME, by a link of that name, it writes down how it was called:
 //
 //   /recorded/NAME              one line for each call: the arguments, separated by one blank. In
-//   an argument each
-//                               blank, backslash and byte that is not printable ASCII is \xHH; an
-//                               empty one is \e.
+//                               an argument each blank, backslash and byte that is not printable
+//                               ASCII is \xHH; an empty one is \e.
 //   /recorded/NAME.descriptors  one line for each call: the open descriptors above 2 ("3 4"; an
-//   empty line if none),
-//                               so that a caller that leaks descriptors is found out.
+//                               empty line if none), so that a caller that leaks descriptors is
+//                               found out.
 //   /recorded/NAME.stdin.N      only for sendmail, unless stdin is a terminal or closed: the whole
-//   standard input of
-//                               one call, with N = 1, 2, 3, ... the first free number.
+//                               standard input of one call, with N = 1, 2, 3, ... the first free
+//                               number.
 //
 // The line in /recorded/NAME comes last: who sees it can read the others. A call whose stdin never
 // ends is not recorded before it does.
