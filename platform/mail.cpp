@@ -114,8 +114,8 @@ std::string header_text(std::string_view text) {
       }
       length += next;
     }
-    value = my_string(std::move(value), "%s=?%s?B?%s?=", value.empty() ? "" : "\r\n ",
-                      utf8 ? "UTF-8" : "ISO-8859-1", base64(text.substr(0, length)).c_str());
+    value += M("%s=?%s?B?%s?=", value.empty() ? "" : "\r\n ", utf8 ? "UTF-8" : "ISO-8859-1",
+               base64(text.substr(0, length)).c_str());
     text.remove_prefix(length);
   }
   return value;

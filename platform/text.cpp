@@ -3,21 +3,22 @@
 #include <array>
 #include <cstdio>
 #include <ctime>
+#include <utility>
 
 std::optional<std::string> my_format(const char* format, std::va_list values) {
   std::array<char, 512> buffer{};
   std::va_list again;
   va_copy(again, values);
   const int length = std::vsnprintf(buffer.data(), buffer.size(), format, values);
-  std::optional<std::string> text;
+  std::string text;
   if (length >= 0 && static_cast<std::size_t>(length) < buffer.size()) {
-    text.emplace(buffer.data(), static_cast<std::size_t>(length));
+    text.assign(buffer.data(), static_cast<std::size_t>(length));
   } else if (length >= 0) {
-    text.emplace(static_cast<std::size_t>(length), '\0');
-    std::vsnprintf(text->data(), text->size() + 1, format, again);
+    text.resize(static_cast<std::size_t>(length));
+    std::vsnprintf(text.data(), text.size() + 1, format, again);
   }
   va_end(again);
-  return text;
+  return length < 0 ? std::nullopt : std::optional<std::string>(std::move(text));
 }
 
 std::string my_string(std::string previous, const char* format, ...) {

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <unordered_map>
 
-struct _dictionary_;  // iniparser's own name for its dictionary;
-                      // NOLINT(bugprone-reserved-identifier)
+// iniparser's own name for its dictionary. NOLINTNEXTLINE(bugprone-reserved-identifier)
+struct _dictionary_;
 
 /// A file that an AP delivered (a report, a capability file), loaded whole with iniparser. A value
 /// is addressed by section and key, in either case. The values stay the report's.

@@ -149,11 +149,18 @@ TEST_F(ReportCycle, RadarSwitchKeepsReports) {
 
 TEST_F(ReportCycle, ALockHoldsForTenMinutes) {
   const std::string lock = "/database/ap/lock/" + kMac;
-  write_file(lock, "");
-  // One second of slack for the time that passes until the hook looks.
-  set_age(lock, seconds(598));
   const std::string path = deliver_report("");
-  EXPECT_EQ(report(path), 0);
+  // The age is exact only if the second has not changed when the hook has looked.
+  for (std::time_t start = 0; start != std::time(nullptr);) {
+    start = std::time(nullptr);
+    write_file(lock, "");
+    write_file(path, "");
+    set_age(lock, seconds(599));
+    EXPECT_EQ(report(path), 0);
+    if (start != std::time(nullptr)) {
+      std::filesystem::remove(slot_of(kMac));
+    }
+  }
   EXPECT_TRUE(exists(path));
   EXPECT_TRUE(exists(lock));
   EXPECT_FALSE(exists(slot_of(kMac)));
