@@ -84,6 +84,14 @@ MyResult* my_mysql_store_result(MyConnection& connection, MyTicket ticket) {
   return connection.session->take_rows(ticket);
 }
 
+MyOutcome my_mysql_outcome(MyConnection& connection, MyTicket ticket) {
+  if (connection.session == nullptr || ticket == 0) {
+    return {};
+  }
+  settle_all_but(connection.session);
+  return connection.session->outcome(ticket);
+}
+
 std::uint64_t my_mysql_num_rows(const MyResult& result) {
   return mysql_num_rows(result.rows);
 }
@@ -114,7 +122,7 @@ int my_mysql_close(MyConnection& connection) {
   MySession* session = connection.session;
   connection.session = nullptr;
   session->settle();
-  session->forget_rows();
+  session->forget_answers();
   session->held = false;
   return session->alive() ? 0 : -1;
 }

@@ -24,6 +24,17 @@ constexpr std::size_t kMostBytesSentAhead = 16'384;
 constexpr unsigned int kFirstClientError = 2000;
 constexpr unsigned int kLastClientError = 2999;
 
+/// The server's errors that say that the statement may be sent again.
+constexpr unsigned int kLockWaitTimeout = 1205;
+constexpr unsigned int kDeadlock = 1213;
+
+MyFate fate_of(unsigned int error) {
+  if (error == 0) {
+    return MyFate::done;
+  }
+  return error == kDeadlock || error == kLockWaitTimeout ? MyFate::repeat : MyFate::failed;
+}
+
 void set_options(MYSQL* mysql) {
   const auto seconds = [](WaitTime limit) {
     return static_cast<unsigned int>(std::chrono::ceil<std::chrono::seconds>(limit).count());
@@ -108,6 +119,7 @@ void MySession::collect_one() {
 
   const BudgetedWait wait(socket());
   last_insert_id_ = 0;
+  MyOutcome& outcome = outcomes_.emplace_back();
   bool failed = mysql_read_query_result(mysql_) != 0;
   if (!failed && mysql_field_count(mysql_) > 0) {
     if (MYSQL_RES* rows = mysql_store_result(mysql_); rows != nullptr) {
@@ -117,17 +129,36 @@ void MySession::collect_one() {
     }
   } else if (!failed) {
     last_insert_id_ = mysql_insert_id(mysql_);
+    outcome.changed_rows = mysql_affected_rows(mysql_);
   }
   const unsigned int error = failed ? mysql_errno(mysql_) : 0;
+  outcome.fate = fate_of(error);
   if (error >= kFirstClientError && error <= kLastClientError) {
     lose();
   }
 }
 
-MyResult* MySession::take_rows(MyTicket ticket) {
+void MySession::collect_up_to(MyTicket ticket) {
   while (!sent_.empty() && sent_.front().ticket <= ticket) {
     collect_one();
   }
+}
+
+MyOutcome MySession::outcome(MyTicket ticket) {
+  collect_up_to(ticket);
+  const MyTicket answered = first_ticket_ + outcomes_.size();
+  return ticket >= first_ticket_ && ticket < answered ? outcomes_[ticket - first_ticket_]
+                                                      : MyOutcome{};
+}
+
+void MySession::forget_answers() {
+  kept_.clear();
+  outcomes_.clear();
+  first_ticket_ = last_ticket_ + 1;
+}
+
+MyResult* MySession::take_rows(MyTicket ticket) {
+  collect_up_to(ticket);
   const auto found = std::find_if(kept_.begin(), kept_.end(),
                                   [&](const Kept& kept) { return kept.ticket == ticket; });
   if (found == kept_.end()) {

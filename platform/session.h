@@ -36,11 +36,14 @@ struct MySession {
   /// Collects answers up to and with the one to `ticket`; its rows, or null.
   MyResult* take_rows(MyTicket ticket);
 
+  /// Collects answers up to and with the one to `ticket`; what became of the statement.
+  MyOutcome outcome(MyTicket ticket);
+
   /// Collects every outstanding answer.
   void settle();
 
-  /// Drops what nobody took, so that the next holder starts clean.
-  void forget_rows() { kept_.clear(); }
+  /// Drops what nobody took, so that the next holder starts clean. Nothing may be outstanding.
+  void forget_answers();
 
   /// Whether the server is still there, as far as can be told without asking it.
   bool alive() const;
@@ -63,6 +66,7 @@ struct MySession {
   explicit MySession(MYSQL* connected) : mysql_(connected) {}
 
   void collect_one();
+  void collect_up_to(MyTicket ticket);
   void lose();
   int socket() const;
 
@@ -70,6 +74,8 @@ struct MySession {
   std::deque<Sent> sent_;
   std::size_t sent_bytes_ = 0;
   std::vector<Kept> kept_;
+  std::vector<MyOutcome> outcomes_;  // of the tickets from first_ticket_ on
+  MyTicket first_ticket_ = 1;
   MyTicket last_ticket_ = 0;
   std::uint64_t last_insert_id_ = 0;
   bool lost_ = false;

@@ -74,6 +74,22 @@ void Connection::run(const Step& step, Delivery delivery, const char* format, ..
   va_end(values);
 }
 
+Attempt Connection::attempt(const Step& step, const char* format, ...) {
+  std::va_list values;
+  va_start(values, format);
+  const MyTicket ticket = send(&step, format, values);
+  va_end(values);
+  return {connection_, ticket};
+}
+
+Attempt Connection::attempt(Untraced /*step*/, const char* format, ...) {
+  std::va_list values;
+  va_start(values, format);
+  const MyTicket ticket = send(nullptr, format, values);
+  va_end(values);
+  return {connection_, ticket};
+}
+
 Question Connection::ask(const Step& step, const char* format, ...) {
   std::va_list values;
   va_start(values, format);

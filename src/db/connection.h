@@ -100,9 +100,23 @@ class Question {
   MyTicket ticket_;
 };
 
+/// A statement without rows that has been sent and whose outcome is still to be asked for.
+class Attempt {
+ public:
+  Attempt(MyConnection& connection, MyTicket ticket) : connection_(&connection), ticket_(ticket) {}
+
+  /// Waits for the outcome, which the connection keeps until it is closed.
+  MyOutcome outcome() const { return my_mysql_outcome(*connection_, ticket_); }
+
+ private:
+  MyConnection* connection_;
+  MyTicket ticket_;
+};
+
 /// A database connection of one operation, open from construction to destruction. One call sends a
-/// statement and traces it, with the same format and values. No statement reports a failure; a
-/// failing one never stops the next. On a connection that did not open, statements do nothing.
+/// statement and traces it, with the same format and values. Failures show in the outcome of an
+/// attempt only; a failing statement never stops the next. On a connection that did not open,
+/// statements do nothing.
 class Connection {
  public:
   /// `key` is the AP on whose behalf the statements run, the key of their trace lines; null for
@@ -129,6 +143,10 @@ class Connection {
   void run(const Step& step, const char* format, ...) AP_PRINTF(3, 4);
   void run(Untraced step, const char* format, ...) AP_PRINTF(3, 4);
   void run(const Step& step, Delivery delivery, const char* format, ...) AP_PRINTF(4, 5);
+
+  /// Sends a statement that returns no rows and that may have to be repeated.
+  [[nodiscard]] Attempt attempt(const Step& step, const char* format, ...) AP_PRINTF(3, 4);
+  [[nodiscard]] Attempt attempt(Untraced step, const char* format, ...) AP_PRINTF(3, 4);
 
   /// Sends a query.
   [[nodiscard]] Question ask(const Step& step, const char* format, ...) AP_PRINTF(3, 4);

@@ -24,6 +24,14 @@ int get_ap_sn_by_mac(Connection& db, const std::string& mac) {
                           .rows());
 }
 
+int get_reporting_ap_sn(Connection& db, const std::string& mac, const char* operation) {
+  const int sn = get_ap_sn_by_mac(db, mac);
+  if (sn == 0) {
+    db.note(Step(operation), "%s has no serial number: nothing is stored under it", mac.c_str());
+  }
+  return sn;
+}
+
 std::optional<std::string> get_ap_name_by_mac(Connection& db, const std::string& mac) {
   return first_text(db.ask(Step("get_ap_name_by_mac"),
                            "SELECT `Name` FROM `%s`.`ap_list` WHERE `MAC`=UPPER('%s')", AP_INFO,
@@ -46,10 +54,16 @@ std::optional<std::string> get_profile_ssid_by_sn(Connection& db, int sn) {
   return ssid ? my_sqlescape(*ssid) : std::nullopt;
 }
 
-int get_profile_sn_by_ssid(Connection& db, std::string_view ssid) {
+Question ask_profile_sn_by_ssid(Connection& db, std::string_view ssid) {
   const std::string wanted = ssid == kMissingValue ? "" : sql_text(ssid);
-  return first_number(db.ask(Step("get_profile_sn_by_ssid"),
-                             "SELECT `SN` FROM `%s`.`ap_profile` WHERE `SSID`='%s'", AP_INFO,
-                             wanted.c_str())
-                          .rows());
+  return db.ask(Step("get_profile_sn_by_ssid"),
+                "SELECT `SN` FROM `%s`.`ap_profile` WHERE `SSID`='%s'", AP_INFO, wanted.c_str());
+}
+
+int profile_sn(const Question& question) {
+  return first_number(question.rows());
+}
+
+int get_profile_sn_by_ssid(Connection& db, std::string_view ssid) {
+  return profile_sn(ask_profile_sn_by_ssid(db, ssid));
 }

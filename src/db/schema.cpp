@@ -39,3 +39,20 @@ void create_client_table(Connection& db, int sn) {
          " ) ENGINE=MyISAM ROW_FORMAT=FIXED;",
          AP_CLIENT, sn);
 }
+
+void create_poor_client_table(Connection& db, int sn) {
+  db.run(untraced,
+         "CREATE TABLE IF NOT EXISTS `%s`.`AP_%03d` ("
+         " `mac` CHAR(18) NOT NULL DEFAULT '00:00:00:00:00:00',"
+         " `band` INT DEFAULT 0,"
+         " `ssid` INT UNSIGNED DEFAULT 0,"
+         " `rssi` INT DEFAULT 0,"
+         " `status` INT DEFAULT 1,"
+         " `stime` TIMESTAMP NULL DEFAULT CURRENT_TIMESTAMP,"
+         " `utime` DATETIME NOT NULL DEFAULT '0000-00-00 00:00:00',"
+         " `connection_time` DATETIME NOT NULL DEFAULT '0000-00-00 00:00:00',"
+         " `confirm` TINYINT(1) DEFAULT 1,"
+         " PRIMARY KEY(mac), INDEX(confirm)"
+         " ) ENGINE=MyISAM ROW_FORMAT=FIXED;",
+         AP_POOR_CLIENT, sn);
+}

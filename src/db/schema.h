@@ -43,3 +43,7 @@ const char* table_name(InfoTable table);
 /// Makes the table of the stations of AP `sn` (0: an unknown AP), AP_CLIENT.AP_<sn>, unless it is
 /// there.
 void create_client_table(Connection& db, int sn);
+
+/// Makes the table of the poorly served stations of AP `sn`, AP_POOR_CLIENT.AP_<sn>, unless it is
+/// there.
+void create_poor_client_table(Connection& db, int sn);

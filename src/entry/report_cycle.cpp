@@ -14,7 +14,11 @@
 #include "platform/controller.h"
 #include "platform/files.h"
 #include "platform/settings.h"
+#include "reports/neighbour_scan.h"
+#include "reports/own_radios.h"
+#include "reports/poor_clients.h"
 #include "reports/report.h"
+#include "reports/station_list.h"
 #include "reports/system_status.h"
 
 namespace {
@@ -72,6 +76,10 @@ void store_report(const std::string& path, const std::string& mac) {
   }
   ap_system_parse(mac, *report);
   mark_connected(mac);
+  ap_interface_parse(mac, *report);
+  update_ap_legal_table_for_refer(mac, *report);
+  update_ap_client_db(mac, *report);
+  update_ap_poor_client_db(mac, *report);
 }
 
 void remove_report(const std::string& path) {

@@ -47,6 +47,19 @@ MyTicket my_mysql_query(MyConnection& connection, const char* format, ...) AP_PR
 /// returned no rows, or the connection was lost. Rows that nobody stores are dropped at close.
 MyResult* my_mysql_store_result(MyConnection& connection, MyTicket ticket);
 
+/// What became of a statement. `repeat`: the server has undone it in favour of another's (a deadlock,
+/// a lock held too long), and it may be sent again.
+enum class MyFate { done, failed, repeat };
+
+struct MyOutcome {
+  MyFate fate = MyFate::failed;
+  std::uint64_t changed_rows = 0;  // rows made, removed, or now different
+};
+
+/// Waits for the answer to `ticket` and returns what became of the statement, which is no query.
+/// `failed` for ticket 0, a lost connection, or a statement from before the connection was opened.
+MyOutcome my_mysql_outcome(MyConnection& connection, MyTicket ticket);
+
 std::uint64_t my_mysql_num_rows(const MyResult& result);
 
 /// Reads the next row into `row`; false at the end.

@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 
 #include "db/decimal.h"
@@ -51,6 +53,22 @@ class RegularFile {
     struct stat info {};
     return number_ >= 0 && fstat(number_, &info) == 0 && S_ISREG(info.st_mode);
   }
+
+  /// Whether the file is larger than what is loaded. Reads no more than that.
+  bool too_large() const {
+    std::array<char, 65'536> block{};
+    std::int64_t lines = 0;
+    std::int64_t bytes = 0;
+    while (bytes <= Report::kMostBytes && lines <= Report::kMostLines) {
+      const ssize_t got = pread(number_, block.data(), block.size(), bytes);
+      if (got <= 0) {
+        return false;
+      }
+      bytes += got;
+      lines += std::count(block.data(), block.data() + got, '\n');
+    }
+    return true;
+  }
   std::string name() const { return M("/proc/self/fd/%d", number_); }
 
  private:
@@ -76,6 +94,12 @@ std::optional<Report> Report::load(const std::string& path, const std::string& k
   const RegularFile file(path);
   if (!file.usable()) {
     ap_debug_log({kOperation, key}, "%s cannot be read, or is no regular file", path.c_str());
+    return std::nullopt;
+  }
+  if (file.too_large()) {
+    ap_debug_log({kOperation, key}, "%s is larger than %lld bytes or %lld lines: not loaded",
+                 path.c_str(), static_cast<long long>(kMostBytes),
+                 static_cast<long long>(kMostLines));
     return std::nullopt;
   }
   loading_for = &key;

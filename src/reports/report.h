@@ -12,11 +12,16 @@ struct _dictionary_;
 
 /// A file that an AP delivered (a report, a capability file), loaded whole with iniparser. A value
 /// is addressed by section and key, in either case. The values stay the report's.
+///
+/// iniparser's loading time grows with the square of the number of keys. TODO-MEASURE
 class Report {
  public:
-  /// Loads the regular file `path`, which must not be a link. None when it cannot be read or holds
-  /// a line that iniparser refuses (1023 bytes or more, a NUL, no "="); the reason is traced under
-  /// `key`, the AP's MAC.
+  static constexpr std::int64_t kMostBytes = 1'048'576;
+  static constexpr std::int64_t kMostLines = 65'536;
+
+  /// Loads the regular file `path`, which must not be a link. None when it cannot be read, is larger
+  /// than kMostBytes or kMostLines, or holds a line that iniparser refuses (1023 bytes or more, a
+  /// NUL, no "="); the reason is traced under `key`, the AP's MAC.
   static std::optional<Report> load(const std::string& path, const std::string& key);
 
   /// The value of `key` in `section`, possibly empty; none when it is absent, or exactly the

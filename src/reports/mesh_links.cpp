@@ -1,0 +1,108 @@
+#include "reports/mesh_links.h"
+
+#include "db/registry.h"
+#include "db/schema.h"
+#include "reports/split.h"
+
+namespace {
+
+constexpr const char* kOperation = "update_ap_mesh_client_db";
+
+constexpr std::size_t kLongestMac = 17;
+constexpr std::size_t kLongestLevel = 9;
+constexpr std::size_t kLongestStep = 127;
+constexpr std::size_t kLongestGateway = 39;
+constexpr std::size_t kLongestHop = 17;
+constexpr std::size_t kLongestTtl = 9;
+
+/// Comma lists of the peers that have a level; none without such a peer.
+struct PeerLists {
+  std::optional<std::string> macs;
+  std::optional<std::string> levels;
+};
+
+void append(std::optional<std::string>& list, std::string_view item) {
+  if (list) {
+    list->append(1, ',').append(item);
+  } else {
+    list = item;
+  }
+}
+
+PeerLists peer_lists(const std::vector<mesh_peer>& peers) {
+  PeerLists lists;
+  for (const mesh_peer& peer : peers) {
+    if (peer.rssi != kMissingValue) {
+      append(lists.macs, peer.mac);
+      append(lists.levels, peer.rssi);
+    }
+  }
+  return lists;
+}
+
+}  // namespace
+
+Listing<mesh_peer> read_mesh_peers(const Report& report) {
+  Listing<mesh_peer> peers;
+  for (const Band band : kBands) {
+    for (int slot = 1; slot <= kSlots; ++slot) {
+      read_list(peers, report, M("%02d client %sMESH ", slot, band_prefix(band, "5G ")), "ADDR",
+                kNoLimit, [&](const std::string& section) {
+                  return mesh_peer{value_or_marker(report, section, "ADDR", kLongestMac),
+                                   value_or_marker(report, section, "RSSI", kLongestLevel)};
+                });
+    }
+  }
+  return peers;
+}
+
+mesh_route read_mesh_route(const Report& report) {
+  const auto step = [&](int number) {
+    return report.text("TRACEROUTE", M("%02d", number)).value_or("").substr(0, kLongestStep);
+  };
+  const std::string_view gateway = step(0);
+  std::optional<std::string> hops;
+  std::optional<std::string> ttls;
+  for (int number = 1; !gateway.empty() && !step(number).empty(); ++number) {
+    append(hops, first_word(step(number), kLongestHop));
+    append(ttls, second_word(step(number), kLongestTtl));
+  }
+  return hops ? mesh_route{std::string(gateway.substr(0, kLongestGateway)), *hops, *ttls}
+              : mesh_route{};
+}
+
+void update_ap_mesh_client_db(Connection& db, const std::string& mac, const Report& report) {
+  const Listing<mesh_peer> peers = read_mesh_peers(report);
+  trace_stranded(db, Step(kOperation), peers.stranded);
+  const PeerLists lists = peer_lists(peers.records);
+  if (!lists.macs) {
+    return;
+  }
+  const mesh_route route = read_mesh_route(report);
+  const std::string ap = sql_text(mac);
+  const std::string macs = sql_text(*lists.macs);
+  const std::string levels = sql_text(*lists.levels);
+  const std::string gateway = sql_text(route.gateway);
+  const std::string ttl = sql_text(route.ttl);
+  const std::string hop = sql_text(route.hop);
+
+  const Rows known = db.ask(Step(kOperation), "SELECT * FROM `%s`.`client` WHERE `mac`=UPPER('%s')",
+                            AP_CLIENT, ap.c_str())
+                         .rows();
+  if (!known) {
+    return;
+  }
+  if (known.count() > 0) {
+    db.run(Step(kOperation),
+           "UPDATE `%s`.`client` SET `cmac`='%s', `rssi`='%s', `gateway`='%s', `ttl`='%s', "
+           "`hop`='%s' WHERE `mac`=UPPER('%s')",
+           AP_CLIENT, macs.c_str(), levels.c_str(), gateway.c_str(), ttl.c_str(), hop.c_str(),
+           ap.c_str());
+  } else if (const std::optional<std::string> name = get_ap_name_by_mac(db, mac)) {
+    db.run(Step(kOperation),
+           "INSERT INTO `%s`.`client` (`mac`, `name`, `cmac`, `rssi`, `gateway`, `ttl`, `hop`) "
+           "VALUES (UPPER('%s'), '%s', UPPER('%s'), '%s', '%s', '%s', '%s')",
+           AP_CLIENT, ap.c_str(), sql_text(*name).c_str(), macs.c_str(), levels.c_str(),
+           gateway.c_str(), ttl.c_str(), hop.c_str());
+  }
+}

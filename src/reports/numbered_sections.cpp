@@ -1,0 +1,26 @@
+#include "reports/numbered_sections.h"
+
+#include "reports/split.h"
+
+void trace_stranded(const Connection& db, const Step& step,
+                    const std::vector<std::string>& stranded) {
+  for (const std::string& section : stranded) {
+    db.note(step, "[%s] stands behind a gap in the numbering: the list ends before it",
+            section.c_str());
+  }
+}
+
+const char* band_prefix(Band band, const char* five_ghz) {
+  return band == Band::five_ghz ? five_ghz : "";
+}
+
+std::string value_or_marker(const Report& report, const std::string& section, const char* key,
+                            std::size_t longest) {
+  const std::optional<std::string_view> value = report.text(section, key);
+  return value ? std::string(value->substr(0, longest)) : kMissingValue;
+}
+
+std::string level_value(const Report& report, const std::string& section, const char* key) {
+  constexpr std::size_t kLongest = 9;
+  return std::string(first_word(report.text(section, key).value_or("0"), kLongest));
+}

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "db/connection.h"
+#include "reports/numbered_sections.h"
+
+/// One of the AP's own radios. A text that the report lacks is kMissingValue.
+struct radio_record {
+  std::string mac;             // BSSID, cut to 17 bytes
+  std::string essid;           // cut to 127 bytes
+  std::uint8_t mode = 0;       // 0 access point, 1 mesh or ad hoc
+  std::uint16_t channel = 0;   // 0 for unknown
+  std::string rate;            // as the AP words it, cut to 19 bytes
+  std::string transmit_power;  // cut to 9 bytes, as the next
+  std::string quality;
+  std::string signal;    // first word of the level, "0" when absent
+  std::string noise;     // likewise
+  std::string security;  // cut to 255 bytes
+};
+
+/// Reads the sections "01" and "5G_01" (band, number), up to 8 a band, and then those of the mesh
+/// interfaces, "MESH_01" and "5G_MESH_01".
+Listing<radio_record> read_radios(const Report& report);
+
+/// Makes the AP's own rows of `legal` those of the report, in which radios whose SSID is given, but
+/// empty, do not count. A BSSID that stands twice keeps the later values; one that another AP has
+/// claimed before stays that AP's. Does nothing for an AP that is not registered. Returns the
+/// negative result of a connection that did not open, else that of closing it.
+int ap_interface_parse(const std::string& mac, const Report& report);
+
+/// Writes one of the own radios of AP `sn`; does nothing for 0.
+void update_ap_legal_table(Connection& db, int sn, const radio_record& radio);
+
+/// Takes out the own radios of AP `sn`.
+void delete_ap_legal_table(Connection& db, int sn);

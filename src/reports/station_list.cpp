@@ -1,0 +1,158 @@
+#include "reports/station_list.h"
+
+#include "db/decimal.h"
+#include "db/registry.h"
+#include "db/schema.h"
+#include "platform/settings.h"
+#include "reports/client_log.h"
+#include "reports/kernel_announcement.h"
+#include "reports/mesh_links.h"
+#include "reports/profile_slots.h"
+
+namespace {
+
+constexpr const char* kOperation = "update_ap_client_db";
+
+constexpr std::size_t kLongestMac = 17;
+constexpr std::size_t kLongestRate = 19;
+
+constexpr int kAddressSetting = 30;  // all-zero: no connection log
+constexpr int kLogSetting = 113;     // 0: off
+
+constexpr unsigned int kStartColumn = 1;  // `stime` of a client table's row
+
+client_record read_station(const Report& report, const std::string& section) {
+  client_record client;
+  client.mac = value_or_marker(report, section, "ADDR", kLongestMac);
+  client.aid = cut_to<std::uint16_t>(report.unsigned_number(section, "AID"));
+  client.channel = cut_to<std::uint16_t>(report.unsigned_number(section, "CHAN"));
+  client.tx_rate = value_or_marker(report, section, "RATE", kLongestRate);
+  client.rx_rate = value_or_marker(report, section, "RXRATE", kLongestRate);
+  client.rssi = report.number(section, "RSSI");
+  client.idle = report.unsigned_number(section, "IDLE");
+  client.tx_seq = report.unsigned_number(section, "TXSEQ");
+  client.rx_seq = report.unsigned_number(section, "RXSEQ");
+  return client;
+}
+
+bool connection_log_is_on() {
+  if (RI(kLogSetting) == 0) {
+    return false;
+  }
+  const std::string address = RS(kAddressSetting);
+  return address != "0000:0000:0000:0000:0000:0000:0000:0000" && address != "0.0.0.0";
+}
+
+void confirm_before_update(Connection& db, int sn) {
+  db.run(Step("confirm_before_update"), "UPDATE `%s`.`AP_%03d` SET `confirm`=0", AP_CLIENT, sn);
+}
+
+void confirm_after_update(Connection& db, int sn) {
+  db.run(Step("confirm_after_update"), "DELETE FROM `%s`.`AP_%03d` WHERE `confirm`=0 ", AP_CLIENT,
+         sn);
+}
+
+void update_known(Connection& db, int sn, const client_record& client) {
+  db.run(Step(kOperation),
+         "UPDATE `%s`.`AP_%03d` SET `utime`=NOW(), `ssid`='%u', `aid`='%u', `channel`='%u', "
+         "`tx_rate`='%s', `rx_rate`='%s', `rssi`='%d', `idle`='%u', `tx_seq`='%u', `rx_seq`='%u', "
+         "`confirm`='1' WHERE `mac`=UPPER('%s')",
+         AP_CLIENT, sn, client.ssid, client.aid, client.channel,
+         sql_text(stored_text(client.tx_rate)).c_str(),
+         sql_text(stored_text(client.rx_rate)).c_str(), client.rssi, client.idle, client.tx_seq,
+         client.rx_seq, sql_text(client.mac).c_str());
+}
+
+void insert_new(Connection& db, int sn, const client_record& client) {
+  db.run(Step(kOperation),
+         "INSERT INTO `%s`.`AP_%03d` (`mac`, `utime`, `ssid`, `aid`, `channel`, `tx_rate`, "
+         "`rx_rate`, `rssi`, `idle`, `tx_seq`, `rx_seq`) VALUES (UPPER('%s'), NOW(), %u, %u, %u, "
+         "'%s', '%s', %d, %u, %u, %u)",
+         AP_CLIENT, sn, sql_text(client.mac).c_str(), client.ssid, client.aid, client.channel,
+         sql_text(stored_text(client.tx_rate)).c_str(),
+         sql_text(stored_text(client.rx_rate)).c_str(), client.rssi, client.idle, client.tx_seq,
+         client.rx_seq);
+}
+
+/// Stores one station. `profile` is its radio's profile list, still under way: both look-ups are
+/// waited for together, and what is written here is not waited for at all.
+void store_station(Connection& db, int sn, const Question& profile, const reported_station& station,
+                   ClientLog& log) {
+  const Question known =
+      db.ask(Step(kOperation), "SELECT * FROM `%s`.`AP_%03d` WHERE `mac`=UPPER('%s')", AP_CLIENT,
+             sn, sql_text(station.client.mac).c_str());
+  client_record client = station.client;
+  client.ssid = get_ap_pf_id(profile, station.slot);
+  Rows rows = known.rows();
+  log.finish();  // its names have come with these rows
+  if (!rows) {
+    return;
+  }
+  if (const std::optional<Row> row = rows.next()) {
+    update_known(db, sn, client);
+    if (connection_log_is_on()) {
+      log.ap_client_connection_log(client, row->text(kStartColumn));
+    }
+  } else {
+    insert_new(db, sn, client);
+  }
+}
+
+void store_stations(Connection& db, const std::string& mac, int sn,
+                    const std::vector<reported_station>& stations) {
+  ClientLog log(db, mac);
+  for (const reported_station& station : stations) {
+    const Question profile = ask_ap_pf_id(db, mac, station.band);
+    if (!is_served(station.client)) {
+      profile.rows();  // not needed, and not to be kept either
+      db.note(Step(kOperation), "%s has an empty rate: left out", station.client.mac.c_str());
+      continue;
+    }
+    if (sn != 0) {
+      store_station(db, sn, profile, station, log);
+    } else {
+      profile.rows();
+    }
+    announce_to_kernel(station.client.mac, mac);
+  }
+  log.finish();
+}
+
+}  // namespace
+
+Listing<reported_station> read_stations(const Report& report) {
+  Listing<reported_station> stations;
+  for (const Band band : kBands) {
+    for (int slot = 1; slot <= kSlots; ++slot) {
+      read_list(stations, report, M("%02d client %s", slot, band_prefix(band, "5G ")), "ADDR",
+                kNoLimit, [&](const std::string& section) {
+                  return reported_station{band, slot, read_station(report, section)};
+                });
+    }
+  }
+  return stations;
+}
+
+bool is_served(const client_record& client) {
+  return !client.tx_rate.empty();
+}
+
+int update_ap_client_db(const std::string& mac, const Report& report) {
+  Connection db(mac);
+  if (!db) {
+    return db.result();
+  }
+  const int sn = get_reporting_ap_sn(db, mac, kOperation);
+  create_client_table(db, sn);
+  const Listing<reported_station> stations = read_stations(report);
+  trace_stranded(db, Step(kOperation), stations.stranded);
+  if (sn != 0) {
+    confirm_before_update(db, sn);
+  }
+  store_stations(db, mac, sn, stations.records);
+  if (sn != 0) {
+    confirm_after_update(db, sn);
+  }
+  update_ap_mesh_client_db(db, mac, report);
+  return db.close();
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+
+#include "reports/client_record.h"
+#include "reports/numbered_sections.h"
+
+/// A station of the report and the SSID slot under which it stands. The record's `ssid` is still
+/// open: it follows from the slot.
+struct reported_station {
+  Band band = Band::two_four_ghz;
+  int slot = 0;
+  client_record client;
+};
+
+/// Reads the sections "02 client 5G 03" (slot, band, number), in the order 2.4 GHz, 5 GHz, slot,
+/// number. MACs are cut to 17 bytes, rates to 19; numbers keep the low bits that fit.
+Listing<reported_station> read_stations(const Report& report);
+
+/// Whether a station counts. One whose rate is given, but empty, does not: the AP is about to drop
+/// it.
+bool is_served(const client_record& client);
+
+/// Makes the AP's client table the stations of the report: those that stay are updated, new ones
+/// get a row, the others lose theirs. A station that stands twice keeps the later values. Tells the
+/// kernel of every station, and the connection log of those that stay, while setting 113 is not 0
+/// and setting 30 is no all-zero address. Then stores the mesh links.
+///
+/// An AP that is not registered: nothing is stored but its mesh links, and a table of AP 0 is made.
+/// Returns the negative result of a connection that did not open, else that of closing it.
+int update_ap_client_db(const std::string& mac, const Report& report);
