@@ -10,9 +10,12 @@
 namespace {
 
 constexpr const char* kOperation = "delete_ap_illegal_table";
-constexpr int kMostRounds = 20;
+constexpr int kMostRounds = 10;
 
 enum class Withdrawn { yes, not_everywhere };
+
+/// Whether other APs have been seen to change lists.
+enum class Lists { at_rest, busy };
 
 /// Whether another AP's statement has kept ours from taking effect.
 bool came_to_nothing(const Attempt& attempt) {
@@ -21,7 +24,7 @@ bool came_to_nothing(const Attempt& attempt) {
          (outcome.fate == MyFate::done && outcome.changed_rows == 0);
 }
 
-/// Withdraws the AP from one row.
+/// Withdraws the AP from a row whose list was read as `list`: writes `left` in its place.
 Attempt shorten_list(Connection& db, const std::string& list, const std::string& left,
                      const std::string& mac) {
   return db.attempt(Step(kOperation, "(3/3) "),
@@ -31,7 +34,17 @@ Attempt shorten_list(Connection& db, const std::string& list, const std::string&
                     sql_text(list).c_str());
 }
 
-Withdrawn withdraw(Connection& db, int sn) {
+/// The same for a row that others are busy with: the server shortens the list that it finds, unless
+/// that is the AP alone.
+Attempt shorten_any_list(Connection& db, int sn, const std::string& mac) {
+  return db.attempt(Step(kOperation, "(3/3) "),
+                    "UPDATE `%s`.`illegal` SET `ap_sn`=TRIM(BOTH ',' FROM REPLACE(CONCAT(',', "
+                    "`ap_sn`, ','), ',%d,', ',')), `utime`=NOW() WHERE `mac`=UPPER('%s') AND "
+                    "`ap_sn`!='%d'",
+                    AP_CLIENT, sn, sql_text(mac).c_str(), sn);
+}
+
+Withdrawn withdraw(Connection& db, int sn, Lists lists) {
   const Attempt own_rows = db.attempt(
       Step(kOperation, "(1/3) "), "DELETE FROM `%s`.`illegal` WHERE `ap_sn`='%d'", AP_CLIENT, sn);
   const Step listed(kOperation, "(2/3) ");
@@ -49,7 +62,8 @@ Withdrawn withdraw(Connection& db, int sn) {
     const std::string list = row.text(0);
     const std::string left = without_hearer(list, sn);
     if (!left.empty()) {
-      shortened.push_back(shorten_list(db, list, left, row.text(1)));
+      shortened.push_back(lists == Lists::at_rest ? shorten_list(db, list, left, row.text(1))
+                                                  : shorten_any_list(db, sn, row.text(1)));
     } else if (list == std::to_string(sn)) {
       anew = true;  // the row of this AP alone has come to be since the DELETE
     }
@@ -77,10 +91,9 @@ void delete_ap_illegal_table(Connection& db, int sn) {
   if (sn == 0) {
     return;
   }
-  for (int round = 0; round < kMostRounds; ++round) {
-    if (withdraw(db, sn) == Withdrawn::yes) {
-      return;
-    }
-    db.note(Step(kOperation), "other APs have changed lists meanwhile: round %d", round + 2);
+  Lists lists = Lists::at_rest;
+  for (int round = 1; round <= kMostRounds && withdraw(db, sn, lists) != Withdrawn::yes; ++round) {
+    db.note(Step(kOperation), "other APs have changed lists meanwhile (round %d)", round);
+    lists = Lists::busy;
   }
 }
