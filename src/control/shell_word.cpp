@@ -5,6 +5,9 @@ namespace {
 constexpr std::string_view kHarmless =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._:/+@%=,-";
 
+/// What the shell does not take as it is between double quotes.
+constexpr std::string_view kActiveInQuotes = "\\\"$`";
+
 }  // namespace
 
 std::string shell_word(std::string_view text) {
@@ -20,4 +23,15 @@ std::string shell_word(std::string_view text) {
     }
   }
   return word + "'";
+}
+
+std::string within_double_quotes(std::string_view text) {
+  std::string quoted;
+  for (const char letter : text) {
+    if (kActiveInQuotes.find(letter) != std::string_view::npos) {
+      quoted += '\\';
+    }
+    quoted += letter;
+  }
+  return quoted;
 }

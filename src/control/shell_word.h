@@ -7,3 +7,7 @@
 /// % = , - alone and not empty, else between single quotes. Quoting is only for what the shell
 /// gets; traces show the value as it is.
 std::string shell_word(std::string_view text);
+
+/// `text` for between the double quotes of a shell command line, where it comes out byte for byte:
+/// what means something to the shell there is marked as text.
+std::string within_double_quotes(std::string_view text);

@@ -7,6 +7,7 @@
 
 #include "control/command_file.h"
 #include "db/connection.h"
+#include "db/connection_status.h"
 #include "db/decimal.h"
 #include "db/schema.h"
 #include "entry/lock_file.h"
@@ -20,6 +21,7 @@
 #include "reports/report.h"
 #include "reports/station_list.h"
 #include "reports/system_status.h"
+#include "steering/block_table.h"
 
 namespace {
 
@@ -27,7 +29,8 @@ constexpr const char* kOperation = "command";
 constexpr const char* kKeepReports = "/database/ap/radar/debug";
 constexpr std::size_t kLongestPath = 255;
 
-constexpr int kAutoRfSetting = 91;  // 0: off
+constexpr int kAutoRfSetting = 91;      // 0: off
+constexpr int kMacFilterSetting = 135;  // 0: off
 
 /// Registers the AP when the registry does not know it, with the defaults of a new AP.
 void register_unknown_ap(const std::string& ip, const std::string& mac) {
@@ -89,19 +92,24 @@ void remove_report(const std::string& path) {
 }
 
 /// The lines of the command that answers the report.
-std::string command_lines() {
+std::string command_lines(const std::string& mac, int mac_filter) {
   std::string lines;
   if (RI(kAutoRfSetting) == 0) {
     lines = my_string(std::move(lines), "autoRF=0\n");
+  }
+  if (mac_filter != 0) {
+    ap_block_remove(mac, Quiet::yes, kOperation);  // the filter says who may use the AP
   }
   return my_string(std::move(lines), "time=%lu\n", static_cast<unsigned long>(std::time(nullptr)));
 }
 
 void work_off(const std::string& path, const std::string& ip, const std::string& mac) {
+  const int mac_filter = RI(kMacFilterSetting);
   register_unknown_ap(ip, mac);
+  checkConnectionStatus(ip, mac);
   store_report(path, mac);
   remove_report(path);
-  const std::string lines = command_lines();
+  const std::string lines = command_lines(mac, mac_filter);
   ap_debug_log({kOperation, mac}, "[%s] cmd_content: %s", mac.c_str(), lines.c_str());
   ap_conf_set(lines, mac, std::nullopt);
 }

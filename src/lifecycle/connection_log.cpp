@@ -1,9 +1,7 @@
 #include "lifecycle/connection_log.h"
 
-#include <string_view>
-
+#include "control/shell_word.h"
 #include "db/schema.h"
-#include "entry/trace_log.h"
 #include "platform/settings.h"
 #include "platform/shell.h"
 
@@ -11,19 +9,6 @@ namespace {
 
 constexpr const char* kProgram = "ap-run";
 constexpr int kPrioritySetting = 121;
-
-/// `text` for between the double quotes of a shell line: what means something to the shell there is
-/// marked as text.
-std::string within_double_quotes(std::string_view text) {
-  std::string quoted;
-  for (const char letter : text) {
-    if (std::string_view("\\\"$`").find(letter) != std::string_view::npos) {
-      quoted += '\\';
-    }
-    quoted += letter;
-  }
-  return quoted;
-}
 
 }  // namespace
 

@@ -1,0 +1,100 @@
+#include "lifecycle/notice_mail.h"
+
+#include <unistd.h>
+
+#include "db/schema.h"
+#include "platform/mail.h"
+
+namespace {
+
+constexpr const char* kProgram = "ap-run";
+constexpr const char* kJoinTime = "Connected";
+constexpr const char* kLeaveTime = "Disconnected";
+
+bool own_name(const std::optional<std::string>& name, const std::string& mac) {
+  return name && *name != mac;
+}
+
+std::string add_time(std::string body, const char* what, const std::string& time) {
+  return my_string(std::move(body), "%s: %s\r\n", what, time.c_str());
+}
+
+NoticeTimes read_times(const Question& question) {
+  Rows rows = question.rows();
+  const std::optional<Row> row = rows.next();
+  const auto text = [&](unsigned int column) {
+    const std::optional<std::string_view> value = row ? (*row)[column] : std::nullopt;
+    return value ? std::optional<std::string>(*value) : std::nullopt;
+  };
+  return {text(0), text(1)};
+}
+
+std::optional<std::string> unless_unset(const std::string& field) {
+  return field == kMissingValue ? std::nullopt : std::optional<std::string>(field);
+}
+
+void send_to(const MailRecord& record, const std::string& recipient, const std::string& subject,
+             const std::string& body) {
+  if (recipient != kMissingValue) {
+    my_buildMailAndSend(0, record.field1, recipient, 0, subject, body, 0, 0,
+                        unless_unset(record.field5), unless_unset(record.field6), record.field2);
+  }
+}
+
+void _send_notice_mail(const std::string& subject, const std::string& body) {
+  MailSettings* settings = setting_register();
+  if (settings == nullptr) {
+    return;
+  }
+  MailRecord record;
+  settings->initialise(record);
+  settings->initialise_record(record, 0);
+  const std::string caller =
+      M("pid:%d,%s:%s():%d", static_cast<int>(getpid()), kProgram, "_send_notice_mail", __LINE__);
+  if (MailHandle* handle = settings->open(record, caller, 0)) {
+    send_to(record, record.field3, subject, body);
+    send_to(record, record.field4, subject, body);
+    settings->release(handle);
+  }
+  setting_unregister(settings);
+}
+
+}  // namespace
+
+std::string notice_message(NoticeEvent event, const std::optional<std::string>& name,
+                           const std::string& mac) {
+  return M("AP %s %s", own_name(name, mac) ? name->c_str() : mac.c_str(),
+           event == NoticeEvent::join ? "is connected." : "is disconnected.");
+}
+
+Question ap_notice_times(Connection& db, const std::string& mac) {
+  return db.ask(Step("ap_notice_mail"),
+                "SELECT `STime`, `ETime` FROM `%s`.`ap_list` WHERE `MAC`=UPPER('%s')", AP_INFO,
+                sql_text(mac).c_str());
+}
+
+std::string notice_body(const NoticeMail& mail, const NoticeTimes& times) {
+  const bool leave = mail.event == NoticeEvent::leave;
+  std::string body = M("Name: %s\r\nMAC: %s\r\nIP: %s\r\n",
+                       own_name(mail.name, mail.mac) ? mail.name->c_str() : "---", mail.mac.c_str(),
+                       mail.ip.value_or("---").c_str());
+  if (mail.time_text) {
+    return add_time(std::move(body), leave ? kLeaveTime : kJoinTime, *mail.time_text);
+  }
+  if (times.joined || (leave && times.left)) {
+    body += "\r\n";
+  }
+  if (times.joined) {
+    body = add_time(std::move(body), kJoinTime, *times.joined);
+  }
+  if (leave && times.left) {
+    body = add_time(std::move(body), kLeaveTime, *times.left);
+  }
+  return body;
+}
+
+void ap_notice_mail(const NoticeMail& mail, const std::optional<Question>& times) {
+  const NoticeTimes known = times ? read_times(*times) : NoticeTimes{};
+  _send_notice_mail(mail.subject.value_or(notice_message(mail.event, mail.name, mail.mac)),
+                    notice_body(mail, known));
+}
