@@ -35,11 +35,13 @@ MyFate fate_of(unsigned int error) {
   return error == kDeadlock || error == kLockWaitTimeout ? MyFate::repeat : MyFate::failed;
 }
 
-void set_options(MYSQL* mysql) {
-  const auto seconds = [](WaitTime limit) {
+using Clock = std::chrono::steady_clock;
+
+void set_options(MYSQL* mysql, Clock::duration connect_limit) {
+  const auto seconds = [](Clock::duration limit) {
     return static_cast<unsigned int>(std::chrono::ceil<std::chrono::seconds>(limit).count());
   };
-  const unsigned int connect_seconds = seconds(std::min(kConnectLimit, wait_budget_left()));
+  const unsigned int connect_seconds = std::max(seconds(connect_limit), 1U);  // 0: no limit
   const unsigned int answer_seconds = seconds(kAnswerLimit);
   const unsigned int off = 0;
   if (access(kOptionFile, R_OK) == 0) {
@@ -55,27 +57,44 @@ void set_options(MYSQL* mysql) {
   mysql_options(mysql, MYSQL_OPT_LOCAL_INFILE, &off);
 }
 
+/// The server's refusal of a connection beyond those it allows.
+constexpr unsigned int kTooManyConnections = 1040;
+constexpr useconds_t kFullServerPause = 20'000;  // microseconds until it is asked again
+
+/// A connected handle, or null. A server that is full is asked again until `end`: when many events
+/// come at once, others give their connections back every few milliseconds.
+MYSQL* connect_until(Clock::time_point end) {
+  for (;;) {
+    MYSQL* mysql = mysql_init(nullptr);
+    if (mysql == nullptr) {
+      return nullptr;
+    }
+    set_options(mysql, end - Clock::now());
+    if (mysql_real_connect(mysql, nullptr, nullptr, nullptr, nullptr, 0, nullptr, 0) != nullptr) {
+      return mysql;
+    }
+    const bool full = mysql_errno(mysql) == kTooManyConnections;
+    mysql_close(mysql);
+    if (!full || Clock::now() >= end) {
+      return nullptr;
+    }
+    usleep(kFullServerPause);
+  }
+}
+
 }  // namespace
 
 std::unique_ptr<MySession> MySession::connect() {
-  MYSQL* mysql = mysql_init(nullptr);
-  if (mysql == nullptr) {
-    return nullptr;
-  }
-  set_options(mysql);
-  const WaitTime limit = std::min(kConnectLimit, wait_budget_left());
-  const auto start = std::chrono::steady_clock::now();
-  bool connected = false;
+  const auto end = Clock::now() + std::min(kConnectLimit, wait_budget_left());
+  MYSQL* mysql = nullptr;
   {
     const BudgetedWait wait(-1);
-    connected =
-        mysql_real_connect(mysql, nullptr, nullptr, nullptr, nullptr, 0, nullptr, 0) != nullptr;
+    mysql = connect_until(end);
   }
-  if (!connected) {
-    if (std::chrono::steady_clock::now() - start >= limit) {
+  if (mysql == nullptr) {
+    if (Clock::now() >= end) {
       wait_budget_end();
     }
-    mysql_close(mysql);
     return nullptr;
   }
   std::unique_ptr<MySession> session(new MySession(mysql));

@@ -36,8 +36,9 @@ struct MyRow {
 };
 
 /// Opens `connection`; `reserved` is 0. Returns 0, or a negative number when there is no server
-/// connection to be had (then nothing needs closing). Waits at most 3 seconds; after a connect that
-/// timed out, or when the process has waited 20 seconds in all for the database, it fails at once.
+/// connection to be had (then nothing needs closing). Waits at most 3 seconds, also for a server
+/// that has all its connections given away; after a connect that timed out, or when the process has
+/// waited 20 seconds in all for the database, it fails at once.
 int my_mysql_connect(MyConnection& connection, int reserved);
 
 /// Sends one statement, formatted as printf does, and returns its ticket.

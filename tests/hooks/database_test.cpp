@@ -165,6 +165,26 @@ TEST_F(Database, AbsentServerSkipsOnlyItsOwnWork) {
   EXPECT_EQ(names_in("/database/ap/lock"), Lines{});
 }
 
+TEST_F(Database, AFullServerIsAskedAgain) {
+  const auto refused = [] {
+    return sql("SHOW GLOBAL STATUS LIKE 'Connection_errors_max_connections'")[0][1];
+  };
+  sql("SET GLOBAL max_connections=10");  // and one for the administrator
+  std::vector<std::unique_ptr<Connection>> others;
+  for (int i = 0; i < 10; ++i) {
+    others.push_back(std::make_unique<Connection>(kNoKey));
+    EXPECT_TRUE(*others.back());
+  }
+  const std::string before = refused();
+  const pid_t hook = start_hook({"ap-up", kAddress, kMac});
+  EXPECT_TRUE(eventually([&] { return refused() != before; }));
+  others.clear();
+  my_mysql_release();
+  EXPECT_EQ(finish(hook), 0);
+  sql("SET GLOBAL max_connections=DEFAULT");
+  EXPECT_EQ(sql_value("SELECT Status FROM AP_INFO.ap_list"), "1");
+}
+
 TEST_F(Database, AHangingServerHoldsNobodyForLong) {
   const pid_t server = std::stoi(content("/run/mysqld/mysqld.pid"));
   kill(server, SIGSTOP);
