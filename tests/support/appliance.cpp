@@ -24,6 +24,18 @@ const Words kDirectories{
     "/var/tmp/sync",           "/var/ap_update",       "/firmware",         "/etc/ap-run",
     "/etc/sysconfig/.firewall"};
 
+/// Whether a helper program that a hook has left in the background still runs, or a shell that is
+/// about to become one.
+bool helpers_run() {
+  static const Lines kHelpers{"sh\n", "send_logmsg\n", "mobile_pushmsg\n", "wum\n"};
+  for (const auto& entry : fs::directory_iterator("/proc")) {
+    if (std::count(kHelpers.begin(), kHelpers.end(), content(entry.path() / "comm")) > 0) {
+      return true;
+    }
+  }
+  return false;
+}
+
 std::string full_name(const testing::TestInfo& test) {
   return std::string(test.test_suite_name()) + "." + test.name();
 }
@@ -169,6 +181,7 @@ void register_ap(int sn, const std::string& mac, const std::string& name, int jo
 }
 
 void HookTest::SetUp() {
+  eventually([] { return !helpers_run(); });
   reset_database();
   fs::remove_all("/database/ap/debug");
   for (const std::string& directory : kDirectories) {

@@ -42,6 +42,8 @@ TEST(ShellWord, QuotesWhatIsNotHarmless) {
   for (const auto& [text, word] : cases) {
     EXPECT_EQ(shell_word(text), word);
   }
+  EXPECT_EQ(within_double_quotes("it's \"a\\b\" $(x) `y`\n!"),
+            "it's \\\"a\\\\b\\\" \\$(x) \\`y\\`\n!");
 }
 
 TEST(Text, GrowsAndFormatsAnyLength) {
