@@ -10,6 +10,8 @@
 #include "lifecycle/illegal_table.h"
 #include "platform/controller.h"
 #include "platform/files.h"
+#include "reports/neighbour_scan.h"
+#include "reports/own_radios.h"
 
 namespace {
 
@@ -46,10 +48,8 @@ void record_leave(Connection& db, const std::string& mac) {
 /// Forgets what was reported by the AP and of it.
 void forget_reports(Connection& db, const std::string& mac, int sn) {
   if (sn != 0) {
-    db.run(Step("delete_ap_legal_table"), "DELETE FROM `%s`.`legal` WHERE `ap`=%d AND `refer_ap`=0",
-           AP_CLIENT, sn);
-    db.run(Step("delete_ap_legal_table_for_refer"), "DELETE FROM `%s`.`legal` WHERE `refer_ap`=%d",
-           AP_CLIENT, sn);
+    delete_ap_legal_table(db, sn);
+    delete_ap_legal_table_for_refer(db, sn);
   }
   delete_ap_illegal_table(db, sn);
   db.run(Step("delete_ap_mesh_client"), "DELETE FROM `%s`.`client` WHERE `mac`=UPPER('%s')",
