@@ -4,24 +4,20 @@
 #include <string>
 
 #include "control/command_file.h"
-#include "control/shell_word.h"
 #include "db/decimal.h"
 #include "db/mac_address.h"
-#include "db/registry.h"
 #include "db/schema.h"
 #include "db/set_action.h"
+#include "entry/ap_event.h"
 #include "entry/arguments.h"
+#include "entry/firmware_update.h"
 #include "entry/report_cycle.h"
 #include "entry/trace_log.h"
-#include "lifecycle/connection_log.h"
 #include "platform/controller.h"
-#include "platform/files.h"
-#include "platform/shell.h"
 
 namespace {
 
 constexpr const char* kOperation = "command";
-constexpr const char* kNoMac = "00:00:00:00:00:00";
 
 /// A firmware path is held to this many bytes.
 constexpr std::size_t kLongestPath = 255;
@@ -49,12 +45,6 @@ std::optional<EventType> event_type(const char* text) {
   return static_cast<EventType>(number);
 }
 
-/// "AP <name> <what>" in the connection log.
-void log_ap_event(Connection& db, const std::string& mac, const char* what) {
-  const std::string label = get_ap_name_by_mac(db, mac).value_or(mac);
-  ap_connection_log(db, M("AP %s %s", label.c_str(), what), kApControllerLog);
-}
-
 void reboot(const std::string& mac) {
   command_reboot(mac);
   setAction(mac, ApAction::reboot, std::nullopt, kOperation);
@@ -62,58 +52,6 @@ void reboot(const std::string& mac) {
     log_ap_event(db, mac, "rebooted.");
   }
   AH_deleteRelative(mac);
-}
-
-void update_firmware(const std::string& firmware, const std::string& mac) {
-  if (!isRegularFile(firmware)) {
-    return;
-  }
-  if (Connection db(mac); db) {
-    log_ap_event(db, mac, "updated.");
-  }
-  setAction(mac, ApAction::update, firmware, kOperation);
-  ap_debug_log({kOperation, mac}, "/usr/sbin/wum -c update -m %s -f %s", mac.c_str(),
-               firmware.c_str());
-  my_system("/usr/sbin/wum -c update -m %s -f %s", mac.c_str(), shell_word(firmware).c_str());
-  AH_deleteRelative(mac);
-}
-
-/// The firmware image that waits for the AP; none when nothing does.
-std::optional<std::string> pending_firmware(const std::string& mac) {
-  Connection db(mac);
-  if (!db) {
-    return std::nullopt;
-  }
-  Rows rows =
-      db.ask(Step(kOperation), "SELECT `fw_upgrade` FROM `%s`.`ap_list` WHERE `MAC`=UPPER('%s')",
-             AP_INFO, mac.c_str())
-          .rows();
-  const std::optional<Row> row = rows.next();
-  const std::string path = row ? row->text(0) : "";
-  return path.empty() ? std::nullopt : std::optional<std::string>(path);
-}
-
-void check_updates(const std::string& mac) {
-  if (const std::optional<std::string> firmware = pending_firmware(mac)) {
-    if (isRegularFile(*firmware)) {
-      my_system("/usr/sbin/ap-command %d %s %s", static_cast<int>(EventType::firmware),
-                shell_word(*firmware).c_str(), mac.c_str());
-      return;
-    }
-    setAction(mac, ApAction::none, std::nullopt, "fw_upgrade");
-  }
-}
-
-void disconnect_tool(const std::string& mac, const char* name) {
-  if (mac != kNoMac) {
-    static constexpr const char* kByMac = "/usr/sbin/wum -c disconnect -m %s > /dev/null 2>&1 &";
-    ap_debug_log({kOperation, mac}, kByMac, mac.c_str());
-    my_system(kByMac, shell_word(mac).c_str());
-  } else if (name != nullptr) {
-    static constexpr const char* kByName = "/usr/sbin/wum -c disconnect -n %s > /dev/null 2>&1 &";
-    ap_debug_log({kOperation, mac}, kByName, name);
-    my_system(kByName, shell_word(name).c_str());
-  }
 }
 
 }  // namespace
@@ -152,7 +90,7 @@ void command(int count, char** args) {
       break;
     case EventType::update_check:
       if (well_formed(second)) {
-        check_updates(second);
+        check_updates(first, second);
       }
       break;
     case EventType::disconnect_tool:

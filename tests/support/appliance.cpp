@@ -13,6 +13,8 @@
 #include <sstream>
 #include <thread>
 
+#include "platform/database.h"
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -181,6 +183,7 @@ void register_ap(int sn, const std::string& mac, const std::string& name, int jo
 }
 
 void HookTest::SetUp() {
+  my_mysql_release();  // what an earlier test left with the platform
   eventually([] { return !helpers_run(); });
   reset_database();
   fs::remove_all("/database/ap/debug");

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "control/command_file.h"
+
+// Offering an AP a file to download. The file is published under its base name in /var/ap_update,
+// the firewall lets the AP's address through, and a command in the AP's download slot names the
+// file and the port. Only APs with a support marker can do that; the others need the update tool.
+
+/// What it takes to offer a file, or why it cannot be offered.
+struct DownloadOffer {
+  std::string link;                    // path of the link in the download directory
+  std::string command;                 // lines for the AP's download slot
+  std::optional<std::string> refusal;  // set: there is no offer, and this is the reason
+};
+
+/// The offer of the file `base_name`, fetched from `port`. Refused when the name would not stay one
+/// line of the command (it is empty or holds a line end), or when the link's path or the command is
+/// longer than 511 bytes: nothing is cut.
+DownloadOffer download_offer(CommandType type, const std::string& base_name, int port);
+
+/// Whether `address` can name an AP in a firewall rule: an IPv4 or IPv6 address, not all zeros.
+bool is_ap_address(const std::string& address);
+
+/// Prepares the download of `file_path` (its full path) by the AP, announced as a command of `type`
+/// (firmware or sync). `ap_ip` is the AP's address; without one the recorded address serves.
+///
+/// Returns 1 when the AP was told, and for a path without "/", for which nothing is done. Returns 0
+/// when the update tool has to do the work: the AP has no support marker, or, with a trace line
+/// that says why, the file cannot be offered or there is no address to open the firewall for. Then
+/// nothing has been changed. Failures of the single steps are not noticed.
+///
+/// Opening the firewall deletes the AP's rules and adds them again, so that one of each kind
+/// remains. Something that already has the link's name stays as it is.
+int wum_update_check(const std::string& ap_mac, const std::optional<std::string>& ap_ip,
+                     const std::string& file_path, CommandType type);
