@@ -32,8 +32,8 @@ std::string_view invocation_name(const char* path) {
 
 /// Gives the process the same surroundings whoever starts it. A file must not be opened under the
 /// number of a standard descriptor that came closed; an inherited signal setting must not end us at
-/// a broken pipe or hide that a child has ended; no variable may lead the shell or the database
-/// client elsewhere.
+/// a broken pipe or a file that reached its size limit, or hide that a child has ended; no variable
+/// may lead the shell or the database client elsewhere.
 void settle_surroundings() {
   for (int standard = STDIN_FILENO; standard <= STDERR_FILENO; ++standard) {
     if (fcntl(standard, F_GETFD) < 0) {
@@ -41,6 +41,7 @@ void settle_surroundings() {
     }
   }
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
   std::signal(SIGCHLD, SIG_DFL);
   std::signal(SIGALRM, SIG_DFL);
   sigset_t none;

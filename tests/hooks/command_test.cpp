@@ -121,6 +121,9 @@ TEST_F(Command, ReleaseAllEndsAtOnceWhereNoFileCanBeMade) {
   EXPECT_LT(std::chrono::steady_clock::now() - start, seconds(5));
   EXPECT_EQ(state(), "1|0|0.0.0.0|");
   std::filesystem::remove("/database/ap/command");
+  std::filesystem::create_directory("/database/ap/command");
+  EXPECT_EQ(std::system(("ulimit -f 0; exec ap-command 5 - " + kMac).c_str()), 0);
+  EXPECT_EQ(names_in("/database/ap/command"), Lines{});
 }
 
 TEST_F(Command, DisconnectNamesTheApOrTheTool) {
