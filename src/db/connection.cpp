@@ -106,6 +106,15 @@ Question Connection::ask(Untraced /*step*/, const char* format, ...) {
   return {connection_, ticket};
 }
 
+Question Connection::ask_ahead(const Step& step, const char* format, ...) {
+  std::va_list values;
+  va_start(values, format);
+  std::string text = my_format(format, values).value_or("");
+  va_end(values);
+  const MyTicket ticket = my_mysql_query(connection_, "%s", text.c_str());
+  return {connection_, ticket, [this, step, text = std::move(text)] { trace(step, text); }};
+}
+
 void Connection::note(const Step& step, const char* format, ...) const {
   std::va_list values;
   va_start(values, format);

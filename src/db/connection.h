@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -90,14 +91,23 @@ class Rows {
 /// it and before that is closed. Several may be under way; they are taken in any order.
 class Question {
  public:
-  Question(MyConnection& connection, MyTicket ticket) : connection_(&connection), ticket_(ticket) {}
+  Question(MyConnection& connection, MyTicket ticket, std::function<void()> trace = {})
+      : connection_(&connection), ticket_(ticket), trace_(std::move(trace)) {}
 
   /// Waits for the rows.
   Rows rows() const { return Rows(my_mysql_store_result(*connection_, ticket_)); }
 
+  /// Writes the trace line of a query that was asked ahead of it (Connection::ask_ahead).
+  void trace() const {
+    if (trace_) {
+      trace_();
+    }
+  }
+
  private:
   MyConnection* connection_;
   MyTicket ticket_;
+  std::function<void()> trace_;
 };
 
 /// A statement without rows that has been sent and whose outcome is still to be asked for.
@@ -151,6 +161,10 @@ class Connection {
   /// Sends a query.
   [[nodiscard]] Question ask(const Step& step, const char* format, ...) AP_PRINTF(3, 4);
   [[nodiscard]] Question ask(Untraced step, const char* format, ...) AP_PRINTF(3, 4);
+
+  /// Sends a query whose place in the trace comes later: it is traced by Question::trace. For
+  /// questions that go out together while the trace keeps their order with what follows from each.
+  [[nodiscard]] Question ask_ahead(const Step& step, const char* format, ...) AP_PRINTF(3, 4);
 
   /// Writes a trace line of the operation, behind the step's mark.
   void note(const Step& step, const char* format, ...) const AP_PRINTF(3, 4);

@@ -46,12 +46,20 @@ std::optional<std::string> get_ap_ip_by_mac(Connection& db, const std::string& m
                         .rows());
 }
 
-std::optional<std::string> get_profile_ssid_by_sn(Connection& db, int sn) {
-  const std::optional<std::string> ssid =
-      first_text(db.ask(Step("get_profile_ssid_by_sn"),
-                        "SELECT `SSID` FROM `%s`.`ap_profile` WHERE `SN`=%d", AP_INFO, sn)
-                     .rows());
+Question ask_profile_ssid(Connection& db, int sn) {
+  return db.ask_ahead(Step("get_profile_ssid_by_sn"),
+                      "SELECT `SSID` FROM `%s`.`ap_profile` WHERE `SN`=%d", AP_INFO, sn);
+}
+
+std::optional<std::string> profile_ssid(const Question& asked) {
+  const std::optional<std::string> ssid = first_text(asked.rows());
   return ssid ? my_sqlescape(*ssid) : std::nullopt;
+}
+
+std::optional<std::string> get_profile_ssid_by_sn(Connection& db, int sn) {
+  const Question asked = ask_profile_ssid(db, sn);
+  asked.trace();
+  return profile_ssid(asked);
 }
 
 Question ask_profile_sn_by_ssid(Connection& db, std::string_view ssid) {

@@ -26,6 +26,10 @@ std::optional<std::string> get_ap_ip_by_mac(Connection& db, const std::string& m
 /// none when there is no such profile or its SSID is NULL.
 std::optional<std::string> get_profile_ssid_by_sn(Connection& db, int sn);
 
+/// The same in two steps, for many at once: the question, asked ahead, and what its rows say.
+[[nodiscard]] Question ask_profile_ssid(Connection& db, int sn);
+std::optional<std::string> profile_ssid(const Question& asked);
+
 /// Asks for the number of the profile whose SSID is exactly `ssid`, as below.
 [[nodiscard]] Question ask_profile_sn_by_ssid(Connection& db, std::string_view ssid);
 

@@ -21,7 +21,11 @@
 #include "reports/report.h"
 #include "reports/station_list.h"
 #include "reports/system_status.h"
+#include "steering/auto_rf.h"
+#include "steering/block_release.h"
 #include "steering/block_table.h"
+#include "steering/load_balance.h"
+#include "steering/mac_filter.h"
 
 namespace {
 
@@ -29,8 +33,12 @@ constexpr const char* kOperation = "command";
 constexpr const char* kKeepReports = "/database/ap/radar/debug";
 constexpr std::size_t kLongestPath = 255;
 
+constexpr int kBalanceSetting = 79;     // 0: no load balancing
 constexpr int kAutoRfSetting = 91;      // 0: off
 constexpr int kMacFilterSetting = 135;  // 0: off
+
+/// The mode of the MAC filter in which the filter alone says who may be where.
+constexpr int kFilterAlone = 1;
 
 /// Registers the AP when the registry does not know it, with the defaults of a new AP.
 void register_unknown_ap(const std::string& ip, const std::string& mac) {
@@ -72,10 +80,22 @@ void mark_connected(const std::string& mac) {
          AP_INFO, kConnected, mac.c_str(), kNotConnected);
 }
 
-void store_report(const std::string& path, const std::string& mac) {
+/// Whether stations are steered.
+bool is_balancing(int filter_mode) {
+  return RI(kBalanceSetting) != 0 && filter_mode != kFilterAlone;
+}
+
+/// The "release" lines of the AP, empty for none.
+std::string release_blocks(const std::string& mac) {
+  Connection db(mac);
+  return db ? ap_release_block_rule(db, mac).value_or("") : "";
+}
+
+/// Stores what the report says and lifts the blocks that it makes needless: their "release" lines.
+std::string store_report(const std::string& path, const std::string& mac, int filter_mode) {
   const std::optional<Report> report = Report::load(path, mac);
   if (!report) {
-    return;
+    return "";
   }
   ap_system_parse(mac, *report);
   mark_connected(mac);
@@ -83,6 +103,7 @@ void store_report(const std::string& path, const std::string& mac) {
   update_ap_legal_table_for_refer(mac, *report);
   update_ap_client_db(mac, *report);
   update_ap_poor_client_db(mac, *report);
+  return is_balancing(filter_mode) ? release_blocks(mac) : "";
 }
 
 void remove_report(const std::string& path) {
@@ -91,25 +112,34 @@ void remove_report(const std::string& path) {
   }
 }
 
-/// The lines of the command that answers the report.
-std::string command_lines(const std::string& mac, int mac_filter) {
-  std::string lines;
-  if (RI(kAutoRfSetting) == 0) {
-    lines = my_string(std::move(lines), "autoRF=0\n");
+/// Runs the load-balancing pass: the lines that tell the AP whom to release, disconnect and refuse.
+/// When all its blocks must go, the AP is told so by a command of its own.
+std::string steering_lines(const std::string& mac, const std::string& releases) {
+  ReleaseAll release_all = ReleaseAll::no;
+  const std::string moves = ap_load_balance_rule(mac, release_all).value_or("");
+  if (release_all == ReleaseAll::yes) {
+    ap_block_remove(mac, Quiet::no, kOperation);
+    return "";
   }
-  if (mac_filter != 0) {
-    ap_block_remove(mac, Quiet::yes, kOperation);  // the filter says who may use the AP
-  }
-  return my_string(std::move(lines), "time=%lu\n", static_cast<unsigned long>(std::time(nullptr)));
+  const std::string lines = releases + moves;
+  return lines.empty() ? ""
+                       : M("type=%d\n%s", static_cast<int>(CommandType::steering), lines.c_str());
+}
+
+std::string auto_rf_line(const std::string& mac) {
+  return RI(kAutoRfSetting) == 0 ? "autoRF=0\n" : ap_auto_rf_rule(mac).value_or("");
 }
 
 void work_off(const std::string& path, const std::string& ip, const std::string& mac) {
-  const int mac_filter = RI(kMacFilterSetting);
+  const int filter_mode = RI(kMacFilterSetting);
   register_unknown_ap(ip, mac);
   checkConnectionStatus(ip, mac);
-  store_report(path, mac);
+  const std::string releases = store_report(path, mac, filter_mode);
   remove_report(path);
-  const std::string lines = command_lines(mac, mac_filter);
+  std::string lines = is_balancing(filter_mode) ? steering_lines(mac, releases) : "";
+  lines += auto_rf_line(mac);
+  lines += ap_mac_filter_conf(mac);
+  lines = my_string(std::move(lines), "time=%lu\n", static_cast<unsigned long>(std::time(nullptr)));
   ap_debug_log({kOperation, mac}, "[%s] cmd_content: %s", mac.c_str(), lines.c_str());
   ap_conf_set(lines, mac, std::nullopt);
 }

@@ -8,20 +8,39 @@
 #include "entry/trace_log.h"
 #include "platform/shell.h"
 
-int get_ap_client_amount(Connection& db, int sn) {
-  static constexpr const char* kOperation = "get_ap_client_amount";
-  Rows rows = db.ask(Step(kOperation), "SELECT COUNT(*) FROM `%s`.`AP_%03d`", AP_CLIENT, sn).rows();
+namespace {
+
+constexpr const char* kAmount = "get_ap_client_amount";
+constexpr const char* kExists = "ap_block_exists";
+
+}  // namespace
+
+Question ask_ap_client_amount(Connection& db, int sn) {
+  return db.ask_ahead(Step(kAmount), "SELECT COUNT(*) FROM `%s`.`AP_%03d`", AP_CLIENT, sn);
+}
+
+int get_ap_client_amount(Connection& db, const Question& asked) {
+  asked.trace();
+  Rows rows = asked.rows();
   const std::optional<Row> row = rows.next();
   if (!row) {
     return 0;
   }
   const int amount = row->number(0);
-  db.note(Step(kOperation), "amount:%d", amount);
+  db.note(Step(kAmount), "amount:%d", amount);
   return amount;
 }
 
-void ap_block_count(Connection& db, const char* caller, int caller_line) {
-  Rows rows = db.ask(untraced, "SELECT `mac`, `refer_ap_sn` FROM `%s`.`block`", AP_CLIENT).rows();
+int get_ap_client_amount(Connection& db, int sn) {
+  return get_ap_client_amount(db, ask_ap_client_amount(db, sn));
+}
+
+Question ask_block_list(Connection& db) {
+  return db.ask(untraced, "SELECT `mac`, `refer_ap_sn` FROM `%s`.`block`", AP_CLIENT);
+}
+
+void ap_block_count(Connection& db, const Question& asked, const char* caller, int caller_line) {
+  Rows rows = asked.rows();
   const int count = static_cast<int>(rows.count());
   int number = 0;
   for (const Row& row : rows) {
@@ -31,15 +50,19 @@ void ap_block_count(Connection& db, const char* caller, int caller_line) {
   }
 }
 
-bool ap_block_exists(Connection& db, const std::string& client_mac) {
-  static constexpr const char* kOperation = "ap_block_exists";
-  const bool blocked = db.ask(Step(kOperation), "SELECT * FROM `%s`.`block` WHERE `mac`='%s'",
-                              AP_CLIENT, sql_text(client_mac).c_str())
-                           .rows()
-                           .count() > 0;
-  db.note(Step(kOperation), "%s %s exists in block table.", client_mac.c_str(),
-          blocked ? "" : "not");
-  return blocked;
+Question ask_block_exists(Connection& db, const std::string& client_mac) {
+  return db.ask_ahead(Step(kExists), "SELECT * FROM `%s`.`block` WHERE `mac`='%s'", AP_CLIENT,
+                      sql_text(client_mac).c_str());
+}
+
+bool ap_block_exists(const Question& asked) {
+  return asked.rows().count() > 0;
+}
+
+void trace_block_exists(Connection& db, const Question& asked, const std::string& client_mac,
+                        bool exists) {
+  asked.trace();
+  db.note(Step(kExists), "%s %s exists in block table.", client_mac.c_str(), exists ? "" : "not");
 }
 
 bool ap_block_add(Connection& db, int sn, const client_record& client) {

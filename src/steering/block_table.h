@@ -12,11 +12,21 @@
 /// Number of stations in the client table of the AP `sn`; 0 when it has no table. Traced.
 int get_ap_client_amount(Connection& db, int sn);
 
-/// Writes the whole block table to the trace, in the name and with the line marker of the caller.
-void ap_block_count(Connection& db, const char* caller, int caller_line);
+/// The same in two steps, for many at once: the question, asked ahead, and its answer.
+[[nodiscard]] Question ask_ap_client_amount(Connection& db, int sn);
+int get_ap_client_amount(Connection& db, const Question& asked);
 
-/// Whether the station is refused by any AP. Traced.
-bool ap_block_exists(Connection& db, const std::string& client_mac);
+/// Writes the whole block table, as `asked`, to the trace, in the name and with the line marker of
+/// the caller.
+[[nodiscard]] Question ask_block_list(Connection& db);
+void ap_block_count(Connection& db, const Question& asked, const char* caller, int caller_line);
+
+/// Whether the station is refused by any AP: the question, asked ahead, its answer, and the trace
+/// of both.
+[[nodiscard]] Question ask_block_exists(Connection& db, const std::string& client_mac);
+bool ap_block_exists(const Question& asked);
+void trace_block_exists(Connection& db, const Question& asked, const std::string& client_mac,
+                        bool exists);
 
 /// Has the AP `sn` refuse the station, unless it is refused already. Whether a row was added; the
 /// outcome of the adding itself is not looked at.

@@ -30,21 +30,28 @@ client_record station(const std::string& mac) {
   return client;
 }
 
+bool is_blocked(Connection& db, const std::string& mac) {
+  const Question asked = ask_block_exists(db, mac);
+  const bool blocked = ap_block_exists(asked);
+  trace_block_exists(db, asked, mac, blocked);
+  return blocked;
+}
+
 TEST_F(BlockTable, AStationIsRefusedOnceAndFoundInEitherCase) {
   const std::string mac = "00:00:5e:00:53:0a";
   Connection db(kMac);
-  EXPECT_FALSE(ap_block_exists(db, mac));
+  EXPECT_FALSE(is_blocked(db, mac));
   EXPECT_TRUE(ap_block_add(db, 7, station(mac)));
   EXPECT_FALSE(ap_block_add(db, 8, station("00:00:5E:00:53:0A")));
-  EXPECT_TRUE(ap_block_exists(db, mac));
-  EXPECT_FALSE(ap_block_exists(db, "' OR '1'='1"));
+  EXPECT_TRUE(is_blocked(db, mac));
+  EXPECT_FALSE(is_blocked(db, "' OR '1'='1"));
   EXPECT_EQ(sql_rows("SELECT mac, utime > NOW() - INTERVAL 1 MINUTE, ssid, aid, channel, tx_rate, "
                      "rx_rate, rssi, idle, refer_ap_sn FROM AP_CLIENT.block"),
             Lines{"00:00:5E:00:53:0A|1|3|65535|149||65M|-71|4294967295|7"});
   EXPECT_TRUE(ap_release_rule(db, 3, "00:11:22:33:44:55"));
   EXPECT_FALSE(ap_release_rule(db, 4, kMac));
   EXPECT_FALSE(ap_release_rule(db, 3, kOtherMac));
-  ap_block_count(db, "caller", 535);
+  ap_block_count(db, ask_block_list(db), "caller", 535);
   const Lines all = trace_of(kMac);
   EXPECT_EQ(all.front(),
             "ap_block_exists: SELECT * FROM `AP_CLIENT`.`block` WHERE `mac`='" + mac + "'");

@@ -1,0 +1,28 @@
+#include "steering/demand.h"
+
+#include <algorithm>
+
+void Demand::add_neighbour(int clients) {
+  ++aps;
+  avail += std::max(0, kClientQuota - clients);
+  diff += clients - kClientQuota;
+}
+
+Share share_of(const Demand& demand) {
+  const int surplus = demand.users + demand.diff;
+  const int avg = surplus / (demand.aps + 1);
+  const bool whole = surplus % (demand.aps + 1) == 0;
+  return {avg, whole, whole ? avg : avg + 1};
+}
+
+int stations_to_move(const Demand& demand) {
+  return demand.fits() ? demand.users : demand.users - share_of(demand).max;
+}
+
+int stations_to_move(int amount, std::span<const int> neighbours) {
+  Demand demand(amount);
+  for (const int clients : neighbours) {
+    demand.add_neighbour(clients);
+  }
+  return stations_to_move(demand);
+}
