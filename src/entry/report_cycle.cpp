@@ -138,6 +138,9 @@ void work_off(const std::string& path, const std::string& ip, const std::string&
   remove_report(path);
   std::string lines = is_balancing(filter_mode) ? steering_lines(mac, releases) : "";
   lines += auto_rf_line(mac);
+  if (filter_mode != 0) {
+    ap_block_remove(mac, Quiet::yes, kOperation);  // the filter says who may use the AP
+  }
   lines += ap_mac_filter_conf(mac);
   lines = my_string(std::move(lines), "time=%lu\n", static_cast<unsigned long>(std::time(nullptr)));
   ap_debug_log({kOperation, mac}, "[%s] cmd_content: %s", mac.c_str(), lines.c_str());

@@ -39,7 +39,7 @@ void append_to_switch_file(const char* function_name, int line, const char* key,
 AP_PRINTF(4, 0)
 void log(const char* function_name, int line, const char* key, const char* format,
          std::va_list values) {
-  if (!isDirectory(kSwitchDirectory)) {
+  if (!is_tracing()) {
     return;
   }
   const std::optional<std::string> message = my_format(format, values);
@@ -53,6 +53,10 @@ void log(const char* function_name, int line, const char* key, const char* forma
 }
 
 }  // namespace
+
+bool is_tracing() {
+  return isDirectory(kSwitchDirectory);
+}
 
 void ap_debug_log(const char* function_name, int line, const char* key, const char* format, ...) {
   std::va_list values;

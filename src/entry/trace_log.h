@@ -26,6 +26,9 @@ struct TraceSite {
       : TraceSite(operation_name, trace_key.c_str(), source_line) {}
 };
 
+/// Whether trace lines go anywhere at all. For what is done for the trace alone.
+bool is_tracing();
+
 /// Writes one trace line, formatted as printf does. A key that holds a slash names no file. Never
 /// fails: what cannot be written is dropped.
 void ap_debug_log(const char* function_name, int line, const char* key, const char* format, ...)

@@ -4,6 +4,7 @@
 
 #include "db/registry.h"
 #include "db/schema.h"
+#include "entry/trace_log.h"
 #include "steering/block_table.h"
 #include "steering/choice.h"
 
@@ -68,6 +69,9 @@ bool serves(Connection& db, int neighbour, const Refused& refused) {
 
 void ap_client_count(Connection& db, int other_sn) {
   static constexpr const char* kName = "ap_client_count";
+  if (!is_tracing()) {
+    return;
+  }
   Rows rows = db.ask(Step(kName), "SELECT `mac` FROM `%s`.`AP_%03d`", AP_CLIENT, other_sn).rows();
   const int count = static_cast<int>(rows.count());
   int number = 0;

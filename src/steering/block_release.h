@@ -10,7 +10,7 @@
 /// A block whose profile has no SSID stays. Closes `db`.
 std::optional<std::string> ap_release_block_rule(Connection& db, const std::string& mac);
 
-/// Writes the stations of the AP `other_sn` to the trace.
+/// Writes the stations of the AP `other_sn` to the trace; without tracing they are not asked for.
 void ap_client_count(Connection& db, int other_sn);
 
 /// Whether the station sits at the AP `other_sn`: the question, asked ahead; its answer is a row.

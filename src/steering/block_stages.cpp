@@ -8,6 +8,7 @@
 #include "db/decimal.h"
 #include "db/registry.h"
 #include "db/schema.h"
+#include "entry/trace_log.h"
 #include "reports/client_record.h"
 #include "steering/block_table.h"
 #include "steering/choice.h"
@@ -93,8 +94,12 @@ void inquire(Connection& db, int sn, Candidates candidates) {
 }
 
 /// Looks the station up once more for each further AP that would serve it. By then it is refused,
-/// by us or by another AP; the trace shows that.
+/// by us or by another AP, so that only the trace has something from it: among many neighbours
+/// these looks would be nearly all that a pass does.
 void look_again(Connection& db, const Candidate& candidate) {
+  if (!is_tracing()) {
+    return;
+  }
   std::vector<Question> looks;
   for (std::size_t i = 1; i < candidate.facts.alternatives; ++i) {
     looks.push_back(ask_block_exists(db, candidate.client.mac));
