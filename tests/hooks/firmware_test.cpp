@@ -134,6 +134,20 @@ TEST_F(Firmware, AnotherApGetsItsImageThroughTheToolAndAfterThatItsSyncFile) {
   EXPECT_EQ(kill_update_tool(kMac, std::nullopt), 1) << "the tool outlives the hook";
 }
 
+TEST_F(Firmware, APendingImageSurvivesARejoinAndIsThenOffered) {
+  EXPECT_EQ(run_hook(kBringImage), 0);
+  write_file("/database/ap/info/" + kMac, "[SYSTEM]\nwget_update=1\n");
+  EXPECT_EQ(run_hook({"ap-up", "10.0.0.9", kMac}), 0);
+  EXPECT_EQ(state(), "2|0|10.0.0.9|" + kImage);
+  EXPECT_EQ(run_hook({"ap-command", "8", "10.0.0.9", kMac}), 0);
+  EXPECT_EQ(offer_of("ap-2.1.bin"), offer("3", kImage, "10.0.0.9"));
+  EXPECT_EQ(state(), "2|0|0.0.0.0|" + kImage);
+  fs::remove(kImage);
+  fs::remove(slot_of(kMac));
+  EXPECT_EQ(run_hook({"ap-up", "10.0.0.9", kMac}), 0);
+  EXPECT_EQ(state(), "0|1|10.0.0.9|");
+}
+
 TEST_F(Firmware, WithoutAnAddressTheToolDoesTheWork) {
   support_downloads();
   const auto expect_declined = [](const Words& hook, const std::string& address) {
