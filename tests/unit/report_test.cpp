@@ -90,4 +90,16 @@ TEST_F(Refusing, LinesThatTheLibraryRefuses) {
   EXPECT_TRUE(load("")) << "an empty report is one without sections";
 }
 
+TEST_F(Refusing, WhatWouldTakeSecondsToLoad) {
+  std::string text(Report::kMostLines, '\n');
+  EXPECT_TRUE(load(text));
+  EXPECT_FALSE(load(text + "\n"));
+  text.assign(Report::kMostBytes, ' ');
+  for (std::size_t end = 999; end < text.size(); end += 1000) {
+    text[end] = '\n';
+  }
+  EXPECT_TRUE(load(text));
+  EXPECT_FALSE(load(text + " "));
+}
+
 }  // namespace
