@@ -26,18 +26,6 @@ const Words kDirectories{
     "/var/tmp/sync",           "/var/ap_update",       "/firmware",         "/etc/ap-run",
     "/etc/sysconfig/.firewall"};
 
-/// Whether a helper program that a hook has left in the background still runs, or a shell that is
-/// about to become one.
-bool helpers_run() {
-  static const Lines kHelpers{"sh\n", "send_logmsg\n", "mobile_pushmsg\n", "wum\n"};
-  for (const auto& entry : fs::directory_iterator("/proc")) {
-    if (std::count(kHelpers.begin(), kHelpers.end(), content(entry.path() / "comm")) > 0) {
-      return true;
-    }
-  }
-  return false;
-}
-
 std::string full_name(const testing::TestInfo& test) {
   return std::string(test.test_suite_name()) + "." + test.name();
 }
@@ -76,6 +64,16 @@ bool eventually(const std::function<bool()>& done) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   return done();
+}
+
+void wait_for_helpers() {
+  static const Lines kHelpers{"sh\n", "send_logmsg\n", "mobile_pushmsg\n", "wum\n"};
+  eventually([] {
+    return std::none_of(fs::directory_iterator("/proc"), {}, [](const auto& process) {
+      const std::string name = content(process.path() / "comm");
+      return std::find(kHelpers.begin(), kHelpers.end(), name) != kHelpers.end();
+    });
+  });
 }
 
 bool exists(const std::string& path) {
@@ -184,7 +182,7 @@ void register_ap(int sn, const std::string& mac, const std::string& name, int jo
 
 void HookTest::SetUp() {
   my_mysql_release();  // what an earlier test left with the platform
-  eventually([] { return !helpers_run(); });
+  wait_for_helpers();
   reset_database();
   fs::remove_all("/database/ap/debug");
   for (const std::string& directory : kDirectories) {

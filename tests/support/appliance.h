@@ -34,6 +34,9 @@ int run_hook(const Words& words);
 /// Polls until `done` holds, at most for 10 seconds; whether it came to hold.
 bool eventually(const std::function<bool()>& done);
 
+/// Waits until no helper program, or shell that is about to become one, runs in the background.
+void wait_for_helpers();
+
 bool exists(const std::string& path);
 /// The file's bytes; empty when there is no file.
 std::string content(const std::string& path);
