@@ -91,7 +91,7 @@ TEST_F(Lifecycle, OfAnApThatJoinsAgain) {
   write_file("/firmware/image", "");
   write_file("/database/ap/support/" + kMac + ".update", "");
   trace_on(kMac);
-  const std::string files[] = {"[SYSTEM]\nethernet_num=" + std::string(1100, '1'), "no value", "",
+  const std::string files[] = {"[SYSTEM]\nethernet_num=" + std::string(1100, '1'), "no value",
                                "[SYSTEM]\nethernet_num=1;\nversion=9\n"};
   struct Case {
     std::string status, firmware, file, row, update;
@@ -99,7 +99,7 @@ TEST_F(Lifecycle, OfAnApThatJoinsAgain) {
   const Case cases[] = {
       {"1", "", files[0], "1|0|", "`Status`=1, ... `action`=0, `fw_upgrade`='' WHERE"},
       {"0", "/firmware/image", files[1], "0|2|/firmware/image", "`Status`=0, ... `action`=2 WHERE"},
-      {"1", "/firmware/gone", files[3], "1|0|",
+      {"1", "/firmware/gone", files[2], "1|0|",
        "`Status`=1, ... `action`=0, `fw_upgrade`='', `wired_max`=1 WHERE"}};
   for (const Case& expected : cases) {
     sql("REPLACE INTO AP_INFO.ap_list SET SN=7, Name='', IP='10.0.0.1', action=1, fw_version='2', "
@@ -114,7 +114,7 @@ TEST_F(Lifecycle, OfAnApThatJoinsAgain) {
         story(), std::regex("`STime`=NOW\\(\\), `ETime`='0000-00-00 00:00:00',"), "...");
     EXPECT_NE(told.find("\n[command]\ntype=5\ntime=T\nap_block"), std::string::npos) << told;
     EXPECT_NE(told.find(expected.update), std::string::npos) << told;
-    EXPECT_EQ(told.find("M.update") == std::string::npos, expected.file == files[3]) << told;
+    EXPECT_EQ(told.find("M.update") == std::string::npos, expected.file == files[2]) << told;
     EXPECT_EQ(told.find("ap/info"), std::string::npos) << told;
   }
   EXPECT_EQ(log(), Lines{"AP  is connected."});
