@@ -158,6 +158,9 @@ TEST_F(Database, AbsentServerSkipsOnlyItsOwnWork) {
   const auto start = steady_clock::now();
   EXPECT_EQ(run_hook({"ap-command", "1", path, kAddress, kMac}), 0);
   EXPECT_EQ(run_hook({"ap-command", "10", "-", kMac}), 0);
+  write_file(slot_of(kOtherMac), "");
+  EXPECT_EQ(run_hook({"ap-down", kOtherMac}), 0);
+  EXPECT_FALSE(exists(slot_of(kOtherMac)));
   EXPECT_LT(steady_clock::now() - start, seconds(3));
   ASSERT_EQ(std::system("lab-db-start"), 0);
   EXPECT_FALSE(exists(path));
