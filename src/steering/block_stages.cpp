@@ -193,7 +193,7 @@ std::string ap_block_snr_rule(Connection& db, const Question& asked, int sn, int
   }
   NumberedLines lines("block");
   for (std::size_t done = 0; done < candidates.size() && lines.count() < ret;) {
-    const std::size_t room = static_cast<std::size_t>(ret - lines.count());
+    const auto room = static_cast<std::size_t>(ret - lines.count());
     const std::size_t run = std::min(candidates.size() - done, room);
     work_off(db, sn, ret, Candidates(candidates).subspan(done, run), lines);
     done += run;
