@@ -201,4 +201,22 @@ TEST_F(Steering, TheReleaseOfAllAndTheAnswerFollowEachOtherIntoTheSlot) {
   EXPECT_EQ(blocks(), Lines{"02:00:00:00:00:02|9"});
 }
 
+using Office = HookTest;
+
+TEST_F(Office, IsSteeredByItsReports) {
+  ASSERT_EQ(std::system("mariadb </source/lab/reports/profiles.sql"), 0);
+  configure("[controller]\ndefault_profile_sn = 1,2,3\n[settings]\n79 = 1\n91 = 1\n");
+  std::string told;
+  const std::string floor[] = {"lobby", "open-space", "meeting", "canteen"};
+  for (const std::size_t ap : {0, 1, 2, 0, 1, 2, 3, 0, 1, 2, 0}) {
+    const std::string mac = M("00:00:5E:00:53:%zu0", ap + 1);
+    const std::string path = deliver_report(content("/source/lab/reports/" + floor[ap] + ".ini"));
+    EXPECT_EQ(run_hook({"ap-command", "1", path, kAddress, mac}), 0);
+    told += floor[ap] + ": " + without_time(content(slot_of(mac)));
+    std::filesystem::remove(slot_of(mac));
+  }
+  EXPECT_EQ(told, content("/source/tests/hooks/office.commands"));
+  EXPECT_EQ(sql_value("SELECT COUNT(*) FROM AP_CLIENT.block"), "8");
+}
+
 }  // namespace
