@@ -74,30 +74,27 @@ TEST_F(Steering, APassTellsItsWholeStory) {
 }
 
 TEST_F(Steering, AllBlocksAreLiftedForALoneStationOrAnSsidOutOfHearing) {
-  struct Case {
-    const char* change;
-    bool released;
-    std::size_t blocks;  // what the pass leaves for its caller to lift
-  };
-  for (const Case& c : std::vector<Case>{
-           {"DELETE FROM AP_CLIENT.legal WHERE refer_ap=2", true, 3},
-           {"DELETE FROM AP_CLIENT.legal WHERE refer_ap=2 AND essid='Guest'", false, 3},
-           {"UPDATE AP_CLIENT.legal SET `signal`='-74' WHERE refer_ap=1", false, 2},
-           {"UPDATE AP_CLIENT.legal SET `signal`='-75' WHERE refer_ap=1", true, 2},
-           {"DELETE FROM AP_CLIENT.legal WHERE refer_ap=1", true, 2},
-           {"DELETE FROM AP_CLIENT.legal WHERE refer_ap=0", false, 3},
-           {"DELETE FROM AP_CLIENT.AP_001 LIMIT 3", false, 2},
-           {"DELETE FROM AP_CLIENT.AP_001 LIMIT 5", true, 2},
-           {"DROP TABLE AP_CLIENT.AP_001", false, 2}}) {
+  // A change of the building, whether all is lifted, and the blocks left for the caller to lift.
+  const std::tuple<const char*, bool, std::size_t> cases[] = {
+      {"DELETE FROM AP_CLIENT.legal WHERE refer_ap=2", true, 3},
+      {"DELETE FROM AP_CLIENT.legal WHERE refer_ap=2 AND essid='Guest'", false, 3},
+      {"UPDATE AP_CLIENT.legal SET `signal`='-74' WHERE refer_ap=1", false, 2},
+      {"UPDATE AP_CLIENT.legal SET `signal`='-75' WHERE refer_ap=1", true, 2},
+      {"DELETE FROM AP_CLIENT.legal WHERE refer_ap=1", true, 2},
+      {"DELETE FROM AP_CLIENT.legal WHERE refer_ap=0", false, 3},
+      {"DELETE FROM AP_CLIENT.AP_001 LIMIT 3", false, 2},
+      {"DELETE FROM AP_CLIENT.AP_001 LIMIT 5", true, 2},
+      {"DROP TABLE AP_CLIENT.AP_001", false, 2}};
+  for (const auto& [change, released, left] : cases) {
     SetUp();
-    sql(c.change);
+    sql(change);
     ReleaseAll release_all = ReleaseAll::no;
-    EXPECT_EQ(ap_load_balance_rule(kMac, release_all).has_value(), !c.released) << c.change;
-    EXPECT_EQ(release_all == ReleaseAll::yes, c.released) << c.change;
-    EXPECT_EQ(blocks().size(), c.blocks) << c.change;
-    EXPECT_EQ(trace_of(kMac, "ap_load_balance_rule").size(), c.released ? 1U : 0U);
+    EXPECT_EQ(ap_load_balance_rule(kMac, release_all).has_value(), !released) << change;
+    EXPECT_EQ(release_all == ReleaseAll::yes, released) << change;
+    EXPECT_EQ(blocks().size(), left) << change;
+    EXPECT_EQ(trace_of(kMac, "ap_load_balance_rule").size(), released ? 1U : 0U);
     EXPECT_EQ(trace_of(kMac, "get_available_demand").empty(),
-              std::string(c.change).find("AP_001") != std::string::npos);
+              std::string(change).find("AP_001") != std::string::npos);
   }
 }
 
