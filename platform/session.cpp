@@ -74,6 +74,7 @@ MYSQL* connect_until(Clock::time_point end) {
       return mysql;
     }
     const bool full = mysql_errno(mysql) == kTooManyConnections;
+    MySession::refusal = mysql_error(mysql);
     mysql_close(mysql);
     if (!full || Clock::now() >= end) {
       return nullptr;

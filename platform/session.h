@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -25,6 +26,9 @@ struct MySession {
  public:
   /// A connected session, or null. Counts as waiting for the database.
   static std::unique_ptr<MySession> connect();
+
+  /// Why the last connect that failed did, in the client library's words.
+  static inline std::string refusal;
 
   ~MySession();
   MySession(const MySession&) = delete;

@@ -1,0 +1,281 @@
+#include "database_check.h"
+
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <sstream>
+
+#include "db/connection.h"
+#include "db/decimal.h"
+#include "db/schema.h"
+#include "needed_schema.h"
+#include "platform/text.h"
+#include "session.h"
+
+namespace {
+
+constexpr const char* kOptionFile = "/etc/ap-run/database.cnf";
+constexpr const char* kLogSchema = "/usr/share/ap-run/40-connection-log.sql";
+
+/// The trace key of the connection: what is asked here is not traced.
+constexpr const char* kNoKey = nullptr;
+
+/// Clocks that differ by less, in seconds, count as equal.
+constexpr std::int64_t kClockTolerance = 30;
+
+std::tm local_time(std::time_t when) {
+  std::tm local{};
+  localtime_r(&when, &local);
+  return local;
+}
+
+std::string log_database(std::time_t day) {
+  const std::tm local = local_time(day);
+  return M("%s_%04d%02d%02d", CONNTRACK_LOG, local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
+}
+
+/// The connection-log databases that have to be there: of today and tomorrow, by our clock.
+std::vector<std::string> log_databases() {
+  constexpr std::time_t kDay = 24 * 60 * 60;
+  const std::time_t now = std::time(nullptr);
+  return {log_database(now), log_database(now + kDay)};
+}
+
+/// All databases of interest, as a list for IN (...).
+std::string database_list() {
+  std::string list = M("'%s', '%s', '%s', '%s'", AP_INFO, AP_CLIENT, AP_POOR_CLIENT, AP_USER);
+  for (const std::string& database : log_databases()) {
+    list += ", '" + database + "'";
+  }
+  return list;
+}
+
+Schema read_schema(const Question& columns, const Question& keys) {
+  Schema schema;
+  for (const Row& row : columns.rows()) {
+    schema[row.text(0) + "." + row.text(1)].columns[my_tolower(row.text(2))] = {row.text(3),
+                                                                                row.text(4)};
+  }
+  for (const Row& row : keys.rows()) {
+    Table::Key& key = schema[row.text(0) + "." + row.text(1)].keys[row.text(2)];
+    key.unique = row.number(3) == 0;
+    key.columns.push_back(row.text(4));
+  }
+  return schema;
+}
+
+Findings check_option_file() {
+  struct stat info {};
+  if (stat(kOptionFile, &info) != 0 || (info.st_mode & S_IROTH) == 0) {
+    return {};
+  }
+  return {{Severity::warning, "option-file-open",
+           M("%s, which may hold a password, can be read by every user.", kOptionFile),
+           M("Run chmod 640 %s.", kOptionFile)}};
+}
+
+Findings check_tables(const Schema& schema, const Question& databases) {
+  Findings findings = compare_schema(schema);
+  if (databases.rows().count() == 0) {
+    findings.push_back(
+        {Severity::problem, "database-missing",
+         M("Database %s does not exist, or the user may not see it.", AP_POOR_CLIENT),
+         "Apply /usr/share/ap-run/20-ap-client.sql, or give the user the right."});
+  }
+  for (const std::string& database : log_databases()) {
+    const NeededTable needed = needed_log_table(database);
+    const auto found = schema.find(database + "." + needed.table);
+    if (found == schema.end()) {
+      findings.push_back({Severity::warning, "log-missing",
+                          database + "." + needed.table +
+                              " does not exist: the connection log of "
+                              "that day is lost.",
+                          M("Apply %s, and keep the server's event scheduler on, which makes the "
+                            "days to come.",
+                            kLogSchema)});
+    } else {
+      add(findings, compare_table(needed, &found->second));
+    }
+  }
+  return findings;
+}
+
+/// What the program does to the tables of a database, and the rights that it takes.
+struct NeededRights {
+  std::string database;
+  const char* rights;
+};
+
+/// Rights by database ("database.RIGHT"), those given on all databases included.
+Findings check_rights(Connection& db) {
+  const NeededRights all[] = {{AP_INFO, "SELECT, INSERT, UPDATE"},
+                              {AP_CLIENT, "SELECT, INSERT, UPDATE, DELETE, CREATE, DROP"},
+                              {AP_POOR_CLIENT, "SELECT, INSERT, UPDATE, DELETE, CREATE, DROP"},
+                              {AP_USER, "SELECT"},
+                              {log_databases().front(), "INSERT"}};
+  std::vector<Question> questions;
+  for (const NeededRights& needed : all) {
+    questions.push_back(db.ask(
+        untraced,
+        "SELECT GROUP_CONCAT(DISTINCT `PRIVILEGE_TYPE`) FROM (SELECT `GRANTEE`, `PRIVILEGE_TYPE` "
+        "FROM information_schema.USER_PRIVILEGES UNION SELECT `GRANTEE`, `PRIVILEGE_TYPE` FROM "
+        "information_schema.SCHEMA_PRIVILEGES WHERE '%s' LIKE `TABLE_SCHEMA`) AS `given` WHERE "
+        "`GRANTEE`=CONCAT('''', REPLACE(CURRENT_USER(), '@', '''@'''), '''')",
+        needed.database.c_str()));
+  }
+  Findings findings;
+  for (std::size_t i = 0; i < questions.size(); ++i) {
+    Rows rows = questions[i].rows();
+    const std::optional<Row> row = rows.next();
+    if (!row) {
+      continue;  // a server that does not tell
+    }
+    const std::string given = "," + row->text(0) + ",";
+    std::string missing;
+    std::istringstream rights(all[i].rights);
+    for (std::string right; std::getline(rights >> std::ws, right, ',');) {
+      if (given.find("," + right + ",") == std::string::npos) {
+        missing += (missing.empty() ? "" : ", ") + right;
+      }
+    }
+    if (!missing.empty()) {
+      findings.push_back(
+          {Severity::warning, "right-missing",
+           M("The database user was not given %s on %s (rights on single tables and by roles are "
+             "not looked at).",
+             missing.c_str(), all[i].database.c_str()),
+           M("As the server's administrator, run GRANT %s ON `%s`.* TO the user.", missing.c_str(),
+             i + 1 == std::size(all) ? "CONNTRACK\\_LOG\\_%" : all[i].database.c_str())});
+    }
+  }
+  return findings;
+}
+
+Findings check_clock(std::int64_t server_seconds, const std::string& server_time) {
+  const std::time_t now = std::time(nullptr);
+  const std::int64_t ahead = server_seconds - now;
+  if (std::abs(ahead) > kClockTolerance) {
+    return {{Severity::warning, "clock-differs",
+             M("The database server's clock is %lld seconds %s ours: times in tables do not fit "
+               "those in traces.",
+               static_cast<long long>(std::abs(ahead)), ahead > 0 ? "ahead of" : "behind"),
+             "Let both hosts follow the same time server."}};
+  }
+  const std::tm local = local_time(server_seconds);
+  const std::string our_time = M("%02d:%02d", local.tm_hour, local.tm_min);
+  if (server_time != our_time) {
+    return {{Severity::warning, "time-zone-differs",
+             M("It is %s for the database server and %s here: times in tables are in another time "
+               "zone, and the connection log changes days at another hour.",
+               server_time.c_str(), our_time.c_str()),
+             "Set default_time_zone in the server's configuration to this host's zone."}};
+  }
+  return {};
+}
+
+Findings check_server(const Row& row) {
+  Findings findings;
+  if (row.text(3) == "1") {
+    findings.push_back({Severity::problem, "server-read-only",
+                        "The database server is read-only, such as a replica: nothing is stored.",
+                        M("Name the writable server in %s.", kOptionFile)});
+  }
+  if (row.text(4) != "ON") {
+    findings.push_back({Severity::warning, "scheduler-off",
+                        "The database server's event scheduler is off: from the day after "
+                        "tomorrow there is no connection log.",
+                        "Set event_scheduler = ON in the server's configuration, section "
+                        "[mariadbd], and restart it, or run SET GLOBAL event_scheduler = ON;"});
+  }
+  if (row.text(7) != "latin1") {
+    findings.push_back({Severity::warning, "charset-differs",
+                        M("The connection's character set is %s: SSIDs that are no text in it are "
+                          "lost.",
+                          row.text(7).c_str()),
+                        M("Take default-character-set out of %s.", kOptionFile)});
+  }
+  add(findings, check_clock(decimal(row.text(5)), row.text(6)));
+  return findings;
+}
+
+Findings check_event(const Question& event) {
+  Rows rows = event.rows();
+  const std::optional<Row> row = rows.next();
+  if (row && row->text(0) == "ENABLED") {
+    return {};
+  }
+  return {
+      {Severity::warning, "event-missing",
+       std::string("The server's event AP_INFO.connection_log_days ") +
+           (row ? "is not enabled" : "does not exist, or the user may not see it") +
+           ": nothing makes the connection logs of the days to come.",
+       M("Apply %s, or see the event run on the server that the others replicate.", kLogSchema)}};
+}
+
+DatabaseResult unreached() {
+  const std::string reason = MySession::refusal.empty() ? "no reason given" : MySession::refusal;
+  return {{},
+          {{Severity::problem, "database-unreachable",
+            "The database cannot be reached (" + reason + "): events leave no trace in it.",
+            M("See that the server runs, and that host, user and password in %s are right. "
+              "Without that file the local socket is used, as the calling user.",
+              kOptionFile)}}};
+}
+
+}  // namespace
+
+DatabaseResult check_database() {
+  Findings findings = check_option_file();
+  Connection db(kNoKey);
+  if (!db) {
+    DatabaseResult result = unreached();
+    add(result.findings, std::move(findings));
+    return result;
+  }
+  const std::string databases = database_list();
+  const Question about =
+      db.ask(untraced,
+             "SELECT @@version, @@hostname, CURRENT_USER(), @@global.read_only, "
+             "@@global.event_scheduler, UNIX_TIMESTAMP(), DATE_FORMAT(NOW(), '%%H:%%i'),"
+             " @@character_set_client");
+  const Question cipher = db.ask(untraced, "SHOW SESSION STATUS LIKE 'Ssl_cipher'");
+  const Question poor =
+      db.ask(untraced, "SELECT 1 FROM information_schema.SCHEMATA WHERE `SCHEMA_NAME`='%s'",
+             AP_POOR_CLIENT);
+  const Question event =
+      db.ask(untraced,
+             "SELECT `STATUS` FROM information_schema.EVENTS WHERE `EVENT_SCHEMA`='%s' AND "
+             "`EVENT_NAME`='connection_log_days'",
+             AP_INFO);
+  const Question columns =
+      db.ask(untraced,
+             "SELECT `TABLE_SCHEMA`, `TABLE_NAME`, `COLUMN_NAME`, `COLLATION_NAME`, `EXTRA` FROM "
+             "information_schema.COLUMNS WHERE `TABLE_SCHEMA` IN (%s)",
+             databases.c_str());
+  // A key over the beginning of a column is not unique in the whole.
+  const Question keys =
+      db.ask(untraced,
+             "SELECT `TABLE_SCHEMA`, `TABLE_NAME`, `INDEX_NAME`, `NON_UNIQUE` OR `SUB_PART` IS NOT "
+             "NULL, `COLUMN_NAME` FROM information_schema.STATISTICS WHERE `TABLE_SCHEMA` IN (%s) "
+             "ORDER BY 1, 2, 3, `SEQ_IN_INDEX`",
+             databases.c_str());
+
+  Rows rows = about.rows();
+  const std::optional<Row> row = rows.next();
+  if (!row) {
+    findings.push_back({Severity::problem, "database-silent",
+                        "The database server took the connection but does not answer.",
+                        "Look at its error log and its load (SHOW FULL PROCESSLIST)."});
+    return {{}, std::move(findings)};
+  }
+  Rows ciphers = cipher.rows();
+  const std::optional<Row> encryption = ciphers.next();
+  const Server server{true, row->text(0), row->text(1), row->text(2),
+                      encryption ? encryption->text(1) : ""};
+  add(findings, check_server(*row));
+  add(findings, check_event(event));
+  add(findings, check_tables(read_schema(columns, keys), poor));
+  add(findings, check_rights(db));
+  return {server, std::move(findings)};
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+// What a check has to say. A check is a function that returns its findings and changes nothing.
+
+/// `warning`: something is lost or will be, the rest works. `problem`: the program cannot do its
+/// work.
+enum class Severity { warning, problem };
+
+struct Finding {
+  Severity severity;
+  std::string name;    // of the check, for scripts: "lock-stale"
+  std::string what;    // what was found and what follows from it; may hold any bytes
+  std::string advice;  // what to do
+};
+
+using Findings = std::vector<Finding>;
+
+/// The exit status that says it: 0 nothing found, 1 warnings, 2 problems.
+int exit_status(const Findings& findings);
+
+/// Moves `more` behind what is in `findings`.
+void add(Findings& findings, Findings more);

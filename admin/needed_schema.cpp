@@ -1,0 +1,331 @@
+#include "needed_schema.h"
+
+#include <algorithm>
+#include <set>
+#include <sstream>
+
+#include "db/schema.h"
+#include "platform/text.h"
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+constexpr const char* kSchemaFolder = "/usr/share/ap-run";
+
+Names words(const std::string& text) {
+  std::istringstream stream(text);
+  Names names;
+  for (std::string word; stream >> word;) {
+    names.push_back(word);
+  }
+  return names;
+}
+
+Names registry_columns() {
+  Names columns = words(
+      "SN MAC IP Name Status action fw_upgrade STime ETime pf_id 5G_pf_id wired_id cpu_util "
+      "memory_util fw_version uptime poe wired_max op_mode ssid_max wireless_mode_list "
+      "high_txpower_list high_power txpower_list channel_list channel_ext_list channel 5G_ssid_max "
+      "5G_wireless_mode_list 5G_high_power 5G_channel_ext_list 5G_channel");
+  for (int band = 1; band <= 4; ++band) {
+    for (const char* format :
+         {"5G_high_txpower_list_%d", "5G_txpower_list_%d", "5G_channel_list_%d",
+          "5G_channel_list_%d_toTxpower", "5G_channel_list_%d_band"}) {
+      std::string name = format;
+      columns.push_back(name.replace(name.find("%d"), 2, std::to_string(band)));
+    }
+  }
+  return columns;
+}
+
+/// "`a`, `b`"
+std::string quoted(const Names& names) {
+  std::string text;
+  for (const std::string& name : names) {
+    text += (text.empty() ? "`" : ", `") + name + "`";
+  }
+  return text;
+}
+
+Names lower(Names names) {
+  std::transform(names.begin(), names.end(), names.begin(), my_tolower);
+  return names;
+}
+
+using NameSet = std::set<std::string>;
+
+NameSet as_set(const Names& names) {
+  const Names plain = lower(names);
+  return {plain.begin(), plain.end()};
+}
+
+bool is_unique(const NeededKey& key) {
+  return key.use != KeyUse::look_up;
+}
+
+bool serves(const Table::Key& found, const NeededKey& needed) {
+  if (is_unique(needed)) {
+    return found.unique && as_set(found.columns) == as_set(needed.columns);
+  }
+  const Names first = lower(found.columns);
+  const Names wanted = lower(needed.columns);
+  return first.size() >= wanted.size() && std::equal(wanted.begin(), wanted.end(), first.begin());
+}
+
+/// A unique key beside the needed ones keeps rows out that belong in, unless it contains one.
+bool refuses_rows(const Table::Key& found, const NeededTable& needed) {
+  if (!found.unique) {
+    return false;
+  }
+  const NameSet columns = as_set(found.columns);
+  bool any_unique = false;
+  for (const NeededKey& key : needed.keys) {
+    if (is_unique(key)) {
+      any_unique = true;
+      const NameSet wanted = as_set(key.columns);
+      if (std::includes(columns.begin(), columns.end(), wanted.begin(), wanted.end())) {
+        return false;
+      }
+    }
+  }
+  return any_unique;
+}
+
+class Comparison {
+ public:
+  Comparison(const NeededTable& needed, const Table& found) : needed_(needed), found_(found) {}
+
+  Findings findings() {
+    compare_columns();
+    compare_keys();
+    return std::move(findings_);
+  }
+
+ private:
+  void note(Severity severity, const char* name, const std::string& what,
+            const std::string& advice) {
+    findings_.push_back(
+        {severity, name, needed_.database + "." + needed_.table + " " + what, advice});
+  }
+
+  std::string alter(const std::string& change) const {
+    return "ALTER TABLE `" + needed_.database + "`.`" + needed_.table + "` " + change + ";";
+  }
+
+  std::string as_shipped(const std::string& column) const {
+    if (needed_.schema_file.empty()) {
+      return "Drop the table: the program makes it anew with the AP's next report.";
+    }
+    return "Run " + alter("... " + quoted({column}) + " ...") + " with the definition that " +
+           kSchemaFolder + "/" + needed_.schema_file + " gives the column.";
+  }
+
+  void compare_columns() {
+    for (const std::string& name : needed_.columns) {
+      if (!found_.columns.contains(my_tolower(name))) {
+        note(Severity::problem, "column-missing",
+             "has no column " + quoted({name}) + ": statements that name it fail.",
+             as_shipped(name));
+      }
+    }
+    for (const std::string& name : needed_.byte_columns) {
+      const auto column = found_.columns.find(my_tolower(name));
+      if (column != found_.columns.end() && !column->second.collation.ends_with("nopad_bin") &&
+          !column->second.collation.empty() && column->second.collation != "binary") {
+        note(Severity::warning, "column-collation",
+             "compares " + quoted({name}) + " as " + column->second.collation +
+                 ", not byte for byte: networks are taken for each other whose names differ only "
+                 "in case or trailing blanks.",
+             as_shipped(name));
+      }
+    }
+    const auto counter = found_.columns.find(my_tolower(needed_.counter));
+    if (counter != found_.columns.end() &&
+        counter->second.extra.find("auto_increment") == std::string::npos) {
+      note(Severity::problem, "column-counter",
+           "does not number its rows: new APs get no serial number.", as_shipped(needed_.counter));
+    }
+  }
+
+  void compare_keys() {
+    for (const NeededKey& key : needed_.keys) {
+      const bool there = std::any_of(found_.keys.begin(), found_.keys.end(),
+                                     [&](const auto& named) { return serves(named.second, key); });
+      if (!there) {
+        note_missing(key);
+      }
+    }
+    for (const auto& [name, key] : found_.keys) {
+      if (refuses_rows(key, needed_)) {
+        note(Severity::problem, "key-too-narrow",
+             "has the unique key " + quoted({name}) + " over " + quoted(key.columns) +
+                 ", which refuses or replaces rows that belong there.",
+             "Run " + alter("DROP KEY " + quoted({name})));
+      }
+    }
+  }
+
+  void note_missing(const NeededKey& key) {
+    const std::string columns = quoted(key.columns);
+    switch (key.use) {
+      case KeyUse::replace:
+        note(Severity::problem, "key-missing",
+             "has no unique key over " + columns + ": rows pile up instead of being replaced.",
+             "Delete double rows, then run " + alter("ADD UNIQUE KEY (" + columns + ")"));
+        break;
+      case KeyUse::single:
+        note(Severity::warning, "key-missing",
+             "has no unique key over " + columns +
+                 ": events of the same moment may leave two rows "
+                 "of one thing.",
+             "Delete double rows, then run " + alter("ADD UNIQUE KEY (" + columns + ")"));
+        break;
+      case KeyUse::look_up:
+        note(Severity::warning, "key-missing",
+             "has no key that begins with " + columns + ": look-ups read the whole table.",
+             "Run " + alter("ADD KEY (" + columns + ")"));
+        break;
+    }
+  }
+
+  const NeededTable& needed_;
+  const Table& found_;
+  Findings findings_;
+};
+
+/// Whether `name` is the name of an AP's own table: "AP_" and three digits at least.
+bool is_per_ap(const std::string& name) {
+  constexpr std::size_t kPrefix = 3;
+  constexpr std::size_t kDigits = 3;
+  return name.starts_with("AP_") && name.size() >= kPrefix + kDigits &&
+         name.find_first_not_of("0123456789", kPrefix) == std::string::npos;
+}
+
+Findings compare_per_ap(const Schema& schema, NeededTable needed) {
+  const std::string prefix = needed.database + ".";
+  Findings findings;
+  for (auto found = schema.lower_bound(prefix);
+       found != schema.end() && found->first.starts_with(prefix); ++found) {
+    needed.table = found->first.substr(prefix.size());
+    if (is_per_ap(needed.table)) {
+      add(findings, compare_table(needed, &found->second));
+    }
+  }
+  return findings;
+}
+
+}  // namespace
+
+const std::vector<NeededTable>& needed_tables() {
+  static const std::vector<NeededTable> tables{
+      {AP_INFO,
+       "ap_list",
+       "10-ap-info.sql",
+       registry_columns(),
+       {},
+       {{KeyUse::single, {"SN"}}, {KeyUse::single, {"MAC"}}},
+       "SN"},
+      {AP_INFO,
+       "ap_profile",
+       "10-ap-info.sql",
+       words("SN SSID"),
+       {"SSID"},
+       {{KeyUse::look_up, {"SN"}}, {KeyUse::look_up, {"SSID"}}},
+       ""},
+      {AP_CLIENT,
+       "legal",
+       "20-ap-client.sql",
+       words("utime ap refer_ap mac essid essid_sn mode rate channel transmit_power quality signal "
+             "noise security"),
+       {"essid"},
+       {{KeyUse::replace, {"refer_ap", "mac"}}, {KeyUse::look_up, {"ap", "refer_ap"}}},
+       ""},
+      {AP_CLIENT,
+       "illegal",
+       "20-ap-client.sql",
+       words("utime ap_sn mac essid mode channel quality signal noise encryption"),
+       {"essid"},
+       {{KeyUse::replace, {"mac"}}, {KeyUse::look_up, {"ap_sn"}}},
+       ""},
+      {AP_CLIENT,
+       "block",
+       "20-ap-client.sql",
+       words("mac utime ssid aid channel tx_rate rx_rate rssi idle tx_seq rx_seq refer_ap_sn"),
+       {},
+       {{KeyUse::replace, {"mac"}}, {KeyUse::look_up, {"refer_ap_sn", "ssid"}}},
+       ""},
+      {AP_CLIENT,
+       "client",
+       "20-ap-client.sql",
+       words("mac name cmac rssi gateway ttl hop"),
+       {},
+       {{KeyUse::single, {"mac"}}},
+       ""},
+      {AP_USER, "app_login", "30-ap-user.sql", words("ID TYPE"), {}, {}, ""},
+      {AP_USER,
+       "client_name",
+       "30-ap-user.sql",
+       words("MAC Name"),
+       {},
+       {{KeyUse::look_up, {"MAC"}}},
+       ""}};
+  return tables;
+}
+
+const NeededTable& needed_client_table() {
+  static const NeededTable table{
+      AP_CLIENT,
+      "",
+      "",
+      words("mac stime utime ssid aid channel tx_rate rx_rate rssi idle tx_seq rx_seq confirm"),
+      {},
+      {{KeyUse::replace, {"mac"}}},
+      ""};
+  return table;
+}
+
+const NeededTable& needed_poor_client_table() {
+  static const NeededTable table{
+      AP_POOR_CLIENT,
+      "",
+      "",
+      words("mac band ssid rssi status stime utime connection_time confirm"),
+      {},
+      {{KeyUse::replace, {"mac"}}},
+      ""};
+  return table;
+}
+
+NeededTable needed_log_table(const std::string& database) {
+  return {database,
+          CONNTRACK_LOG_TABLE[kApControllerLog],
+          "40-connection-log.sql",
+          words("STime Program Type Msg"),
+          {},
+          {},
+          ""};
+}
+
+Findings compare_table(const NeededTable& needed, const Table* found) {
+  if (found == nullptr) {
+    return {{Severity::problem, "table-missing",
+             needed.database + "." + needed.table +
+                 " does not exist, or the database user may "
+                 "not see it.",
+             std::string("Apply ") + kSchemaFolder + "/" + needed.schema_file +
+                 ", or give the user the right."}};
+  }
+  return Comparison(needed, *found).findings();
+}
+
+Findings compare_schema(const Schema& schema) {
+  Findings findings;
+  for (const NeededTable& needed : needed_tables()) {
+    const auto found = schema.find(needed.database + "." + needed.table);
+    add(findings, compare_table(needed, found == schema.end() ? nullptr : &found->second));
+  }
+  add(findings, compare_per_ap(schema, needed_client_table()));
+  add(findings, compare_per_ap(schema, needed_poor_client_table()));
+  return findings;
+}

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "finding.h"
+
+// The tables, columns and keys that the program needs, and their comparison with a server's.
+
+/// Why a table should have a key.
+enum class KeyUse {
+  replace,  // unique; decides which row a REPLACE replaces
+  single,   // unique; keeps a second row of the same thing out
+  look_up,  // for speed only; a longer key that begins so serves as well
+};
+
+struct NeededKey {
+  KeyUse use;
+  std::vector<std::string> columns;
+};
+
+struct NeededTable {
+  std::string database;
+  std::string table;
+  std::string schema_file;  // the shipped file that makes it; empty: the program does
+  std::vector<std::string> columns;
+  std::vector<std::string> byte_columns;  // of these, the ones that have to compare byte for byte
+  std::vector<NeededKey> keys;
+  std::string counter;  // the column that the server numbers; empty for none
+};
+
+/// A server's table. Column names are in lower case.
+struct Table {
+  struct Column {
+    std::string collation;  // empty when the column holds no text
+    std::string extra;      // what else the server says, as in "auto_increment"
+  };
+  struct Key {
+    bool unique;
+    std::vector<std::string> columns;  // in the key's order
+  };
+  std::map<std::string, Column> columns;
+  std::map<std::string, Key> keys;
+};
+
+/// A server's tables by "database.table".
+using Schema = std::map<std::string, Table>;
+
+/// Every table that has to be there beforehand.
+const std::vector<NeededTable>& needed_tables();
+
+/// What every existing table of the stations (of the poorly served ones) of an AP has to look like;
+/// `table` is empty.
+const NeededTable& needed_client_table();
+const NeededTable& needed_poor_client_table();
+
+/// The table of connection-log database `database`.
+NeededTable needed_log_table(const std::string& database);
+
+/// Compares one table; `found` is null when the server has none of the name.
+Findings compare_table(const NeededTable& needed, const Table* found);
+
+/// Compares everything but the connection log.
+Findings compare_schema(const Schema& schema);

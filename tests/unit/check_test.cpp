@@ -1,0 +1,99 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "escape.h"
+#include "needed_schema.h"
+
+namespace {
+
+struct Escaped {
+  std::string text, json, printable;
+};
+
+TEST(Escape, MakesAnyBytesFitToPrint) {
+  const Escaped cases[] = {
+      {"", R"("")", ""},
+      {R"(say "\n")", R"("say \"\\n\"")", R"(say "\n")"},
+      {std::string("\0\x1f\x7f\n", 4), "\"\\u0000\\u001f\x7f\\u000a\"", R"(\x00\x1f\x7f\x0a)"},
+      {"Büro €😀", "\"Büro €😀\"", "Büro €😀"},
+      {"\xC2\x9B", "\"\xC2\x9B\"", R"(\x9b)"},
+      {"B\xFCro", R"("B\ufffdro")", R"(B\xfcro)"},
+      {"cut \xE2\x82", R"("cut \ufffd\ufffd")", R"(cut \xe2\x82)"},
+      {"\xC0\x80 \xED\xA0\x80", R"("\ufffd\ufffd \ufffd\ufffd\ufffd")", R"(\xc0\x80 \xed\xa0\x80)"},
+      {"\xF4\x90\x80\x80", R"("\ufffd\ufffd\ufffd\ufffd")", R"(\xf4\x90\x80\x80)"}};
+  for (const auto& [text, json, printable] : cases) {
+    EXPECT_EQ(json_text(text), json);
+    EXPECT_EQ(printable_text(text), printable);
+  }
+}
+
+const NeededTable kNeeded{
+    "D",       "t",
+    "t.sql",   {"SN", "Mac", "essid", "ap"},
+    {"essid"}, {{KeyUse::replace, {"ap", "Mac"}}, {KeyUse::look_up, {"essid"}}},
+    "SN"};
+
+/// As a server describes a table that fits, in other case and order.
+const Table kFitting{{{"sn", {"", "auto_increment"}},
+                      {"mac", {"latin1_swedish_ci", ""}},
+                      {"ap", {"", ""}},
+                      {"essid", {"latin1_nopad_bin", ""}},
+                      {"more", {"", ""}}},
+                     {{"a", {true, {"MAC", "ap"}}},
+                      {"b", {false, {"ESSID", "more"}}},
+                      {"PRIMARY", {true, {"sn", "mac", "ap"}}}}};
+
+std::string names_of(const std::function<void(Table&)>& change) {
+  Table table = kFitting;
+  change(table);
+  std::string names;
+  for (const Finding& finding : compare_table(kNeeded, &table)) {
+    names += (names.empty() ? "" : " ") + finding.name +
+             (finding.severity == Severity::problem ? "!" : "");
+  }
+  return names;
+}
+
+TEST(SchemaComparison, NamesWhatDoesNotFit) {
+  const std::pair<const char*, std::function<void(Table&)>> cases[] = {
+      {"", [](Table&) {}},
+      {"column-missing!", [](Table& t) { t.columns.erase("ap"); }},
+      {"column-counter!", [](Table& t) { t.columns["sn"].extra = ""; }},
+      {"column-collation", [](Table& t) { t.columns["essid"].collation = "latin1_bin"; }},
+      {"", [](Table& t) { t.columns["essid"].collation = ""; }},
+      {"key-missing!", [](Table& t) { t.keys["a"].unique = false; }},
+      {"key-missing! key-too-narrow!", [](Table& t) { t.keys["a"].columns = {"mac"}; }},
+      {"key-missing!",
+       [](Table& t) {
+         t.keys["a"].columns = {"mac", "ap", "more"};
+       }},
+      {"key-too-narrow!", [](Table& t) { t.keys["PRIMARY"].columns = {"sn"}; }},
+      {"key-missing", [](Table& t) {
+         t.keys["b"].columns = {"more", "essid"};
+       }}};
+  for (const auto& [expected, change] : cases) {
+    EXPECT_EQ(names_of(change), expected);
+  }
+  EXPECT_EQ(compare_table(kNeeded, nullptr).front().name, "table-missing");
+}
+
+TEST(SchemaComparison, LooksAtTheTablesOfSingleAps) {
+  Schema schema;
+  for (const char* name : {"AP_CLIENT.AP_007", "AP_CLIENT.AP_1234", "AP_CLIENT.AP_07",
+                           "AP_CLIENT.AP_old", "AP_POOR_CLIENT.AP_007"}) {
+    schema[name] = {};
+  }
+  std::map<std::string, int> columns_missing;
+  for (const Finding& finding : compare_schema(schema)) {
+    columns_missing[finding.what.substr(0, finding.what.find(' '))] +=
+        finding.name == "column-missing";
+  }
+  EXPECT_EQ(columns_missing["AP_CLIENT.AP_007"], 13);
+  EXPECT_EQ(columns_missing["AP_CLIENT.AP_1234"], 13);
+  EXPECT_EQ(columns_missing["AP_POOR_CLIENT.AP_007"], 9);
+  EXPECT_FALSE(columns_missing.contains("AP_CLIENT.AP_07"));
+  EXPECT_FALSE(columns_missing.contains("AP_CLIENT.AP_old"));
+}
+
+}  // namespace
