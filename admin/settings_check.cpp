@@ -31,7 +31,9 @@ struct KnownSetting {
   const char* key;
   Kind kind;
   const char* fallback;
-  std::string (*meaning)(const std::string& value);
+  const char* meaning;                                   // of a value other than 0
+  const char* meaning_of_zero = nullptr;                 // where 0 means something else
+  std::string (*explain)(const std::string&) = nullptr;  // where more is to be said
 };
 
 constexpr int kMailSetting = 92;
@@ -74,40 +76,39 @@ std::string bridged_port(const std::string& value) {
                        : "the port of this name is announced on through its bridge";
 }
 
-/// A meaning that only depends on whether the value is 0.
-#define SWITCHED(on, off) \
-  [](const std::string& value) -> std::string { return is_on(value) ? (on) : (off); }
-#define ALWAYS(text) [](const std::string&) -> std::string { return (text); }
-
 const std::vector<KnownSetting>& known_settings() {
   static const std::vector<KnownSetting> settings{
-      {"settings", "1", Kind::number, "0", ALWAYS("port on which APs download firmware from here")},
-      {"settings", "30", Kind::text, "", log_address},
-      {"settings", "41", Kind::text, "", bridged_port},
-      {"settings", "79", Kind::number, "0", load_balancing},
-      {"settings", "91", Kind::number, "0",
-       SWITCHED("auto-RF is on: APs step their power", "auto-RF is off: APs keep their power")},
-      {"settings", "92", Kind::number, "0",
-       SWITCHED("a mail is sent when an AP joins or leaves", "no mails are sent")},
-      {"settings", "113", Kind::number, "0",
-       SWITCHED("stations are written to the client connection log",
-                "no client connection log is written")},
-      {"settings", "121", Kind::number, "0", ALWAYS("priority of connection-log messages")},
-      {"settings", "126", Kind::number, "0", ALWAYS("priority of client connection-log lines")},
-      {"settings", "135", Kind::number, "0", mac_filter},
+      {"settings", "1", Kind::number, "0", "port on which APs download firmware from here"},
+      {"settings", "30", Kind::text, "", "", nullptr, log_address},
+      {"settings", "41", Kind::text, "", "", nullptr, bridged_port},
+      {"settings", "79", Kind::number, "0", "", nullptr, load_balancing},
+      {"settings", "91", Kind::number, "0", "auto-RF is on: APs step their power",
+       "auto-RF is off: APs keep their power"},
+      {"settings", "92", Kind::number, "0", "a mail is sent when an AP joins or leaves",
+       "no mails are sent"},
+      {"settings", "113", Kind::number, "0", "stations are written to the client connection log",
+       "no client connection log is written"},
+      {"settings", "121", Kind::number, "0", "priority number of connection-log messages"},
+      {"settings", "126", Kind::number, "0", "priority number of client connection-log lines"},
+      {"settings", "135", Kind::number, "0", "", nullptr, mac_filter},
       {"named", "SYSTEM_PORT_NUM", Kind::number, "0",
-       SWITCHED("system ports that a leaving AP is announced on, from [port 1]",
-                "a leaving AP is announced on no port")},
-      {"controller", "default_profile_sn", Kind::text, "1", ALWAYS("SSID profiles of a new AP")},
-      {"controller", "default_ap_wired", Kind::text, "1", ALWAYS("wired setting of a new AP")},
-      {"mail", "field1", Kind::text, "", ALWAYS("sender of notice mails")},
-      {"mail", "field3", Kind::text, "", ALWAYS("first recipient of notice mails")},
-      {"mail", "field4", Kind::text, "", ALWAYS("second recipient of notice mails")}};
+       "system ports that a leaving AP is announced on, from [port 1]",
+       "a leaving AP is announced on no port"},
+      {"controller", "default_profile_sn", Kind::text, "1", "SSID profiles of a new AP"},
+      {"controller", "default_ap_wired", Kind::text, "1", "wired setting of a new AP"},
+      {"mail", "field1", Kind::text, "", "sender of notice mails"},
+      {"mail", "field3", Kind::text, "", "first recipient of notice mails"},
+      {"mail", "field4", Kind::text, "", "second recipient of notice mails"}};
   return settings;
 }
 
-#undef SWITCHED
-#undef ALWAYS
+std::string meaning(const KnownSetting& setting, const std::string& value) {
+  if (setting.explain != nullptr) {
+    return setting.explain(value);
+  }
+  return setting.meaning_of_zero == nullptr || is_on(value) ? setting.meaning
+                                                            : setting.meaning_of_zero;
+}
 
 /// Keys that are no setting of their own in the list: the rest of the mail record and the ports.
 bool is_known(const std::string& section, const std::string& key) {
@@ -204,7 +205,7 @@ std::vector<Setting> effective_settings() {
   for (const KnownSetting& known : known_settings()) {
     const std::optional<std::string> text = store_text(known.section, known.key);
     const std::string value = text.value_or(known.fallback);
-    settings.push_back({known.section, known.key, text.has_value(), value, known.meaning(value)});
+    settings.push_back({known.section, known.key, text.has_value(), value, meaning(known, value)});
   }
   return settings;
 }
