@@ -95,7 +95,7 @@ Findings check_tables(const Schema& schema, const Question& databases) {
                             "days to come.",
                             kLogSchema)});
     } else {
-      add(findings, compare_table(needed, &found->second));
+      add(findings, compare_table(needed, found->second));
     }
   }
   return findings;

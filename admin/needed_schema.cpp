@@ -209,7 +209,7 @@ Findings compare_per_ap(const Schema& schema, NeededTable needed) {
        found != schema.end() && found->first.starts_with(prefix); ++found) {
     needed.table = found->first.substr(prefix.size());
     if (is_per_ap(needed.table)) {
-      add(findings, compare_table(needed, &found->second));
+      add(findings, compare_table(needed, found->second));
     }
   }
   return findings;
@@ -307,23 +307,28 @@ NeededTable needed_log_table(const std::string& database) {
           ""};
 }
 
-Findings compare_table(const NeededTable& needed, const Table* found) {
-  if (found == nullptr) {
-    return {{Severity::problem, "table-missing",
-             needed.database + "." + needed.table +
-                 " does not exist, or the database user may "
-                 "not see it.",
-             std::string("Apply ") + kSchemaFolder + "/" + needed.schema_file +
-                 ", or give the user the right."}};
-  }
-  return Comparison(needed, *found).findings();
+Findings compare_table(const NeededTable& needed, const Table& found) {
+  return Comparison(needed, found).findings();
 }
 
 Findings compare_schema(const Schema& schema) {
   Findings findings;
+  std::map<std::string, std::string> missing;  // by the schema file that makes them
   for (const NeededTable& needed : needed_tables()) {
-    const auto found = schema.find(needed.database + "." + needed.table);
-    add(findings, compare_table(needed, found == schema.end() ? nullptr : &found->second));
+    const std::string name = needed.database + "." + needed.table;
+    const auto found = schema.find(name);
+    if (found == schema.end()) {
+      std::string& names = missing[needed.schema_file];
+      names += (names.empty() ? "" : ", ") + name;
+    } else {
+      add(findings, compare_table(needed, found->second));
+    }
+  }
+  for (const auto& [file, names] : missing) {
+    findings.push_back(
+        {Severity::problem, "table-missing",
+         "Not there, or not to be seen by the database user: " + names + ".",
+         std::string("Apply ") + kSchemaFolder + "/" + file + ", or give the user the right."});
   }
   add(findings, compare_per_ap(schema, needed_client_table()));
   add(findings, compare_per_ap(schema, needed_poor_client_table()));

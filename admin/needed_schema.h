@@ -58,8 +58,8 @@ const NeededTable& needed_poor_client_table();
 /// The table of connection-log database `database`.
 NeededTable needed_log_table(const std::string& database);
 
-/// Compares one table; `found` is null when the server has none of the name.
-Findings compare_table(const NeededTable& needed, const Table* found);
+/// Compares one table.
+Findings compare_table(const NeededTable& needed, const Table& found);
 
 /// Compares everything but the connection log.
 Findings compare_schema(const Schema& schema);

@@ -48,7 +48,7 @@ std::string names_of(const std::function<void(Table&)>& change) {
   Table table = kFitting;
   change(table);
   std::string names;
-  for (const Finding& finding : compare_table(kNeeded, &table)) {
+  for (const Finding& finding : compare_table(kNeeded, table)) {
     names += (names.empty() ? "" : " ") + finding.name +
              (finding.severity == Severity::problem ? "!" : "");
   }
@@ -75,7 +75,6 @@ TEST(SchemaComparison, NamesWhatDoesNotFit) {
   for (const auto& [expected, change] : cases) {
     EXPECT_EQ(names_of(change), expected);
   }
-  EXPECT_EQ(compare_table(kNeeded, nullptr).front().name, "table-missing");
 }
 
 TEST(SchemaComparison, LooksAtTheTablesOfSingleAps) {
