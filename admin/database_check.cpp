@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 #include <ctime>
-#include <sstream>
+#include <set>
 
 #include "db/connection.h"
 #include "db/decimal.h"
@@ -101,55 +101,64 @@ Findings check_tables(const Schema& schema, const Question& databases) {
   return findings;
 }
 
-/// What the program does to the tables of a database, and the rights that it takes.
+/// The rights that the program needs on a database.
 struct NeededRights {
   std::string database;
-  const char* rights;
+  std::string pattern;  // for GRANT
+  std::vector<std::string> rights;
 };
 
-/// Rights by database ("database.RIGHT"), those given on all databases included.
-Findings check_rights(Connection& db) {
-  const NeededRights all[] = {{AP_INFO, "SELECT, INSERT, UPDATE"},
-                              {AP_CLIENT, "SELECT, INSERT, UPDATE, DELETE, CREATE, DROP"},
-                              {AP_POOR_CLIENT, "SELECT, INSERT, UPDATE, DELETE, CREATE, DROP"},
-                              {AP_USER, "SELECT"},
-                              {log_databases().front(), "INSERT"}};
-  std::vector<Question> questions;
-  for (const NeededRights& needed : all) {
-    questions.push_back(db.ask(
-        untraced,
-        "SELECT GROUP_CONCAT(DISTINCT `PRIVILEGE_TYPE`) FROM (SELECT `GRANTEE`, `PRIVILEGE_TYPE` "
-        "FROM information_schema.USER_PRIVILEGES UNION SELECT `GRANTEE`, `PRIVILEGE_TYPE` FROM "
-        "information_schema.SCHEMA_PRIVILEGES WHERE '%s' LIKE `TABLE_SCHEMA`) AS `given` WHERE "
-        "`GRANTEE`=CONCAT('''', REPLACE(CURRENT_USER(), '@', '''@'''), '''')",
-        needed.database.c_str()));
+std::vector<NeededRights> needed_rights() {
+  const std::vector<std::string> everything{"SELECT", "INSERT", "UPDATE",
+                                            "DELETE", "CREATE", "DROP"};
+  return {{AP_INFO, AP_INFO, {"SELECT", "INSERT", "UPDATE"}},
+          {AP_CLIENT, AP_CLIENT, everything},
+          {AP_POOR_CLIENT, AP_POOR_CLIENT, everything},
+          {AP_USER, AP_USER, {"SELECT"}},
+          {log_databases().front(), M("%s\\_%%", CONNTRACK_LOG), {"INSERT"}}};
+}
+
+using Rights = std::set<std::string>;
+
+/// Asks for the rights that our user was given on `database` and on all databases.
+Question ask_rights(Connection& db, const std::string& database) {
+  return db.ask(
+      untraced,
+      "SELECT `PRIVILEGE_TYPE` FROM (SELECT `GRANTEE`, `PRIVILEGE_TYPE` FROM "
+      "information_schema.USER_PRIVILEGES UNION SELECT `GRANTEE`, `PRIVILEGE_TYPE` FROM "
+      "information_schema.SCHEMA_PRIVILEGES WHERE '%s' LIKE `TABLE_SCHEMA`) AS `given` WHERE "
+      "`GRANTEE`=CONCAT('''', REPLACE(CURRENT_USER(), '@', '''@'''), '''')",
+      database.c_str());
+}
+
+/// None when the server does not tell.
+std::optional<Rights> read_rights(const Question& question) {
+  Rows rows = question.rows();
+  if (!rows) {
+    return std::nullopt;
   }
-  Findings findings;
-  for (std::size_t i = 0; i < questions.size(); ++i) {
-    Rows rows = questions[i].rows();
-    const std::optional<Row> row = rows.next();
-    if (!row) {
-      continue;  // a server that does not tell
-    }
-    const std::string given = "," + row->text(0) + ",";
-    std::string missing;
-    std::istringstream rights(all[i].rights);
-    for (std::string right; std::getline(rights >> std::ws, right, ',');) {
-      if (given.find("," + right + ",") == std::string::npos) {
-        missing += (missing.empty() ? "" : ", ") + right;
-      }
-    }
-    if (!missing.empty()) {
-      findings.push_back(
-          {Severity::warning, "right-missing",
-           M("The database user was not given %s on %s (rights on single tables and by roles are "
-             "not looked at).",
-             missing.c_str(), all[i].database.c_str()),
-           M("As the server's administrator, run GRANT %s ON `%s`.* TO the user.", missing.c_str(),
-             i + 1 == std::size(all) ? "CONNTRACK\\_LOG\\_%" : all[i].database.c_str())});
+  Rights rights;
+  for (const Row& row : rows) {
+    rights.insert(row.text(0));
+  }
+  return rights;
+}
+
+Findings check_rights(const NeededRights& needed, const Rights& given) {
+  std::string missing;
+  for (const std::string& right : needed.rights) {
+    if (!given.contains(right)) {
+      missing += (missing.empty() ? "" : ", ") + right;
     }
   }
-  return findings;
+  if (missing.empty()) {
+    return {};
+  }
+  return {{Severity::warning, "right-missing",
+           "The database user was not given " + missing + " on " + needed.database +
+               " (rights on single tables and by roles are not looked at).",
+           "As the server's administrator, run GRANT " + missing + " ON `" + needed.pattern +
+               "`.* TO the user."}};
 }
 
 Findings check_clock(std::int64_t server_seconds, const std::string& server_time) {
@@ -199,18 +208,37 @@ Findings check_server(const Row& row) {
   return findings;
 }
 
-Findings check_event(const Question& event) {
+/// Who lacks the right EVENT sees no event.
+Findings check_event(const Question& event, const Rights& rights) {
   Rows rows = event.rows();
   const std::optional<Row> row = rows.next();
-  if (row && row->text(0) == "ENABLED") {
+  if (row ? row->text(0) == "ENABLED" : !rights.contains("EVENT")) {
     return {};
   }
   return {
       {Severity::warning, "event-missing",
        std::string("The server's event AP_INFO.connection_log_days ") +
-           (row ? "is not enabled" : "does not exist, or the user may not see it") +
+           (row ? "is not enabled" : "does not exist") +
            ": nothing makes the connection logs of the days to come.",
        M("Apply %s, or see the event run on the server that the others replicate.", kLogSchema)}};
+}
+
+Findings check_all_rights(Connection& db, const Question& event) {
+  const std::vector<NeededRights> needed = needed_rights();
+  std::vector<Question> questions;
+  for (const NeededRights& one : needed) {
+    questions.push_back(ask_rights(db, one.database));
+  }
+  Findings findings;
+  for (std::size_t i = 0; i < needed.size(); ++i) {
+    if (const std::optional<Rights> given = read_rights(questions[i])) {
+      add(findings, check_rights(needed[i], *given));
+      if (needed[i].database == AP_INFO) {
+        add(findings, check_event(event, *given));
+      }
+    }
+  }
+  return findings;
 }
 
 DatabaseResult unreached() {
@@ -260,7 +288,6 @@ DatabaseResult check_database() {
              "NULL, `COLUMN_NAME` FROM information_schema.STATISTICS WHERE `TABLE_SCHEMA` IN (%s) "
              "ORDER BY 1, 2, 3, `SEQ_IN_INDEX`",
              databases.c_str());
-
   Rows rows = about.rows();
   const std::optional<Row> row = rows.next();
   if (!row) {
@@ -274,8 +301,7 @@ DatabaseResult check_database() {
   const Server server{true, row->text(0), row->text(1), row->text(2),
                       encryption ? encryption->text(1) : ""};
   add(findings, check_server(*row));
-  add(findings, check_event(event));
   add(findings, check_tables(read_schema(columns, keys), poor));
-  add(findings, check_rights(db));
+  add(findings, check_all_rights(db, event));
   return {server, std::move(findings)};
 }
