@@ -35,11 +35,18 @@ std::string log_database(std::time_t day) {
   return M("%s_%04d%02d%02d", CONNTRACK_LOG, local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
 }
 
-/// The connection-log databases that have to be there: of today and tomorrow, by our clock.
+/// The connection-log databases that have to be there, by our clock: of today, and of tomorrow,
+/// which the server makes at five past midnight.
 std::vector<std::string> log_databases() {
   constexpr std::time_t kDay = 24 * 60 * 60;
+  constexpr int kMinutesToMake = 10;
   const std::time_t now = std::time(nullptr);
-  return {log_database(now), log_database(now + kDay)};
+  const std::tm local = local_time(now);
+  std::vector<std::string> databases{log_database(now)};
+  if (local.tm_hour > 0 || local.tm_min >= kMinutesToMake) {
+    databases.push_back(log_database(now + kDay));
+  }
+  return databases;
 }
 
 /// All databases of interest, as a list for IN (...).

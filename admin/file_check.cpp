@@ -77,6 +77,8 @@ constexpr NeededProgram kPrograms[] = {
      "Install the appliance's push service, unless AP_USER.app_login stays empty.", always},
     {"/sbin/iptables", Severity::warning, "APs cannot download firmware through the firewall",
      "Install the package iptables.", always},
+    {"/bin/kill", Severity::warning, "update tools that are in the way are not stopped",
+     "Install the package procps.", always},
     {"/usr/sbin/sendmail", Severity::warning, "notice mails are lost, although setting 92 is on",
      "Install a mail server, such as the package postfix.", notices_are_mailed}};
 
