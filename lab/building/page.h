@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "building/agreement.h"
+#include "building/play.h"
+
+namespace lab {
+
+/// The page about a play: `page_template` with the play's data in the place of its mark. One file,
+/// which needs nothing else to be read.
+std::string page_of(const Play& play, const std::vector<Agreement>& agreements,
+                    const std::string& page_template);
+
+/// The events of a play as lines, without anything that was measured in real time.
+std::string log_of(const World& world);
+
+}  // namespace lab
