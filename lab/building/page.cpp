@@ -155,6 +155,10 @@ std::string page_of(const Play& play, const std::vector<Agreement>& agreements,
   std::string data = "{" + building(world) + samples(play) + hooks(play.controller().runs());
   data += ",\"maps\":[" + signal_map(world, Band::two_ghz) + "," +
           signal_map(world, Band::five_ghz) + "]";
+  data += ",\"unsteered\":" +
+          array_of(clients_unsteered(world.scenario()), [](const std::vector<int>& clients) {
+            return array_of(clients, [](int number) { return std::to_string(number); });
+          });
   data += ",\"events\":" + array_of(world.occurrences(), [](const Occurrence& one) {
             return format("[%d,\"%s\",%d,%d]", one.minute, name_of(one.deed), one.ap, one.station);
           });

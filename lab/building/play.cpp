@@ -89,6 +89,7 @@ void Play::join(const std::vector<int>& aps) {
     controller_.connect(ap(number).mac);
     hooks.push_back({{"ap-up", ap(number).ip, ap(number).mac}, number});
   }
+  world_.look_for_aps();
   controller_.run(hooks, world_.minute());
   deliver();
 }

@@ -31,7 +31,6 @@ struct Air {
 
 inline constexpr double kNoiseFloor = -95;    // dBm, either band
 inline constexpr double kFaintest = -90;      // dBm: nothing below this is heard
-inline constexpr double kLoudestPower = 23;   // dBm: no radio sends with more
 inline constexpr double kFiveGhzWalls = 1.5;  // walls take more decibels from shorter waves
 
 /// Decibels lost on the way: those of the first metre, the distance and every wall crossed.

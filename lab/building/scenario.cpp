@@ -96,7 +96,9 @@ bool Reader::building(const std::string& key, const std::string& value) {
   } else if (key == "about") {
     scenario_.about += (scenario_.about.empty() ? "" : " ") + value;
   } else if (key == "ssids") {
-    scenario_.ssids = pieces_of(value, ',');
+    for (const std::string& ssid : pieces_of(value, ',')) {
+      scenario_.ssids.push_back(bytes_of(ssid));
+    }
     return scenario_.ssids.size() <= 8;
   } else if (key == "size" && numbers.size() == 2) {
     scenario_.width = numbers[0];
@@ -203,7 +205,7 @@ bool Reader::crowd(const std::string& name, const std::string& value) {
     const std::size_t blank = pieces[i].find(' ');
     const std::string what = pieces[i].substr(0, blank);
     const std::string rest(trimmed(blank == std::string::npos ? "" : pieces[i].substr(blank)));
-    const auto ssid = std::find(scenario_.ssids.begin(), scenario_.ssids.end(), rest);
+    const auto ssid = std::find(scenario_.ssids.begin(), scenario_.ssids.end(), bytes_of(rest));
     if (what == "on" && ssid != scenario_.ssids.end()) {
       crowd.ssid = static_cast<int>(ssid - scenario_.ssids.begin()) + 1;
     } else if (what == "wander" && number_in(rest)) {

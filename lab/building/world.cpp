@@ -39,7 +39,8 @@ bool AccessPoint::refuses(const std::string& station_mac) const {
          (filter_mode > 1 && listed);
 }
 
-World::World(Scenario scenario) : scenario_(std::move(scenario)), random_(scenario_.seed) {
+World::World(Scenario scenario)
+    : scenario_(std::move(scenario)), life_(scenario_.seed), air_(~scenario_.seed) {
   for (const ApPlan& plan : scenario_.aps) {
     AccessPoint ap;
     ap.number = static_cast<int>(aps_.size());
@@ -49,13 +50,13 @@ World::World(Scenario scenario) : scenario_(std::move(scenario)), random_(scenar
     aps_.push_back(ap);
   }
   for (const ForeignPlan& plan : scenario_.foreign) {
-    ForeignRadio radio{
-        plan, format("0A:0F:%02X:%02X:%02X:%02X", random_.whole(0, 255), random_.whole(0, 255),
-                     random_.whole(0, 255), static_cast<int>(foreign_.size()) % 256)};
+    ForeignRadio radio{plan,
+                       format("0A:0F:%02X:%02X:%02X:%02X", life_.whole(0, 255), life_.whole(0, 255),
+                              life_.whole(0, 255), static_cast<int>(foreign_.size()) % 256)};
     if (plan.random_ssid) {
       radio.plan.ssid.clear();
       for (int i = 0; i < 32; ++i) {
-        radio.plan.ssid += static_cast<char>(random_.whole(0, 255));
+        radio.plan.ssid += static_cast<char>(life_.whole(0, 255));
       }
     }
     foreign_.push_back(radio);
@@ -77,25 +78,24 @@ void World::settle(int crowd_number, const Crowd& crowd, int room) {
   for (int i = 0; i < crowd.people; ++i) {
     Station station;
     const auto number = static_cast<unsigned>(stations_.size());
-    station.mac =
-        format("06:%02x:%02x:%02x:%02x:%02x", random_.whole(0, 255), random_.whole(0, 255),
-               random_.whole(0, 255), number / 256 % 256, number % 256);
+    station.mac = format("06:%02x:%02x:%02x:%02x:%02x", life_.whole(0, 255), life_.whole(0, 255),
+                         life_.whole(0, 255), number / 256 % 256, number % 256);
     station.crowd = crowd_number;
     station.room = room;
-    station.arrives = random_.whole(crowd.arrive[0], crowd.arrive[1]);
-    station.leaves = random_.whole(crowd.leave[0], crowd.leave[1]);
-    station.dual_band = random_.chance(0.75);
-    station.busy = random_.between(0.7, 0.99);
-    station.sent = static_cast<unsigned>(random_.whole(0, 4000));
-    station.received = static_cast<unsigned>(random_.whole(0, 4000));
+    station.arrives = life_.whole(crowd.arrive[0], crowd.arrive[1]);
+    station.leaves = life_.whole(crowd.leave[0], crowd.leave[1]);
+    station.dual_band = life_.chance(0.75);
+    station.busy = life_.between(0.7, 0.99);
+    station.sent = static_cast<unsigned>(life_.whole(0, 4000));
+    station.received = static_cast<unsigned>(life_.whole(0, 4000));
     stations_.push_back(station);
   }
 }
 
 Point World::seat_in(int room) {
   const Room& place = scenario_.rooms[static_cast<std::size_t>(room)];
-  return {place.corner.x + random_.between(0.08, 0.92) * place.width,
-          place.corner.y + random_.between(0.08, 0.92) * place.height};
+  return {place.corner.x + life_.between(0.08, 0.92) * place.width,
+          place.corner.y + life_.between(0.08, 0.92) * place.height};
 }
 
 void World::walk_to(Station& station, Point seat, int room) {
@@ -146,16 +146,16 @@ void World::pass_minute() {
       station.inside = false;
       station.ap = -1;
       continue;
-    } else if (station.way.empty() && station.leaves > minute_ && random_.chance(crowd.wander)) {
-      const int target = random_.whole(0, static_cast<int>(scenario_.rooms.size()) - 1);
+    } else if (station.way.empty() && station.leaves > minute_ && life_.chance(crowd.wander)) {
+      const int target = life_.whole(0, static_cast<int>(scenario_.rooms.size()) - 1);
       walk_to(station, seat_in(target), target);
     }
     walk(station);
-    const bool traffic = random_.chance(station.busy);
-    station.idle = traffic ? random_.whole(0, 25) : station.idle + 60;
+    const bool traffic = life_.chance(station.busy);
+    station.idle = traffic ? life_.whole(0, 25) : station.idle + 60;
     if (traffic) {
-      station.sent += static_cast<unsigned>(random_.whole(20, 900));
-      station.received += static_cast<unsigned>(random_.whole(20, 900));
+      station.sent += static_cast<unsigned>(life_.whole(20, 900));
+      station.received += static_cast<unsigned>(life_.whole(20, 900));
     }
     associate(station);
   }
@@ -195,7 +195,7 @@ void World::associate(Station& station) {
     return;
   }
   if (best.ap >= 0 && best.ap != station.ap) {
-    station.idle = random_.whole(0, 5);  // it has just talked
+    station.idle = air_.whole(0, 5);  // it has just talked
     station.aid = 1;
     for (const Station& other : stations_) {
       station.aid += other.ap == best.ap && &other != &station ? 1 : 0;
@@ -216,6 +216,9 @@ void World::bring_up(int ap) {
   here.comes_back = 0;
   std::copy(std::begin(kFullPower), std::end(kFullPower), here.power);
   note(Deed::join, ap);
+}
+
+void World::look_for_aps() {
   for (Station& station : stations_) {
     if (station.inside && station.ap < 0) {
       associate(station);
@@ -253,8 +256,10 @@ int World::clients(int ap, Band band) const {
 bool World::neighbours(int one, int other) const {
   const Point a = aps_[static_cast<std::size_t>(one)].plan.at;
   const Point b = aps_[static_cast<std::size_t>(other)].plan.at;
-  // The loss is the same either way, and 2.4 GHz reaches farther. Errors of measuring included.
-  return level(Band::two_ghz, kLoudestPower, a, b, scenario_.air) > kFaintest - 3;
+  // The loss is the same either way. Allows for errors of measuring.
+  return std::any_of(std::begin(kBands), std::end(kBands), [&](Band band) {
+    return level(band, kFullPower[number_of(band)], a, b, scenario_.air) > kFaintest - 3;
+  });
 }
 
 Observation World::observe(int ap) {
@@ -264,7 +269,7 @@ Observation World::observe(int ap) {
     const double heard = level(band, power, from, here.plan.at, scenario_.air);
     for (int slot = 1; heard >= kFaintest && slot <= slots; ++slot) {
       HeardRadio radio = radio_of(slot);
-      radio.signal = static_cast<int>(std::lround(heard + random_.bell(kMeasuringError)));
+      radio.signal = static_cast<int>(std::lround(heard + air_.bell(kMeasuringError)));
       seen.radios.push_back(radio);
     }
   };
@@ -290,7 +295,7 @@ Observation World::observe(int ap) {
     if (station.ap == ap) {
       // A station sends with less power than an AP.
       const double heard = level(station.band, 15, station.at, here.plan.at, scenario_.air);
-      const double quality = heard - kNoiseFloor + random_.bell(kMeasuringError);
+      const double quality = heard - kNoiseFloor + air_.bell(kMeasuringError);
       seen.stations.push_back({&station, std::max(1, static_cast<int>(std::lround(quality)))});
     }
   }
@@ -316,6 +321,16 @@ void World::release(int ap, const std::string& station_mac) {
   }
 }
 
+void World::release_all(const AccessPoint& here) {
+  if (here.refused.empty()) {
+    return;
+  }
+  note(Deed::release_all, here.number);
+  for (const std::string& mac : std::set<std::string>(here.refused)) {
+    release(here.number, mac);
+  }
+}
+
 void World::obey_power(AccessPoint& here, int direction) {
   const double before = here.power[0];
   for (const Band band : kBands) {
@@ -338,6 +353,9 @@ void World::obey_filter(AccessPoint& here, const Command& command) {
   }
   here.filter_mode = *command.filter_mode;
   here.filter = listed;
+  if (here.filter_mode != 0) {
+    release_all(here);  // the filter alone says who may be here
+  }
   for (Station& station : stations_) {
     if (station.ap == here.number && here.refuses(station.mac)) {
       station.ap = -1;
@@ -365,11 +383,8 @@ void World::send_away(int ap, const std::string& station_mac, Deed deed) {
 
 void World::obey(int ap, const Command& command) {
   AccessPoint& here = aps_[static_cast<std::size_t>(ap)];
-  if (command.type == kReleaseAll && !here.refused.empty()) {
-    note(Deed::release_all, ap);
-    for (const std::string& mac : std::set<std::string>(here.refused)) {
-      release(ap, mac);
-    }
+  if (command.type == kReleaseAll) {
+    release_all(here);
   }
   for (const std::string& mac : command.release) {
     release(ap, mac);
@@ -386,6 +401,36 @@ void World::obey(int ap, const Command& command) {
   for (const std::string& mac : command.block) {
     send_away(ap, mac, Deed::block);
   }
+}
+
+std::vector<std::vector<int>> clients_unsteered(const Scenario& scenario) {
+  World world(scenario);
+  std::vector<std::vector<int>> minutes;
+  for (int minute = 1; minute <= scenario.minutes; ++minute) {
+    world.pass_minute();
+    for (const AccessPoint& ap : world.aps()) {
+      const auto told = [&](const char* verb) {
+        return std::any_of(scenario.happenings.begin(), scenario.happenings.end(),
+                           [&](const Happening& one) {
+                             return one.minute == minute && one.verb == verb &&
+                                    (one.subject == ap.plan.name || one.subject == "all");
+                           });
+      };
+      if (!ap.up && ((minute == 1 && ap.plan.starts_up) || told("join"))) {
+        world.bring_up(ap.number);
+      } else if (ap.up && told("leave")) {
+        world.take_down(ap.number, Deed::leave);
+      }
+    }
+    world.look_for_aps();
+    std::vector<int>& clients = minutes.emplace_back(world.aps().size());
+    for (const Station& station : world.stations()) {
+      if (station.ap >= 0) {
+        ++clients[static_cast<std::size_t>(station.ap)];
+      }
+    }
+  }
+  return minutes;
 }
 
 }  // namespace lab

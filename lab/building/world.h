@@ -125,6 +125,8 @@ class World {
   void pass_minute();
 
   void bring_up(int ap);
+  /// Stations without an AP look for one.
+  void look_for_aps();
   /// Takes the AP down; its stations look for another. What it was told is forgotten.
   void take_down(int ap, Deed why);
   void install(int ap, const std::string& version, int back_in_minutes);
@@ -153,6 +155,7 @@ class World {
   Point seat_in(int room);
   void associate(Station& station);
   void release(int ap, const std::string& station_mac);
+  void release_all(const AccessPoint& here);
   void send_away(int ap, const std::string& station_mac, Deed deed);
   void obey_power(AccessPoint& here, int direction);
   void obey_filter(AccessPoint& here, const Command& command);
@@ -162,12 +165,17 @@ class World {
   }
 
   Scenario scenario_;
-  Random random_;
+  Random life_;  // where people go and what they do, whatever the APs do
+  Random air_;   // errors of measuring and the like
   int minute_ = 0;
   std::vector<AccessPoint> aps_;
   std::vector<Station> stations_;
   std::vector<ForeignRadio> foreign_;
   std::vector<Occurrence> occurrences_;
 };
+
+/// Clients of each AP at the end of each minute in a building where nobody steers: APs come and go,
+/// but are told nothing.
+std::vector<std::vector<int>> clients_unsteered(const Scenario& scenario);
 
 }  // namespace lab
