@@ -1,0 +1,210 @@
+// lab-replay: plays saved report files against the program, inside lab/appliance. See lab/replay.
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <regex>
+
+#include "building/controller.h"
+#include "building/database.h"
+#include "replaying/explanation.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* kTraces = "/database/ap/debug/";
+
+struct SavedReport {
+  std::string name;
+  std::string text;
+  std::string mac;
+  lab::Sections sections;
+};
+
+struct KnownAp {
+  std::string mac;
+  std::string ip;
+  std::string name;  // of the first file from it
+};
+
+class Replay {
+ public:
+  Replay(const std::string& directory, const std::string& settings);
+  bool empty() const { return reports_.empty(); }
+  void run(int rounds);
+
+ private:
+  void read(const std::string& directory);
+  void make_profiles(const std::string& settings);
+  void register_aps();
+  std::string slots_of(const SavedReport& report, const char* prefix) const;
+  std::vector<lab::Command> deliver(const SavedReport& report);
+  void show(const SavedReport& report, std::size_t number);
+
+  lab::Controller controller_{1};
+  std::vector<SavedReport> reports_;  // in the order of their names
+  std::vector<KnownAp> aps_;          // by serial number, from 1
+  std::vector<std::string> ssids_;    // by profile number, from 1
+};
+
+Replay::Replay(const std::string& directory, const std::string& settings) {
+  read(directory);
+  make_profiles(settings);
+  register_aps();
+}
+
+void Replay::read(const std::string& directory) {
+  static const std::regex kMac("([0-9A-Fa-f]{2}:){5}[0-9A-Fa-f]{2}");
+  std::vector<fs::path> paths;
+  for (const auto& entry : fs::recursive_directory_iterator(directory)) {
+    if (entry.is_regular_file()) {
+      paths.push_back(entry.path());
+    }
+  }
+  std::sort(paths.begin(), paths.end());
+  for (const fs::path& path : paths) {
+    SavedReport report{
+        path.lexically_relative(directory), lab::file_text(path).value_or(""), "", {}};
+    report.sections = lab::sections_of(report.text);
+    report.mac = report.sections["00"]["mac"];
+    if (!std::regex_match(report.mac, kMac)) {
+      std::printf("%s is left out: no section 00 with the AP's MAC\n", report.name.c_str());
+      continue;
+    }
+    const bool known = std::any_of(aps_.begin(), aps_.end(),
+                                   [&](const KnownAp& ap) { return ap.mac == report.mac; });
+    if (!known) {
+      const auto number = static_cast<int>(aps_.size()) + 1;
+      aps_.push_back(
+          {report.mac, lab::format("192.0.%d.%d", 2 + number / 250, number % 250), report.name});
+    }
+    reports_.push_back(report);
+  }
+}
+
+void Replay::make_profiles(const std::string& settings) {
+  for (const SavedReport& report : reports_) {
+    for (const auto& [section, keys] : report.sections) {
+      const auto ssid = keys.find("essid");
+      const bool own = section.size() == 2 || section.starts_with("5g_0");
+      if (own && ssid != keys.end() &&
+          std::find(ssids_.begin(), ssids_.end(), ssid->second) == ssids_.end()) {
+        ssids_.push_back(ssid->second);
+      }
+    }
+  }
+  lab::set_up_appliance(ssids_, settings);
+}
+
+/// The profile numbers of a band's SSID slots, as the registry wants them.
+std::string Replay::slots_of(const SavedReport& report, const char* prefix) const {
+  std::string list;
+  for (int slot = 1; slot <= 8; ++slot) {
+    const auto section = report.sections.find(lab::format("%s%02d", prefix, slot));
+    if (section == report.sections.end() || !section->second.contains("essid")) {
+      break;
+    }
+    const auto ssid = std::find(ssids_.begin(), ssids_.end(), section->second.at("essid"));
+    list += lab::format("%s%d", slot == 1 ? "" : ",", static_cast<int>(ssid - ssids_.begin()) + 1);
+  }
+  return list;
+}
+
+void Replay::register_aps() {
+  fs::create_directories(kTraces);
+  std::string statements;
+  for (const KnownAp& ap : aps_) {
+    controller_.connect(ap.mac);
+    controller_.run({{{"ap-up", ap.ip, ap.mac}, 0}}, 0);
+    const auto first = std::find_if(reports_.begin(), reports_.end(),
+                                    [&](const auto& report) { return report.mac == ap.mac; });
+    statements +=
+        lab::format("UPDATE AP_INFO.ap_list SET pf_id='%s', 5G_pf_id='%s' WHERE MAC=UPPER(%s);\n",
+                    slots_of(*first, "").c_str(), slots_of(*first, "5g_").c_str(),
+                    lab::sql_bytes(ap.mac).c_str());
+  }
+  lab::query(statements);
+  controller_.deliveries();
+}
+
+std::vector<lab::Command> Replay::deliver(const SavedReport& report) {
+  const auto ap = std::find_if(aps_.begin(), aps_.end(),
+                               [&](const KnownAp& known) { return known.mac == report.mac; });
+  const std::string path = "/database/ap/reports/replayed.ini";
+  lab::write_text(path, report.text);
+  controller_.run({{{"ap-command", "1", path, ap->ip, ap->mac}, 0}}, 0);
+  std::vector<lab::Command> commands;
+  for (const lab::Delivery& delivery : controller_.deliveries()) {
+    commands.push_back(lab::parse_command(delivery.text));
+  }
+  return commands;
+}
+
+void Replay::show(const SavedReport& report, std::size_t number) {
+  const std::string trace = kTraces + report.mac;
+  lab::write_text(trace, "");
+  const std::vector<lab::Command> commands = deliver(report);
+  std::map<int, std::string> names;
+  for (const KnownAp& ap : aps_) {
+    names[static_cast<int>(names.size()) + 1] = ap.mac + " (" + ap.name + ")";
+  }
+  std::printf("\n%zu of %zu  %s, AP %s\n", number, reports_.size(), report.name.c_str(),
+              report.mac.c_str());
+  for (const std::string& line :
+       lab::explain(report.sections, lab::trace_lines(lab::file_text(trace).value_or("")), commands,
+                    names)) {
+    std::printf("    %s\n", line.c_str());
+  }
+  std::fflush(stdout);
+  fs::remove(trace);
+}
+
+void Replay::run(int rounds) {
+  // A single report of each AP says little: at the first round the APs do not know each other yet.
+  const int silent = rounds > 0 ? rounds - 1 : reports_.size() == aps_.size() ? 1 : 0;
+  std::printf("%zu reports of %zu APs%s\n", reports_.size(), aps_.size(),
+              silent > 0 ? "; shown is the last round, when the APs know each other" : "");
+  for (int round = 0; round < silent; ++round) {
+    for (const SavedReport& report : reports_) {
+      deliver(report);
+    }
+  }
+  for (std::size_t i = 0; i < reports_.size(); ++i) {
+    show(reports_[i], i + 1);
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::string directory;
+  std::map<std::string, std::string> settings{{"79", "1"}, {"91", "1"}};
+  int rounds = 0;
+  for (int i = 1; i < argc; ++i) {
+    const std::string word = argv[i];
+    if (word == "--rounds" && i + 1 < argc) {
+      rounds = static_cast<int>(lab::number_in(argv[++i]).value_or(0));
+    } else if (word == "--set" && i + 1 < argc) {
+      const lab::Words pair = lab::pieces_of(argv[++i], '=');
+      settings[pair.front()] = pair.back();
+    } else {
+      directory = word;
+    }
+  }
+  std::string lines;
+  for (const auto& [number, value] : settings) {
+    lines += number + " = " + value + "\n";
+  }
+  if (directory.empty() || !fs::is_directory(directory)) {
+    std::fputs("lab-replay: no directory of reports given; see lab/replay --help\n", stderr);
+    return 2;
+  }
+  Replay replay(directory, lines);
+  if (replay.empty()) {
+    std::fputs("lab-replay: no report in that directory\n", stderr);
+    return 1;
+  }
+  replay.run(rounds);
+  return 0;
+}

@@ -1,0 +1,43 @@
+#include "support/appliance.h"
+
+namespace {
+
+class Building : public HookTest {
+ protected:
+  /// The log of some minutes of a scenario, from an empty database; empty when the tables differ
+  /// from the building at the end.
+  std::string play(const std::string& scenario, const std::string& minutes) {
+    SetUp();
+    const std::string log = "/tmp/building.log";
+    const std::string command = "/build/bin/lab-building /source/lab/scenarios/" + scenario +
+                                " --minutes " + minutes + " --log " + log +
+                                " --page /tmp/building.html >/tmp/building.out";
+    EXPECT_EQ(system(command.c_str()), 0) << content("/tmp/building.out");
+    return content(log);
+  }
+};
+
+TEST_F(Building, GoesTheSameWayTwice) {
+  const std::string first = play("quiet-office.ini", "6");
+  EXPECT_NE(first.find(" block "), std::string::npos);
+  EXPECT_EQ(play("quiet-office.ini", "6"), first);
+}
+
+TEST_F(Building, BringsFirmwareByDownloadAndByTool) {
+  const std::string log = play("firmware-round.ini", "18");
+  for (const char* name : {"One", "Two", "Three (old)"}) {
+    EXPECT_NE(log.find(name + std::string(" firmware done")), std::string::npos) << log;
+  }
+  EXPECT_EQ(sql_rows("SELECT fw_version, COUNT(*) FROM AP_INFO.ap_list GROUP BY fw_version"),
+            (Lines{"2.1.0|2", "2.2.0|3"}));
+}
+
+TEST_F(Building, LivesThroughHostileNames) {
+  EXPECT_NE(play("hostile-radio.ini", "3"), "");
+  EXPECT_EQ(sql_value("SELECT COUNT(*) FROM AP_CLIENT.illegal"), "18");
+  const std::string page = content("/tmp/building.html");
+  EXPECT_EQ(page.find("<script>alert"), std::string::npos);
+  EXPECT_NE(page.find("\\u003c/script>\\u003cscript>alert(1)//"), std::string::npos);
+}
+
+}  // namespace
