@@ -1,0 +1,196 @@
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <fstream>
+#include <numeric>
+#include <thread>
+
+#include "building.h"
+#include "figures.h"
+#include "platform/text.h"
+#include "sections.h"
+
+namespace {
+
+constexpr ReportSize kSize{20, 60};
+constexpr int kFleetAtOnce = 8;
+/// Foreign radios are numbered along the building; from one AP to the next that many are new.
+constexpr int kForeignStep = 5;
+
+/// A processor counts as the limit when less of it than this is idle.
+constexpr double kIdleLimit = 0.15;
+
+/// What the whole machine's processors did, in ms, from /proc/stat.
+struct Machine {
+  double busy = 0;
+  double idle = 0;
+
+  static Machine now() {
+    std::ifstream file("/proc/stat");
+    std::string name;
+    double user = 0, nice = 0, system = 0, idle = 0, waiting = 0, hard = 0, soft = 0;
+    file >> name >> user >> nice >> system >> idle >> waiting >> hard >> soft;
+    const double ms = 1e3 / static_cast<double>(sysconf(_SC_CLK_TCK));
+    return {(user + nice + system + hard + soft) * ms, (idle + waiting) * ms};
+  }
+};
+
+struct Round {
+  std::string title;
+  int aps = 0, at_once = 0, reports = 0;
+  double wall_ms = 0;
+  double hooks_ms = 0, server_ms = 0, busy_ms = 0, idle_ms = 0;
+  double statements = 0;
+  int dropped = 0;
+  std::vector<double> each_ms;
+};
+
+/// The APs from `first` in steps of `step`, each in its turn, `rounds` times.
+struct Share {
+  int first;
+  int step;
+  int rounds;
+};
+
+class Fleet {
+ public:
+  Fleet(Server& server, int size) : server_(server) {
+    server_.reset();
+    write_settings();
+    server_.sql(kProfiles);
+    for (int ap = 1; ap <= size; ++ap) {
+      reports_.push_back(
+          report_text({ap, kSize, {ap % size + 1, (ap + 1) % size + 1}, ap * kForeignStep}));
+    }
+  }
+
+  /// All APs report `rounds` times, as many of them at once. No AP reports twice at the same time.
+  Round report(const std::string& title, int at_once, int rounds) {
+    say(title);
+    std::vector<Launcher> launchers(static_cast<std::size_t>(at_once));
+    std::vector<Round> shares(static_cast<std::size_t>(at_once));
+    Round whole;
+    whole.title = title;
+    whole.aps = static_cast<int>(reports_.size());
+    whole.at_once = at_once;
+    whole.reports = whole.aps * rounds;
+    const double statements = questions();
+    const double server = server_.processor_ms();
+    const Machine machine = Machine::now();
+    const auto start = std::chrono::steady_clock::now();
+    std::vector<std::thread> workers;
+    for (int i = 0; i < at_once; ++i) {
+      const auto at = static_cast<std::size_t>(i);
+      workers.emplace_back([&, i, at] { work(launchers[at], {i, at_once, rounds}, shares[at]); });
+    }
+    for (std::thread& worker : workers) {
+      worker.join();
+    }
+    whole.wall_ms =
+        std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+    const Machine after = Machine::now();
+    whole.busy_ms = after.busy - machine.busy;
+    whole.idle_ms = after.idle - machine.idle;
+    whole.server_ms = server_.processor_ms() - server;
+    whole.statements = questions() - statements;
+    for (const Round& share : shares) {
+      whole.hooks_ms += share.hooks_ms;
+      whole.dropped += share.dropped;
+      whole.each_ms.insert(whole.each_ms.end(), share.each_ms.begin(), share.each_ms.end());
+    }
+    return whole;
+  }
+
+ private:
+  void work(Launcher& launcher, Share share, Round& done) {
+    const int size = static_cast<int>(reports_.size());
+    for (int round = 0; round < share.rounds; ++round) {
+      for (int i = share.first; i < size; i += share.step) {
+        const Usage usage = launcher.run(deliver(i + 1, reports_[static_cast<std::size_t>(i)]));
+        done.each_ms.push_back(usage.wall_ms);
+        done.hooks_ms += usage.processor_ms;
+        done.dropped += left_alone(i + 1) ? 1 : 0;
+      }
+    }
+  }
+
+  double questions() {
+    return std::stod(server_.sql("SHOW GLOBAL STATUS LIKE 'Questions'").front()[1]);
+  }
+
+  Server& server_;
+  std::vector<std::string> reports_;
+};
+
+std::string limit_of(const Round& round) {
+  if (round.idle_ms > kIdleLimit * (round.busy_ms + round.idle_ms)) {
+    return "waiting";
+  }
+  return round.server_ms > round.hooks_ms ? "server" : "hooks";
+}
+
+Section table_of(const std::vector<Round>& rounds) {
+  Section section{M("APs reporting at once, %s each", as_text(kSize).c_str()), {}, {}, ""};
+  section.rows = {{"APs", "", {}, ""},
+                  {"at once", "", {}, ""},
+                  {"reports", "", {}, ""},
+                  {"reports per second", "", {}, ""},
+                  {"one report, median", "ms", {}, ""},
+                  {"one report, slowest of 20", "ms", {}, ""},
+                  {"statements per report", "", {}, ""},
+                  {"processor of the hook per report", "ms", {}, ""},
+                  {"processor of the server per report", "ms", {}, ""},
+                  {"processors: hooks", "%", {}, ""},
+                  {"processors: server", "%", {}, ""},
+                  {"processors: idle", "%", {}, ""},
+                  {"limited by", "", {}, ""}};
+  for (const Round& round : rounds) {
+    section.columns.push_back(round.title);
+    const double all = (round.busy_ms + round.idle_ms) / 100;
+    const std::vector<Cell> cells{static_cast<double>(round.aps),
+                                  static_cast<double>(round.at_once),
+                                  static_cast<double>(round.reports),
+                                  round.reports * 1e3 / round.wall_ms,
+                                  median(round.each_ms),
+                                  quantile(round.each_ms, 0.95),
+                                  round.statements / round.reports,
+                                  round.hooks_ms / round.reports,
+                                  round.server_ms / round.reports,
+                                  round.hooks_ms / all,
+                                  round.server_ms / all,
+                                  round.idle_ms / all,
+                                  limit_of(round)};
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+      section.rows[i].cells.push_back(cells[i]);
+    }
+    if (round.dropped > 0) {
+      section.note += M("%d reports of \"%s\" were dropped. ", round.dropped, round.title.c_str());
+    }
+  }
+  section.note +=
+      "The columns are one, some and all APs of a floor, and a fleet of which no AP is known yet, then "
+      "every AP.\nCompare the reports per second with what a site needs: 1,000 APs that report once a minute are "
+      "16.7. What the processors\ndid besides hooks, server and idling (starting processes, the "
+      "driver, other programs) is the rest to 100 %.";
+  return section;
+}
+
+}  // namespace
+
+Section measure_at_once(Server& server, Effort effort) {
+  const bool quick = effort == Effort::quick;
+  std::vector<Round> rounds;
+  {
+    Fleet floor(server, 32);
+    floor.report("floor of 32 moves in", kFleetAtOnce, 2);
+    rounds.push_back(floor.report("one", 1, quick ? 1 : 4));
+    rounds.push_back(floor.report("some", 8, quick ? 2 : 10));
+    rounds.push_back(floor.report("all", 32, quick ? 2 : 10));
+  }
+  const int size = quick ? 200 : 1000;
+  Fleet fleet(server, size);
+  rounds.push_back(fleet.report("fleet, new", kFleetAtOnce, 1));
+  rounds.push_back(fleet.report("fleet", kFleetAtOnce, 1));
+  return table_of(rounds);
+}

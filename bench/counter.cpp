@@ -1,0 +1,152 @@
+// Counts what a hook does, without standing in its way: loaded with LD_PRELOAD, it stands between
+// the hook and a few calls of the C library. When the process ends it appends a line to the file
+// that BENCH_COUNTS names:
+//
+//   <waits> <stops> <blocked microseconds> <processes started> <program>
+//
+// waits    how often the process turned from sending to the server to reading what it answers;
+//          several statements sent together are answered in one wait
+// stops    how often the answer was not there yet, which depends on how quick the server is
+//
+// Of the connections only streams of the local domain count, which is how the server is reached.
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+unsigned long waits = 0;
+unsigned long stops = 0;
+unsigned long processes = 0;
+Clock::duration blocked{0};
+bool unanswered = false;
+
+/// The C library's own function of that name.
+template <class Function>
+Function* original(const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+bool is_server(int descriptor) {
+  int type = 0;
+  int domain = 0;
+  socklen_t size = sizeof(type);
+  return getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &size) == 0 && type == SOCK_STREAM &&
+         getsockopt(descriptor, SOL_SOCKET, SO_DOMAIN, &domain, &size) == 0 && domain == AF_UNIX;
+}
+
+/// Counts a stop from its making to its end.
+class Stop {
+ public:
+  Stop() { ++stops; }
+  ~Stop() { blocked += Clock::now() - start_; }
+  Stop(const Stop&) = delete;
+  Stop& operator=(const Stop&) = delete;
+
+ private:
+  Clock::time_point start_ = Clock::now();
+};
+
+__attribute__((destructor)) void report() {
+  const char* path = std::getenv("BENCH_COUNTS");
+  if (path == nullptr) {
+    return;
+  }
+  char line[256];
+  const int length =
+      std::snprintf(line, sizeof(line), "%lu %lu %lld %lu %s\n", waits, stops,
+                    static_cast<long long>(
+                        std::chrono::duration_cast<std::chrono::microseconds>(blocked).count()),
+                    processes, program_invocation_short_name);
+  const int file = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+  if (file >= 0) {
+    [[maybe_unused]] const ssize_t written = write(file, line, static_cast<std::size_t>(length));
+    close(file);
+  }
+}
+
+}  // namespace
+
+extern "C" {
+
+ssize_t send(int descriptor, const void* data, size_t size, int flags) {
+  static const auto real = original<ssize_t(int, const void*, size_t, int)>("send");
+  unanswered = unanswered || is_server(descriptor);
+  return real(descriptor, data, size, flags);
+}
+
+ssize_t recv(int descriptor, void* data, size_t size, int flags) {
+  static const auto real = original<ssize_t(int, void*, size_t, int)>("recv");
+  static const auto real_poll = original<int(pollfd*, nfds_t, int)>("poll");
+  if (!is_server(descriptor)) {
+    return real(descriptor, data, size, flags);
+  }
+  waits += unanswered ? 1 : 0;
+  unanswered = false;
+  pollfd incoming{descriptor, POLLIN, 0};
+  if ((flags & MSG_DONTWAIT) != 0 || real_poll(&incoming, 1, 0) > 0) {
+    return real(descriptor, data, size, flags);
+  }
+  const Stop stop;
+  return real(descriptor, data, size, flags);
+}
+
+int poll(pollfd* descriptors, nfds_t count, int timeout) {
+  static const auto real = original<int(pollfd*, nfds_t, int)>("poll");
+  if (timeout == 0 || count != 1 || !is_server(descriptors->fd) ||
+      (descriptors->events & POLLIN) == 0) {
+    return real(descriptors, count, timeout);
+  }
+  if (const int ready = real(descriptors, count, 0); ready != 0) {
+    return ready;
+  }
+  const Stop stop;
+  return real(descriptors, count, timeout);
+}
+
+int posix_spawn(pid_t* child, const char* path, const posix_spawn_file_actions_t* actions,
+                const posix_spawnattr_t* attributes, char* const words[],
+                char* const environment[]) {
+  static const auto real = original<decltype(posix_spawn)>("posix_spawn");
+  ++processes;
+  return real(child, path, actions, attributes, words, environment);
+}
+
+int posix_spawnp(pid_t* child, const char* name, const posix_spawn_file_actions_t* actions,
+                 const posix_spawnattr_t* attributes, char* const words[],
+                 char* const environment[]) {
+  static const auto real = original<decltype(posix_spawnp)>("posix_spawnp");
+  ++processes;
+  return real(child, name, actions, attributes, words, environment);
+}
+
+pid_t fork() {
+  static const auto real = original<pid_t()>("fork");
+  ++processes;
+  return real();
+}
+
+int system(const char* command) {
+  static const auto real = original<int(const char*)>("system");
+  ++processes;
+  return real(command);
+}
+
+FILE* popen(const char* command, const char* mode) {
+  static const auto real = original<FILE*(const char*, const char*)>("popen");
+  ++processes;
+  return real(command, mode);
+}
+
+}  // extern "C"

@@ -1,0 +1,267 @@
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "building.h"
+#include "figures.h"
+#include "platform/text.h"
+#include "sections.h"
+
+namespace {
+
+constexpr int kAp = 1;
+constexpr const char* kStatements = "/tmp/bench-statements";
+constexpr const char* kCounts = "/tmp/bench-counts";
+
+/// What a neighbour has, of the stations of the AP that is measured: a little less, so that the
+/// AP sends some away.
+constexpr double kNeighbourLoad = 0.85;
+
+constexpr double kGoalRatio = 0.8;
+constexpr double kGoalMemoryMib = 12;
+constexpr double kGoalMemoryOfReport = 4;
+constexpr double kGoalItem = 1.25;
+
+struct Rounds {
+  int warm_up;
+  int measured;
+};
+
+Rounds rounds_of(ReportSize size, Effort effort) {
+  const int full = size.radios > 1000 ? 11 : size.radios > 200 ? 25 : 41;
+  return effort == Effort::quick ? Rounds{2, full / 5} : Rounds{3, full};
+}
+
+struct Measured {
+  std::vector<double> wall, processor, replay_wall, ratio, server, replay_server;
+  double peak_kib = 0;
+  double report_kib = 0;
+  std::size_t statements = 0, statements_again = 0;
+  double waits = 0, stops = 0, blocked_ms = 0, processes = 0;
+};
+
+void check(const Usage& usage, const char* what) {
+  if (usage.status != 0) {
+    std::fprintf(stderr, "bench-driver: %s ended with status %d\n", what, usage.status);
+    std::exit(1);
+  }
+}
+
+/// One report of the measured AP, over and over. The server is left as the report left it, so that
+/// each cycle finds the same, and carries out the same statements.
+class Cycle {
+ public:
+  Cycle(Launcher& launcher, Server& server, ReportSize size)
+      : launcher_(launcher), server_(server), size_(size) {
+    server_.reset();
+    write_settings();
+    server_.sql(kProfiles);
+    ReportPlan plan{kAp, size, {}, 0};
+    for (int i = 0; i < neighbours_heard(size); ++i) {
+      plan.neighbours.push_back(kAp + 1 + i);
+    }
+    report_ = report_text(plan);
+    move_in(kAp, report_);
+    for (const int ap : plan.neighbours) {
+      add_neighbour(ap);
+    }
+  }
+
+  Measured measure(Rounds rounds) {
+    Measured measured;
+    measured.report_kib = static_cast<double>(report_.size()) / 1024;
+    for (int i = 0; i < rounds.warm_up; ++i) {
+      run(measured);
+    }
+    count(measured);
+    measured = {{},
+                {},
+                {},
+                {},
+                {},
+                {},
+                0,
+                measured.report_kib,
+                save_statements(),
+                0,
+                measured.waits,
+                measured.stops,
+                measured.blocked_ms,
+                measured.processes};
+    for (int i = 0; i < rounds.measured; ++i) {
+      run(measured);
+      replay(measured);
+      measured.ratio.push_back(measured.wall.back() / measured.replay_wall.back());
+    }
+    measured.statements_again = save_statements();
+    return measured;
+  }
+
+ private:
+  void move_in(int ap, const std::string& report) {
+    check(launcher_.run(deliver(ap, report)), "ap-command");
+  }
+
+  /// A neighbour hears the measured AP, and half of its foreign radios are heard by the measured
+  /// one as well.
+  void add_neighbour(int ap) {
+    constexpr ReportSize kHeard{0, kRadiosOfAnAp * kRadiosOfAnAp};
+    move_in(ap, report_text({ap, kHeard, {kAp}, (ap - kAp - 1) * 2 * kHeard.radios}));
+    const int stations = static_cast<int>(kNeighbourLoad * size_.stations);
+    std::string rows;
+    for (int n = 0; n < stations; ++n) {
+      rows += (n == 0 ? "('" : ",('") + station_mac(ap, n) + "')";
+    }
+    server_.sql(M("INSERT INTO AP_CLIENT.AP_%03d (mac) VALUES ", ap) + rows);
+  }
+
+  std::vector<std::string> prepare() {
+    server_.sql("DELETE FROM AP_CLIENT.block");
+    return deliver(kAp, report_);
+  }
+
+  void run(Measured& measured) {
+    const auto words = prepare();
+    const double server_before = server_.processor_ms();
+    const Usage usage = launcher_.run(words);
+    check(usage, "ap-command");
+    measured.server.push_back(server_.processor_ms() - server_before);
+    measured.wall.push_back(usage.wall_ms);
+    measured.processor.push_back(usage.processor_ms);
+    measured.peak_kib = std::max(measured.peak_kib, usage.peak_kib);
+  }
+
+  void replay(Measured& measured) {
+    prepare();
+    const double server_before = server_.processor_ms();
+    const Usage usage = launcher_.run({"/build/bin/bench-replay", kStatements});
+    check(usage, "bench-replay");
+    measured.replay_server.push_back(server_.processor_ms() - server_before);
+    measured.replay_wall.push_back(usage.wall_ms);
+  }
+
+  /// Runs a cycle and keeps its statements for the replay; their number.
+  std::size_t save_statements() {
+    const auto words = prepare();
+    server_.start_log();
+    launcher_.run(words);
+    std::ofstream file(kStatements, std::ios::binary);
+    std::size_t count = 0;
+    for (const LoggedConnection& connection : server_.stop_log()) {
+      for (const std::string& statement : connection.statements) {
+        file << statement << '\0';
+        ++count;
+      }
+    }
+    return count;
+  }
+
+  void count(Measured& measured) {
+    unlink(kCounts);
+    launcher_.run(prepare(), {"LD_PRELOAD=/build/bin/bench-counter.so",
+                              std::string("BENCH_COUNTS=") + kCounts});
+    // Children write their lines before; the hook's is the last.
+    std::ifstream file(kCounts);
+    std::string line;
+    while (std::getline(file, line)) {
+      std::istringstream fields(line);
+      double microseconds = 0;
+      fields >> measured.waits >> measured.stops >> microseconds >> measured.processes;
+      measured.blocked_ms = microseconds / 1e3;
+    }
+  }
+
+  Launcher& launcher_;
+  Server& server_;
+  ReportSize size_;
+  std::string report_;
+};
+
+double mean(const std::vector<double>& values) {
+  double sum = 0;
+  for (const double value : values) {
+    sum += value;
+  }
+  return values.empty() ? 0 : sum / static_cast<double>(values.size());
+}
+
+double per_item_us(double total_ms, double start_up_ms, ReportSize size) {
+  return (total_ms - start_up_ms) * 1e3 / (size.stations + size.radios);
+}
+
+using Figure = double (*)(const Measured&);
+
+void add_row(Section& section, const std::vector<Measured>& all, const char* label,
+             const char* unit, Figure figure, const std::string& goal = "") {
+  FigureRow row{label, unit, {}, goal};
+  for (const Measured& measured : all) {
+    row.cells.emplace_back(figure(measured));
+  }
+  section.rows.push_back(std::move(row));
+}
+
+void add_item_rows(Section& section, const std::vector<Measured>& all, const StartUp& start_up) {
+  FigureRow wall{"wall per item, less start-up", "us", {}, ""};
+  FigureRow processor{"processor per item, less start-up", "us", {}, ""};
+  FigureRow growth{"wall per item / the smallest's", "", {}, M("< %.2f", kGoalItem)};
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    wall.cells.emplace_back(per_item_us(median(all[i].wall), start_up.wall_ms, kSizes[i]));
+    processor.cells.emplace_back(
+        per_item_us(median(all[i].processor), start_up.processor_ms, kSizes[i]));
+    growth.cells.emplace_back(*wall.cells.back().number / *wall.cells.front().number);
+  }
+  section.rows.push_back(std::move(wall));
+  section.rows.push_back(std::move(processor));
+  section.rows.push_back(std::move(growth));
+}
+
+}  // namespace
+
+Section measure_cycle(Launcher& launcher, Server& server, Effort effort, const StartUp& start_up) {
+  Section section{"Report cycle, by stations/heard radios", {}, {}, ""};
+  std::vector<Measured> all;
+  for (const ReportSize size : kSizes) {
+    say("report cycle " + as_text(size));
+    section.columns.push_back(as_text(size));
+    all.push_back(Cycle(launcher, server, size).measure(rounds_of(size, effort)));
+    if (all.back().statements != all.back().statements_again) {
+      section.note += M("The statements of %s changed from cycle to cycle (%zu, %zu). ",
+                        as_text(size).c_str(), all.back().statements, all.back().statements_again);
+    }
+  }
+  const auto add = [&](const char* label, const char* unit, Figure figure,
+                       const std::string& goal = "") {
+    add_row(section, all, label, unit, figure, goal);
+  };
+  add("report", "KiB", [](const Measured& m) { return m.report_kib; });
+  add("wall, median", "ms", [](const Measured& m) { return median(m.wall); });
+  add("wall, least", "ms", [](const Measured& m) { return least(m.wall); });
+  add("bare replay of its statements, median", "ms",
+      [](const Measured& m) { return median(m.replay_wall); });
+  add("bare replay, least", "ms", [](const Measured& m) { return least(m.replay_wall); });
+  add(
+      "cycle / replay, median of pairs", "", [](const Measured& m) { return median(m.ratio); },
+      M("< %.2f", kGoalRatio));
+  add("processor of the hook", "ms", [](const Measured& m) { return median(m.processor); });
+  add("processor of the server", "ms", [](const Measured& m) { return mean(m.server); });
+  add("the same in the replay", "ms", [](const Measured& m) { return mean(m.replay_server); });
+  add(
+      "peak memory", "MiB", [](const Measured& m) { return m.peak_kib / 1024; }, "below the next");
+  add(M("%.0f MiB + %.0f x report", kGoalMemoryMib, kGoalMemoryOfReport).c_str(), "MiB",
+      [](const Measured& m) { return kGoalMemoryMib + kGoalMemoryOfReport * m.report_kib / 1024; });
+  add("statements", "", [](const Measured& m) { return static_cast<double>(m.statements); });
+  add("waits for the server", "", [](const Measured& m) { return m.waits; });
+  add("blocked in them", "ms", [](const Measured& m) { return m.blocked_ms; });
+  add("processes started", "", [](const Measured& m) { return m.processes; });
+  add_item_rows(section, all, start_up);
+  section.note +=
+      "Compare a cycle with the replay below it: the same statements, one at a time, by a client that "
+      "does nothing else.\nAn item is a station or a heard radio. A wait is a turn from sending to "
+      "reading, whether or not the answer was\nthere already. Load balancing and auto-RF are on; the AP has a few stations more "
+      "than its neighbours, half of its foreign radios are heard elsewhere, too.";
+  return section;
+}

@@ -1,0 +1,20 @@
+#include "figures.h"
+
+#include <algorithm>
+
+double median(std::vector<double> values) {
+  return quantile(std::move(values), 0.5);
+}
+
+double least(const std::vector<double>& values) {
+  return values.empty() ? 0 : *std::min_element(values.begin(), values.end());
+}
+
+double quantile(std::vector<double> values, double part) {
+  if (values.empty()) {
+    return 0;
+  }
+  const auto at = static_cast<std::ptrdiff_t>(part * static_cast<double>(values.size() - 1) + 0.5);
+  std::nth_element(values.begin(), values.begin() + at, values.end());
+  return values[static_cast<std::size_t>(at)];
+}

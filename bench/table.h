@@ -1,0 +1,45 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+// The figures that the benchmark ends with: sections of rows, printed as one table and written as
+// JSON.
+
+/// A figure, a word in its place, or nothing.
+struct Cell {
+  std::optional<double> number;
+  std::string text;
+
+  Cell() = default;
+  Cell(double figure) : number(figure) {}              // NOLINT: a row is a list of figures
+  Cell(std::string words) : text(std::move(words)) {}  // NOLINT
+  Cell(const char* words) : text(words) {}             // NOLINT
+};
+
+struct FigureRow {
+  std::string label;
+  std::string unit;  // empty for a count or a word
+  std::vector<Cell> cells;
+  std::string goal;  // empty for none
+};
+
+struct Section {
+  std::string title;
+  std::vector<std::string> columns;
+  std::vector<FigureRow> rows;
+  /// What a reader should compare, and with what.
+  std::string note;
+};
+
+using Table = std::vector<Section>;
+
+/// Figures with three digits that count; goals stand at the end of their row.
+std::string as_text(const Table& table);
+
+/// {"machine": {...}, "sections": [...]}; figures unrounded.
+std::string as_json(const Table& table);
+
+/// One line on the machine that the figures come from.
+std::string machine();
