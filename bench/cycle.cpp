@@ -33,7 +33,7 @@ struct Rounds {
 
 Rounds rounds_of(ReportSize size, Effort effort) {
   const int full = size.radios > 1000 ? 11 : size.radios > 200 ? 25 : 41;
-  return effort == Effort::quick ? Rounds{2, full / 5} : Rounds{3, full};
+  return effort == Effort::quick ? Rounds{1, full / 10 + 2} : Rounds{3, full};
 }
 
 struct Measured {
@@ -106,10 +106,10 @@ class Cycle {
     check(launcher_.run(deliver(ap, report)), "ap-command");
   }
 
-  /// A neighbour hears the measured AP, and half of its foreign radios are heard by the measured
-  /// one as well.
+  /// A neighbour hears the measured AP, and its foreign radios are heard by the measured one as
+  /// well, which makes about half of those.
   void add_neighbour(int ap) {
-    constexpr ReportSize kHeard{0, kRadiosOfAnAp * kRadiosOfAnAp};
+    constexpr ReportSize kHeard{0, 18};  // of them 3 of the measured AP
     move_in(ap, report_text({ap, kHeard, {kAp}, (ap - kAp - 1) * 2 * kHeard.radios}));
     const int stations = static_cast<int>(kNeighbourLoad * size_.stations);
     std::string rows;
@@ -255,7 +255,8 @@ Section measure_cycle(Launcher& launcher, Server& server, Effort effort, const S
       [](const Measured& m) { return kGoalMemoryMib + kGoalMemoryOfReport * m.report_kib / 1024; });
   add("statements", "", [](const Measured& m) { return static_cast<double>(m.statements); });
   add("waits for the server", "", [](const Measured& m) { return m.waits; });
-  add("blocked in them", "ms", [](const Measured& m) { return m.blocked_ms; });
+  add("of them the answer was not there yet", "", [](const Measured& m) { return m.stops; });
+  add("blocked until it was", "ms", [](const Measured& m) { return m.blocked_ms; });
   add("processes started", "", [](const Measured& m) { return m.processes; });
   add_item_rows(section, all, start_up);
   section.note +=

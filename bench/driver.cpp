@@ -5,6 +5,8 @@
 // SECTION is start-up, cycle, at-once or parts; without one all of them. The table goes to the
 // standard output, progress to the standard error output.
 
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
@@ -12,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "machine.h"
 #include "platform/text.h"
 #include "sections.h"
 
@@ -55,33 +58,68 @@ void say(const std::string& what) {
   std::fprintf(stderr, "  %s\n", what.c_str());
 }
 
+namespace {
+
+Table measure(const Options& options, Launcher launcher, Server& server) {
+  Table table;
+  StartUp start_up{};
+  if (options.wants("start-up") || options.wants("cycle")) {
+    table.push_back(measure_start_up(launcher, options.effort, start_up));
+  }
+  if (options.wants("cycle")) {
+    table.push_back(measure_cycle(launcher, server, options.effort, start_up));
+  }
+  if (options.wants("at-once")) {
+    table.push_back(measure_at_once(server, options.effort));
+  }
+  if (options.wants("parts")) {
+    table.push_back(measure_parts_by_size(options.effort));
+    table.push_back(measure_parts(options.effort));
+  }
+  return table;
+}
+
+double processor_ms(int who) {
+  rusage used{};
+  getrusage(who, &used);
+  const auto ms = [](const timeval& time) {
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) / 1e3;
+  };
+  return ms(used.ru_utime) + ms(used.ru_stime);
+}
+
+/// How much of the processors other programs took since `before`: the reader's measure of how far
+/// to trust the figures. Everything that was started has ended.
+std::string disturbance(const Machine& before, const Server& server, double server_before_ms) {
+  const Machine now = Machine::now();
+  const double own = processor_ms(RUSAGE_SELF) + processor_ms(RUSAGE_CHILDREN) +
+                     server.processor_ms() - server_before_ms;
+  const double busy = now.busy_ms - before.busy_ms;
+  const double all = busy + now.idle_ms - before.idle_ms;
+  return M(
+      "Meanwhile other programs took %.0f %% of the processors; at more than a few per cent, "
+      "trust ratios and the least\nfigures rather than medians.",
+      std::max(0.0, busy - own) / all * 100);
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
   Launcher launcher;  // first, while this process is small
   const std::optional<Options> options = options_of({argv + 1, argv + argc});
   if (!options) {
-    std::fprintf(stderr,
-                 "usage: bench/run [--quick] [--json FILE] [start-up|cycle|at-once|parts]...\n");
+    std::fprintf(stderr, "bench/run: unknown word or option (see --help)\n");
     return 2;
   }
   Server server;
-  Table table;
-  StartUp start_up{};
-  if (options->wants("start-up") || options->wants("cycle")) {
-    table.push_back(measure_start_up(launcher, options->effort, start_up));
-  }
-  if (options->wants("cycle")) {
-    table.push_back(measure_cycle(launcher, server, options->effort, start_up));
-  }
-  if (options->wants("at-once")) {
-    table.push_back(measure_at_once(server, options->effort));
-  }
-  if (options->wants("parts")) {
-    table.push_back(measure_parts_by_size(options->effort));
-    table.push_back(measure_parts(options->effort));
-  }
-  std::printf("\n%s\n%s", machine().c_str(), as_text(table).c_str());
+  const Machine before = Machine::now();
+  const double server_before_ms = server.processor_ms();
+  const Table table = measure(*options, std::move(launcher), server);
+  const std::string head =
+      machine_name() + "\n" + disturbance(before, server, server_before_ms) + "\n";
+  std::printf("\n%s%s", head.c_str(), as_text(table).c_str());
   if (!options->json.empty()) {
-    std::ofstream(options->json) << as_json(table);
+    std::ofstream(options->json) << as_json(head, table);
   }
   return 0;
 }

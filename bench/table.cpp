@@ -1,12 +1,7 @@
 #include "table.h"
 
-#include <sys/utsname.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cmath>
-#include <fstream>
-#include <limits>
 
 #include "platform/text.h"
 
@@ -115,22 +110,7 @@ std::string as_text(const Table& table) {
   return text;
 }
 
-std::string as_json(const Table& table) {
-  return "{\"machine\":" + quoted(machine()) +
-         ",\n \"sections\":" + json_list(table, section_as_json) + "}\n";
-}
-
-std::string machine() {
-  std::ifstream file("/proc/cpuinfo");
-  std::string processor = "unknown processor";
-  for (std::string line; std::getline(file, line);) {
-    if (line.starts_with("model name")) {
-      processor = line.substr(std::min(line.find(": ") + 2, line.size()));
-      break;
-    }
-  }
-  utsname system{};
-  uname(&system);
-  return M("%ld x %s, %s %s", sysconf(_SC_NPROCESSORS_ONLN), processor.c_str(), system.sysname,
-           system.release);
+std::string as_json(const std::string& head, const Table& table) {
+  return "{\"head\":" + quoted(head) + ",\n \"sections\":" + json_list(table, section_as_json) +
+         "}\n";
 }

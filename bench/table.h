@@ -38,8 +38,6 @@ using Table = std::vector<Section>;
 /// Figures with three digits that count; goals stand at the end of their row.
 std::string as_text(const Table& table);
 
-/// {"machine": {...}, "sections": [...]}; figures unrounded.
-std::string as_json(const Table& table);
-
-/// One line on the machine that the figures come from.
-std::string machine();
+/// {"head": "...", "sections": [...]}, with the figures of six digits. `head` says what they come
+/// from.
+std::string as_json(const std::string& head, const Table& table);

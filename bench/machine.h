@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+/// What all processors together have done so far, in ms; the kernel counts in steps of 10.
+struct Machine {
+  double busy_ms;
+  double idle_ms;
+
+  static Machine now();
+};
+
+/// Number and kind of processors, and the kernel.
+std::string machine_name();
