@@ -211,7 +211,8 @@ ChannelList channel_list_parse(std::string_view text, ChannelListHead head) {
 std::string wireless_mode_mask_list(std::string_view text) {
   std::string masks;
   for (const std::string_view name : str_split(text, ',', kMostEntries)) {
-    masks = my_string(std::move(masks), "%s%d", masks.empty() ? "" : ",", mode_mask(name));
+    const char* separator = masks.empty() ? "" : ",";
+    masks = my_string(std::move(masks), "%s%d", separator, mode_mask(name));
   }
   return masks;
 }

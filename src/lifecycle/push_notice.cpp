@@ -13,7 +13,7 @@ void ap_push_notice(const Question& recipients, const std::string& message) {
   const std::string text = within_double_quotes(message);
   Rows rows = recipients.rows();
   for (const Row& row : rows) {
-    my_system("/usr/sbin/mobile_pushmsg %s 0 \"%s\" \"%s\" 1 >/dev/null 2>&1 &",
+    my_system(R"(/usr/sbin/mobile_pushmsg %s 0 "%s" "%s" 1 >/dev/null 2>&1 &)",
               shell_word(row.text(1)).c_str(), within_double_quotes(row.text(0)).c_str(),
               text.c_str());
   }
