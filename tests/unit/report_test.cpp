@@ -6,6 +6,7 @@
 
 #include <fstream>
 
+#include "reports/ini_pieces.h"
 #include "reports/system_status.h"
 
 namespace {
@@ -50,6 +51,40 @@ TEST_F(Reading, FindsTextsAndNumbers) {
   EXPECT_EQ(report->number(kSection, "Huge"), -1);
   EXPECT_EQ(report->unsigned_number(kSection, "Negative"), 4294967225U);
   EXPECT_EQ(report->unsigned64_number(kSection, "Wide"), 4294967297U);
+}
+
+TEST_F(Reading, KeysOfManyPieces) {
+  std::string text = "[a]\nfirst = 1\ntwice = early\n";
+  for (int i = 0; i < 2000; ++i) {
+    text += "[section " + std::to_string(i) + "]\nkey = value " + std::to_string(i) + "\n";
+  }
+  const auto report = load(text + "[A]\ntwice = late\n");
+  ASSERT_TRUE(report);
+  EXPECT_EQ(report->text("a", "first"), "1");
+  EXPECT_EQ(report->text("a", "twice"), "late");
+  EXPECT_EQ(report->text("section 0", "key"), "value 0");
+  EXPECT_EQ(report->text("section 1999", "key"), "value 1999");
+  EXPECT_FALSE(load(text + "no equals sign\n"));
+}
+
+TEST(IniPieces, BeginWithSectionsThatTheLibraryTakesForThem) {
+  using Pieces = std::vector<std::string_view>;
+  const struct {
+    std::string_view text;
+    std::size_t least;
+    Pieces pieces;
+  } cases[] = {
+      {"", 1, {}},
+      {"; c\n\n[a]\nx=1\n", 1, {"; c\n\n", "[a]\nx=1\n"}},
+      {"[a]\n[b]\n[c]", 1, {"[a]\n", "[b]\n", "[c]"}},
+      {"[a]\n[b]\n[c]\n", 5, {"[a]\n[b]\n", "[c]\n"}},
+      {"[a]\n \t[b] \r\nx=1", 1, {"[a]\n", " \t[b] \r\nx=1"}},
+      {"[a]\n[b=1\n[]\n[ ]\n", 1, {"[a]\n[b=1\n[]\n", "[ ]\n"}},
+      {"[a]\nx=1\\ \n[b]\n[c]\n", 1, {"[a]\nx=1\\ \n[b]\n", "[c]\n"}},
+  };
+  for (const auto& one : cases) {
+    EXPECT_EQ(ini_pieces(one.text, one.least), one.pieces) << one.text;
+  }
 }
 
 TEST_F(Reading, ASectionsOwnNameIsNoValue) {
