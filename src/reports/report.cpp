@@ -142,7 +142,7 @@ std::optional<Report> Report::load(const std::string& path, const std::string& k
     if (values == nullptr) {
       const auto lines_before = std::count(text->data(), piece.data(), '\n');
       ap_debug_log({kOperation, key}, "%s cannot be parsed; its lines are counted from line %lld",
-                   path.c_str(), static_cast<long long>(lines_before + 1));
+                   path.c_str(), static_cast<long long>(lines_before) + 1);
       return std::nullopt;
     }
     report.add(values);
