@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "building/progress.h"
+#include "building/unsteered.h"
 
 namespace lab {
 

@@ -11,14 +11,13 @@ namespace lab {
 
 namespace {
 
-constexpr double kMetresAMinute = 36;    // an unhurried walk, with stops
-constexpr double kUsable = -82;          // dBm: fainter, and a station does not try
-constexpr double kContent = -70;         // dBm: louder, and a station does not look for another AP
-constexpr double kWorthRoaming = 6;      // dB better, before it changes
-constexpr double kFiveGhzBonus = 8;      // dB by which it prefers the faster band
-constexpr int kMinutesOfAvoiding = 3;    // the AP that kicked it
-constexpr double kMeasuringError = 0.7;  // dB
-constexpr double kPowerStep = 1;         // dB, each autoRF
+constexpr double kMetresAMinute = 36;  // an unhurried walk, with stops
+constexpr double kUsable = -82;        // dBm: fainter, and a station does not try
+constexpr double kContent = -70;       // dBm: louder, and a station does not look for another AP
+constexpr double kWorthRoaming = 6;    // dB better, before it changes
+constexpr double kFiveGhzBonus = 8;    // dB by which it prefers the faster band
+constexpr int kMinutesOfAvoiding = 3;  // the AP that kicked it
+constexpr double kPowerStep = 1;       // dB, each autoRF
 
 }  // namespace
 
@@ -253,58 +252,6 @@ int World::clients(int ap, Band band) const {
       [&](const Station& station) { return station.ap == ap && station.band == band; }));
 }
 
-bool World::neighbours(int one, int other) const {
-  const Point a = aps_[static_cast<std::size_t>(one)].plan.at;
-  const Point b = aps_[static_cast<std::size_t>(other)].plan.at;
-  // The loss is the same either way. Allows for errors of measuring.
-  return std::any_of(std::begin(kBands), std::end(kBands), [&](Band band) {
-    return level(band, kFullPower[number_of(band)], a, b, scenario_.air) > kFaintest - 3;
-  });
-}
-
-Observation World::observe(int ap) {
-  const AccessPoint& here = aps_[static_cast<std::size_t>(ap)];
-  Observation seen;
-  const auto hear = [&](Band band, double power, Point from, int slots, const auto& radio_of) {
-    const double heard = level(band, power, from, here.plan.at, scenario_.air);
-    for (int slot = 1; heard >= kFaintest && slot <= slots; ++slot) {
-      HeardRadio radio = radio_of(slot);
-      radio.signal = static_cast<int>(std::lround(heard + air_.bell(kMeasuringError)));
-      seen.radios.push_back(radio);
-    }
-  };
-  for (const AccessPoint& other : aps_) {
-    if (&other == &here || !other.up || !neighbours(ap, other.number)) {
-      continue;
-    }
-    for (const Band band : kBands) {
-      hear(band, other.power[number_of(band)], other.plan.at,
-           static_cast<int>(scenario_.ssids.size()), [&](int slot) {
-             return HeardRadio{other.bssid(band, slot),
-                               scenario_.ssids[static_cast<std::size_t>(slot - 1)],
-                               other.plan.channel[number_of(band)], 0, true};
-           });
-    }
-  }
-  for (const ForeignRadio& other : foreign_) {
-    hear(band_of(other.plan.channel), other.plan.power, other.plan.at, 1, [&](int) {
-      return HeardRadio{other.bssid, other.plan.ssid, other.plan.channel, 0, false};
-    });
-  }
-  for (const Station& station : stations_) {
-    if (station.ap == ap) {
-      // A station sends with less power than an AP.
-      const double heard = level(station.band, 15, station.at, here.plan.at, scenario_.air);
-      const double quality = heard - kNoiseFloor + air_.bell(kMeasuringError);
-      seen.stations.push_back({&station, std::max(1, static_cast<int>(std::lround(quality)))});
-    }
-  }
-  std::stable_sort(
-      seen.stations.begin(), seen.stations.end(),
-      [](const HeardStation& a, const HeardStation& b) { return a.station->aid < b.station->aid; });
-  return seen;
-}
-
 Station* World::find_station(const std::string& mac) {
   for (Station& station : stations_) {
     if (strcasecmp(station.mac.c_str(), mac.c_str()) == 0) {
@@ -401,36 +348,6 @@ void World::obey(int ap, const Command& command) {
   for (const std::string& mac : command.block) {
     send_away(ap, mac, Deed::block);
   }
-}
-
-std::vector<std::vector<int>> clients_unsteered(const Scenario& scenario) {
-  World world(scenario);
-  std::vector<std::vector<int>> minutes;
-  for (int minute = 1; minute <= scenario.minutes; ++minute) {
-    world.pass_minute();
-    for (const AccessPoint& ap : world.aps()) {
-      const auto told = [&](const char* verb) {
-        return std::any_of(scenario.happenings.begin(), scenario.happenings.end(),
-                           [&](const Happening& one) {
-                             return one.minute == minute && one.verb == verb &&
-                                    (one.subject == ap.plan.name || one.subject == "all");
-                           });
-      };
-      if (!ap.up && ((minute == 1 && ap.plan.starts_up) || told("join"))) {
-        world.bring_up(ap.number);
-      } else if (ap.up && told("leave")) {
-        world.take_down(ap.number, Deed::leave);
-      }
-    }
-    world.look_for_aps();
-    std::vector<int>& clients = minutes.emplace_back(world.aps().size());
-    for (const Station& station : world.stations()) {
-      if (station.ap >= 0) {
-        ++clients[static_cast<std::size_t>(station.ap)];
-      }
-    }
-  }
-  return minutes;
 }
 
 }  // namespace lab
