@@ -64,6 +64,7 @@ class Fleet {
     const double server = server_.processor_ms();
     const Machine machine = Machine::now();
     const auto start = std::chrono::steady_clock::now();
+    const Controller controller;
     std::vector<std::thread> workers;
     for (int i = 0; i < at_once; ++i) {
       const auto at = static_cast<std::size_t>(i);
@@ -174,14 +175,14 @@ Section measure_at_once(Server& server, Effort effort) {
   std::vector<Round> rounds;
   {
     constexpr int kFloor = 32;
-    const int times = quick ? 1 : 4;
+    const int times = quick ? 1 : 6;
     Fleet floor(server, kFloor);
-    floor.report("a floor of APs moves in", kFleetAtOnce, 2, kFloor);
+    floor.report("a floor of APs moves in", kFleetAtOnce, quick ? 1 : 2, kFloor);
     rounds.push_back(floor.report("one", 1, times, kFloor));
-    rounds.push_back(floor.report("some", 8, times * 2, kFloor));
-    rounds.push_back(floor.report("all", kFloor, times * 2, kFloor));
+    rounds.push_back(floor.report("some", 8, times, kFloor));
+    rounds.push_back(floor.report("all", kFloor, times, kFloor));
   }
-  const int size = quick ? 64 : 1000;
+  const int size = quick ? 40 : 1000;
   Fleet fleet(server, size);
   rounds.push_back(fleet.report("fleet, new", kFleetAtOnce, 1, size));
   rounds.push_back(fleet.report("fleet", kFleetAtOnce, 1, quick ? size : size / 3));

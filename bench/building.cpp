@@ -2,11 +2,26 @@
 
 #include <unistd.h>
 
+#include <chrono>
+#include <filesystem>
 #include <fstream>
 
 #include "control/command_file.h"
 
 namespace {
+
+constexpr std::chrono::milliseconds kFetchEvery{50};
+constexpr const char* kCommands = "/database/ap/command";
+
+/// Removes the commands; files that are still being written have other names.
+void fetch_all() {
+  std::error_code ignored;
+  for (const auto& file : std::filesystem::directory_iterator(kCommands, ignored)) {
+    if (file.path().filename().string().starts_with("[CMD]=")) {
+      std::filesystem::remove(file.path(), ignored);
+    }
+  }
+}
 
 std::string report_path(int ap) {
   return "/database/ap/reports/" + std::to_string(ap) + ".ini";
@@ -31,4 +46,17 @@ bool left_alone(int ap) {
 
 void fetch_command(int ap) {
   unlink(command_slot(ap_mac(ap)).c_str());
+}
+
+Controller::Controller()
+    : thread_([this] {
+        while (!stopping_) {
+          fetch_all();
+          std::this_thread::sleep_for(kFetchEvery);
+        }
+      }) {}
+
+Controller::~Controller() {
+  stopping_ = true;
+  thread_.join();
 }

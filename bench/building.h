@@ -1,6 +1,8 @@
 #pragma once
 
+#include <atomic>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "report_text.h"
@@ -22,5 +24,19 @@ std::vector<std::string> deliver(int ap, const std::string& report);
 /// Whether the report that was delivered last is still there: the hook has not worked on it.
 bool left_alone(int ap);
 
-/// Takes a file out of the way.
+/// Takes away what waits in the AP's command slot.
 void fetch_command(int ap);
+
+/// Fetches the commands of all APs in the background, as the controller does, which looks for them
+/// many times a second.
+class Controller {
+ public:
+  Controller();
+  ~Controller();
+  Controller(const Controller&) = delete;
+  Controller& operator=(const Controller&) = delete;
+
+ private:
+  std::atomic<bool> stopping_ = false;
+  std::thread thread_;
+};

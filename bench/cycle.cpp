@@ -33,7 +33,7 @@ struct Rounds {
 
 Rounds rounds_of(ReportSize size, Effort effort) {
   const int full = size.radios > 1000 ? 11 : size.radios > 200 ? 25 : 41;
-  return effort == Effort::quick ? Rounds{1, full / 10 + 2} : Rounds{3, full};
+  return effort == Effort::quick ? Rounds{1, full / 10 + 1} : Rounds{3, full};
 }
 
 struct Measured {
@@ -255,8 +255,8 @@ Section measure_cycle(Launcher& launcher, Server& server, Effort effort, const S
       [](const Measured& m) { return kGoalMemoryMib + kGoalMemoryOfReport * m.report_kib / 1024; });
   add("statements", "", [](const Measured& m) { return static_cast<double>(m.statements); });
   add("waits for the server", "", [](const Measured& m) { return m.waits; });
-  add("of them the answer was not there yet", "", [](const Measured& m) { return m.stops; });
-  add("blocked until it was", "ms", [](const Measured& m) { return m.blocked_ms; });
+  add("stops, the answer not being there yet", "", [](const Measured& m) { return m.stops; });
+  add("stopped, all together", "ms", [](const Measured& m) { return m.blocked_ms; });
   add("processes started", "", [](const Measured& m) { return m.processes; });
   add_item_rows(section, all, start_up);
   section.note +=

@@ -2,23 +2,29 @@
 //
 //   bench-driver [--quick] [--json FILE] [SECTION...]
 //
-// SECTION is start-up, cycle, at-once or parts; without one all of them. The table goes to the
+// SECTION is start-up, cycle, at-once, storm, steering or parts; without one all of them. The table goes to the
 // standard output, progress to the standard error output.
 
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <fstream>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "machine.h"
 #include "platform/text.h"
+#include "script_output.h"
 #include "sections.h"
 
 namespace {
+
+constexpr std::array<std::string_view, 6> kSections{"start-up", "cycle",    "at-once",
+                                                    "storm",    "steering", "parts"};
 
 struct Options {
   Effort effort = Effort::full;
@@ -38,8 +44,7 @@ std::optional<Options> options_of(const std::vector<std::string>& words) {
       options.effort = Effort::quick;
     } else if (words[i] == "--json" && i + 1 < words.size()) {
       options.json = words[++i];
-    } else if (words[i] == "start-up" || words[i] == "cycle" || words[i] == "at-once" ||
-               words[i] == "parts") {
+    } else if (std::find(kSections.begin(), kSections.end(), words[i]) != kSections.end()) {
       options.sections.push_back(words[i]);
     } else {
       return std::nullopt;
@@ -60,6 +65,42 @@ void say(const std::string& what) {
 
 namespace {
 
+/// What one of the scripts beside the driver prints.
+std::string output_of(const std::string& command) {
+  say(command);
+  std::string output;
+  if (FILE* pipe = popen(("/source/bench/" + command).c_str(), "r")) {
+    std::array<char, 4096> part{};
+    while (const std::size_t got = fread(part.data(), 1, part.size(), pipe)) {
+      output.append(part.data(), got);
+    }
+    pclose(pipe);
+  }
+  return output;
+}
+
+Section measure_storm(Server& server, Effort effort) {
+  server.reset();
+  Section section = section_of_blocks(
+      "Join storm", output_of(effort == Effort::quick ? "join-storm 50" : "join-storm 200"));
+  section.note +=
+      ".\nCompare the rows with the right ones, and the slowest process with the time "
+      "after which the controller gives up.";
+  return section;
+}
+
+Section measure_steering(Server& server, Effort effort) {
+  server.reset();
+  Section section = section_of_lines(
+      "Load-balancing pass",
+      output_of(effort == Effort::quick ? "steering-pass 50/64"
+                                        : "steering-pass 50/64 100/128 200/256 200/128"));
+  section.note =
+      "By APs that are heard, stations, and how many APs would serve each station.\nCompare columns "
+      "of as many stations: more APs that would serve them should cost little.";
+  return section;
+}
+
 Table measure(const Options& options, Launcher launcher, Server& server) {
   Table table;
   StartUp start_up{};
@@ -71,6 +112,12 @@ Table measure(const Options& options, Launcher launcher, Server& server) {
   }
   if (options.wants("at-once")) {
     table.push_back(measure_at_once(server, options.effort));
+  }
+  if (options.wants("storm")) {
+    table.push_back(measure_storm(server, options.effort));
+  }
+  if (options.wants("steering")) {
+    table.push_back(measure_steering(server, options.effort));
   }
   if (options.wants("parts")) {
     table.push_back(measure_parts_by_size(options.effort));

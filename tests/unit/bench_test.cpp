@@ -7,6 +7,7 @@
 #include "platform/text.h"
 #include "report_text.h"
 #include "reports/report.h"
+#include "script_output.h"
 
 namespace {
 
@@ -25,6 +26,31 @@ TEST(GeneralLog, KeepsTheStatementsOfConnectionsThatBegan) {
   EXPECT_EQ(connections[0].statements,
             (std::vector<std::string>{"SELECT 'a\n\t\nb'", "SELECT `x`\tFROM `y`"}));
   EXPECT_EQ(connections[1].statements, std::vector<std::string>{""});
+}
+
+TEST(ScriptOutput, BecomesRowsOfFigures) {
+  const auto row = [](const FigureRow& one) {
+    std::string text = one.label;
+    for (const Cell& cell : one.cells) {
+      text += "|" + (cell.number ? M("%g", *cell.number) : cell.text);
+    }
+    return text;
+  };
+  const Section storm =
+      section_of_blocks("t",
+                        "9 joins\n\nNew ones\n    wall, ms   120\n    rows       9, 8\n"
+                        "\nOld ones\n    wall, ms   90\n    rows       9, 9\n");
+  EXPECT_EQ(storm.note, "9 joins");
+  EXPECT_EQ(storm.columns, (std::vector<std::string>{"New ones", "Old ones"}));
+  ASSERT_EQ(storm.rows.size(), 2U);
+  EXPECT_EQ(row(storm.rows[0]), "wall, ms|120|90");
+  EXPECT_EQ(row(storm.rows[1]), "rows|9, 8|9, 9");
+
+  const Section pass =
+      section_of_lines("t", "   APs  kick, block     ms\n    50           13   10.5\n");
+  ASSERT_EQ(pass.rows.size(), 3U);
+  EXPECT_EQ(row(pass.rows[1]), "kick, block|13");
+  EXPECT_EQ(row(pass.rows[2]), "ms|10.5");
 }
 
 /// How many sections of a form there are without a gap, over both bands.
