@@ -38,7 +38,7 @@ std::string log_database(std::time_t day) {
 /// The connection-log databases that have to be there, by our clock: of today, and of tomorrow,
 /// which the server makes at five past midnight.
 std::vector<std::string> log_databases() {
-  constexpr std::time_t kDay = 24 * 60 * 60;
+  constexpr std::time_t kDay = 86'400;  // seconds
   constexpr int kMinutesToMake = 10;
   const std::time_t now = std::time(nullptr);
   const std::tm local = local_time(now);
@@ -233,6 +233,7 @@ Findings check_event(const Question& event, const Rights& rights) {
 Findings check_all_rights(Connection& db, const Question& event) {
   const std::vector<NeededRights> needed = needed_rights();
   std::vector<Question> questions;
+  questions.reserve(needed.size());
   for (const NeededRights& one : needed) {
     questions.push_back(ask_rights(db, one.database));
   }

@@ -98,8 +98,9 @@ std::vector<Entry> entries(const std::string& directory) {
   const std::int64_t now = std::time(nullptr);
   while (const dirent* entry = readdir(open.get())) {
     const std::string name = entry->d_name;
+    const std::string path = M("%s/%s", directory.c_str(), name.c_str());
     struct stat info {};
-    if (name != "." && name != ".." && lstat((directory + "/" + name).c_str(), &info) == 0) {
+    if (name != "." && name != ".." && lstat(path.c_str(), &info) == 0) {
       all.push_back({name, now - info.st_mtim.tv_sec, static_cast<std::uint64_t>(info.st_size)});
     }
   }

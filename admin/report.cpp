@@ -68,7 +68,7 @@ std::string server_text(const Server& server) {
 }
 
 std::string json_finding(const Finding& finding) {
-  return M("{\"severity\": \"%s\", \"name\": ", severity_name(finding.severity)) +
+  return M(R"({"severity": "%s", "name": )", severity_name(finding.severity)) +
          json_text(finding.name) + ", \"what\": " + json_text(finding.what) +
          ", \"advice\": " + json_text(finding.advice) + "}";
 }
@@ -91,7 +91,7 @@ std::string json_list(const std::vector<Element>& elements,
 }
 
 std::string json_server(const Server& server) {
-  return M("{\"reached\": %s, \"version\": ", server.reached ? "true" : "false") +
+  return M(R"({"reached": %s, "version": )", server.reached ? "true" : "false") +
          json_text(server.version) + ", \"host\": " + json_text(server.host) +
          ", \"user\": " + json_text(server.user) +
          ", \"encryption\": " + json_text(server.encryption) + "}";

@@ -155,7 +155,7 @@ Findings check_keys(const dictionary& values) {
     const std::string key = name.substr(colon + 1);
     if (!is_known(section, key)) {
       findings.push_back({Severity::warning, "setting-unknown",
-                          "[" + section + "] " + key + " is no setting of the program.",
+                          M("[%s] %s is no setting of the program.", section.c_str(), key.c_str()),
                           "Correct its name in " + std::string(kFile) +
                               ", or remove it; ap-run.ini(5) lists the settings."});
     }
@@ -183,7 +183,7 @@ Findings check_file() {
     return {{Severity::problem, "settings-syntax",
              M("%s does not parse (%s): every setting has its default.", kFile,
                first_complaint().c_str()),
-             "Correct that line; a setting is \"name = value\" below a line \"[section]\"."}};
+             R"(Correct that line; a setting is "name = value" below a line "[section]".)"}};
   }
   return check_keys(*values);
 }
