@@ -103,7 +103,7 @@ int main(int argc, char** argv) {
     scenario.minutes = options.minutes;
   }
   const auto start = std::chrono::steady_clock::now();
-  std::printf("%s. %s\n", scenario.title.c_str(), scenario.about.c_str());
+  std::printf("%s, %zu APs\n", scenario.title.c_str(), scenario.aps.size());
   lab::Play play(std::move(scenario), options.parallel);
   lab::Progress progress(isatty(STDOUT_FILENO) != 0);
   play.run([&](const lab::Play& now) { progress.show(now); });

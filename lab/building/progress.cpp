@@ -34,13 +34,12 @@ std::string Progress::headline(const Play& play) const {
   const auto served = std::count_if(now.people.begin(), now.people.end(),
                                     [](const auto& person) { return person.ap >= 0; });
   std::map<Deed, int> deeds = count_deeds(play.world());
-  return format(
-      "minute %2d of %d  APs %d/%d  stations %d of %d  kicks %d  blocks %d  releases %d  "
-      "hooks %d",
-      play.world().minute(), play.world().scenario().minutes, static_cast<int>(up),
-      static_cast<int>(now.aps.size()), static_cast<int>(served), static_cast<int>(inside),
-      deeds[Deed::kick], deeds[Deed::block], deeds[Deed::release],
-      static_cast<int>(play.controller().runs().size()));
+  // Narrower than any terminal: a line that wraps could not be written over.
+  return format("minute %2d/%d  APs %d/%d  stations %d/%d  kicks %d  blocks %d  releases %d",
+                play.world().minute(), play.world().scenario().minutes, static_cast<int>(up),
+                static_cast<int>(now.aps.size()), static_cast<int>(served),
+                static_cast<int>(inside), deeds[Deed::kick], deeds[Deed::block],
+                deeds[Deed::release]);
 }
 
 std::string Progress::ap_lines(const Play& play) const {
