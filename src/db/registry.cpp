@@ -64,12 +64,14 @@ std::optional<std::string> get_profile_ssid_by_sn(Connection& db, int sn) {
 
 Question ask_profile_sn_by_ssid(Connection& db, std::string_view ssid) {
   const std::string wanted = ssid == kMissingValue ? "" : sql_text(ssid);
-  return db.ask(Step("get_profile_sn_by_ssid"),
-                "SELECT `SN` FROM `%s`.`ap_profile` WHERE `SSID`='%s'", AP_INFO, wanted.c_str());
+  return db.ask_ahead(Step("get_profile_sn_by_ssid"),
+                      "SELECT `SN` FROM `%s`.`ap_profile` WHERE `SSID`='%s'", AP_INFO,
+                      wanted.c_str());
 }
 
-int profile_sn(const Question& question) {
-  return first_number(question.rows());
+int profile_sn(const Question& asked) {
+  asked.trace();
+  return first_number(asked.rows());
 }
 
 int get_profile_sn_by_ssid(Connection& db, std::string_view ssid) {

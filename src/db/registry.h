@@ -30,11 +30,11 @@ std::optional<std::string> get_profile_ssid_by_sn(Connection& db, int sn);
 [[nodiscard]] Question ask_profile_ssid(Connection& db, int sn);
 std::optional<std::string> profile_ssid(const Question& asked);
 
-/// Asks for the number of the profile whose SSID is exactly `ssid`, as below.
+/// Asks ahead for the number of the profile whose SSID is exactly `ssid`, as below.
 [[nodiscard]] Question ask_profile_sn_by_ssid(Connection& db, std::string_view ssid);
 
-/// Waits for that number; 0 when there is no such profile.
-int profile_sn(const Question& question);
+/// Traces that question and waits for the number; 0 when there is no such profile.
+int profile_sn(const Question& asked);
 
 /// The number of the profile whose SSID is exactly `ssid` (0 to 32 bytes of anything; kMissingValue
 /// stands for the empty SSID); 0 when there is none.

@@ -21,7 +21,6 @@ std::optional<std::string> first_name(const Question& question) {
 }  // namespace
 
 void ClientLog::ap_client_connection_log(const client_record& client, std::string connected_time) {
-  finish();
   const Question ssid_row =
       db_->ask(Step(kOperation), "SELECT SSID FROM `%s`.`%s` WHERE `SN`=%d", AP_INFO,
                table_name(InfoTable::ap_profile), static_cast<int>(client.ssid));
@@ -39,15 +38,18 @@ void ClientLog::ap_client_connection_log(const client_record& client, std::strin
   const Question client_name =
       db_->ask(Step(kOperation), "SELECT Name FROM `%s`.`%s` WHERE `MAC`=UPPER('%s')", AP_USER,
                table_name(InfoTable::client_name), sql_text(client.mac).c_str());
-  pending_ = {client, std::move(connected_time), std::move(ssid), ssid_row, ap_name, client_name};
+  pending_.push_back(
+      {client, std::move(connected_time), std::move(ssid), ssid_row, ap_name, client_name});
 }
 
 void ClientLog::finish() {
-  if (!pending_) {
-    return;
+  for (const Pending& line : pending_) {
+    write(line);
   }
-  const Pending line = std::move(*pending_);
-  pending_.reset();
+  pending_.clear();
+}
+
+void ClientLog::write(const Pending& line) {
   const std::optional<std::string> ssid = line.ssid ? line.ssid : first_name(line.ssid_row);
   const std::optional<std::string> ap_name = first_name(line.ap_name);
   const std::optional<std::string> client_name = first_name(line.client_name);

@@ -3,13 +3,14 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "db/connection.h"
 #include "reports/client_record.h"
 
 /// The client connection log: a line in the system log for a station of an AP, with the names of
-/// station, AP and SSID. So that a list of stations does not wait for each line's names, a line is
-/// written when its names have come: with the next finish() or ap_client_connection_log().
+/// station, AP and SSID. So that a list of stations does not wait for each line's names, lines are
+/// written with finish(), in the order of the stations.
 class ClientLog {
  public:
   /// Uses the connection, on which all look-ups are made, for as long as it lives.
@@ -20,7 +21,7 @@ class ClientLog {
   /// logged under its MAC. Names are cut to 255 bytes, the line to 1023; none of them is escaped.
   void ap_client_connection_log(const client_record& client, std::string connected_time);
 
-  /// Writes the line that is still to come, if any.
+  /// Writes the lines that are still to come.
   void finish();
 
  private:
@@ -33,9 +34,11 @@ class ClientLog {
     Question client_name;
   };
 
+  static void write(const Pending& line);
+
   Connection* db_;
   std::string ap_mac_;
-  std::optional<Pending> pending_;
+  std::vector<Pending> pending_;
   // Profiles that an earlier look-up of this log has found. The names are asked for only when the
   // profile is there; for these that is known without waiting for it.
   std::set<std::uint32_t> found_profiles_;

@@ -1,6 +1,7 @@
 #include "reports/neighbour_scan.h"
 
 #include <algorithm>
+#include <span>
 #include <vector>
 
 #include "db/registry.h"
@@ -11,6 +12,9 @@
 namespace {
 
 constexpr const char* kOperation = "update_ap_legal_table_for_refer";
+
+/// Cells at most that are stored together, so that the server does not wait for us after each.
+constexpr std::size_t kStoredTogether = 12;
 
 /// How often the foreign radios are gone through again that the server has given up.
 constexpr int kRepetitions = 10;
@@ -42,19 +46,29 @@ Question ask_owner_ssid(Connection& db, const cell_record& cell) {
                 AP_CLIENT, sql_text(cell.mac).c_str());
 }
 
-/// Stores a radio of the AP whose number reads `owner`.
-void store_sighting(Connection& db, int sn, const std::string& owner, const cell_record& cell) {
+/// A radio of an AP that we know, and the look-ups under way for its row.
+struct Sighting {
+  std::string owner;  // the AP's number, as it was read
+  Question profile;
+  std::optional<Question> owner_ssid;  // for a radio that hides its SSID
+};
+
+Sighting inquire(Connection& db, std::string owner, const cell_record& cell) {
   std::optional<Question> owner_ssid;
   if (cell.essid == kMissingValue) {
     owner_ssid = ask_owner_ssid(db, cell);
   }
-  const Question profile = ask_profile_sn_by_ssid(db, cell.essid);
+  return {std::move(owner), ask_profile_sn_by_ssid(db, cell.essid), owner_ssid};
+}
+
+void store_sighting(Connection& db, int sn, const Sighting& sighting, const cell_record& cell) {
   std::string essid = stored_text(cell.essid);
-  if (owner_ssid) {
-    Rows rows = owner_ssid->rows();
+  if (sighting.owner_ssid) {
+    Rows rows = sighting.owner_ssid->rows();
     const std::optional<Row> row = rows.next();
     essid = row ? row->text(0) : "";
   }
+  const std::string& owner = sighting.owner;
   const bool is_number =
       !owner.empty() && owner.find_first_not_of("0123456789") == std::string::npos;
   db.run(Step(kOperation, "(2/2) "), is_number ? Delivery::send : Delivery::withhold,
@@ -62,7 +76,7 @@ void store_sighting(Connection& db, int sn, const std::string& owner, const cell
          "`mode`, `channel`, `quality`, `signal`, `noise`) VALUES (NOW(), %s, %d, UPPER('%s'), "
          "'%s', %u, %u, %u, '%s', '%s', '%s') ",
          AP_CLIENT, owner.c_str(), sn, sql_text(cell.mac).c_str(), sql_text(essid).c_str(),
-         static_cast<unsigned int>(profile_sn(profile)), cell.mode, cell.channel,
+         static_cast<unsigned int>(profile_sn(sighting.profile)), cell.mode, cell.channel,
          sql_value(cell.quality).c_str(), sql_value(cell.signal).c_str(),
          sql_value(cell.noise).c_str());
 }
@@ -90,17 +104,46 @@ struct Foreign {
   Attempt attempt;
 };
 
-/// Stores a cell; a foreign one is put behind `foreign`.
-void store_cell(Connection& db, int sn, const cell_record& cell, std::vector<Foreign>& foreign) {
-  Rows rows = db.ask(Step(kOperation, "(1/2) "),
-                     "SELECT `ap` FROM `%s`.`legal` WHERE `refer_ap`=0 AND `mac`=UPPER('%s')",
-                     AP_CLIENT, sql_text(cell.mac).c_str())
-                  .rows();
-  if (const std::optional<Row> owner = rows.next()) {
-    store_sighting(db, sn, owner->text(0), cell);
-  } else {
-    foreign.push_back({&cell, store_foreign(db, sn, cell)});
+/// Asks for the AP that a cell is a radio of. Storing cells does not change the answer.
+Question ask_owner(Connection& db, const cell_record& cell) {
+  return db.ask_ahead(Step(kOperation, "(1/2) "),
+                      "SELECT `ap` FROM `%s`.`legal` WHERE `refer_ap`=0 AND `mac`=UPPER('%s')",
+                      AP_CLIENT, sql_text(cell.mac).c_str());
+}
+
+/// Stores a few cells and puts the foreign ones behind `foreign`. First all their owners are asked
+/// for, then what the radios of known APs need, then they are stored, in order.
+void store_together(Connection& db, int sn, std::span<const cell_record> cells,
+                    std::vector<Foreign>& foreign) {
+  std::vector<Question> owners;
+  for (const cell_record& cell : cells) {
+    owners.push_back(ask_owner(db, cell));
   }
+  std::vector<std::optional<Sighting>> sightings(cells.size());
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    Rows rows = owners[i].rows();
+    if (const std::optional<Row> owner = rows.next()) {
+      sightings[i] = inquire(db, owner->text(0), cells[i]);
+    }
+  }
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    owners[i].trace();
+    if (sightings[i]) {
+      store_sighting(db, sn, *sightings[i], cells[i]);
+    } else {
+      foreign.push_back({&cells[i], store_foreign(db, sn, cells[i])});
+    }
+  }
+}
+
+/// Stores all cells; returns the foreign ones.
+std::vector<Foreign> store_cells(Connection& db, int sn, std::span<const cell_record> cells) {
+  std::vector<Foreign> foreign;
+  for (std::size_t done = 0; done < cells.size(); done += kStoredTogether) {
+    const std::size_t together = std::min(cells.size() - done, kStoredTogether);
+    store_together(db, sn, cells.subspan(done, together), foreign);
+  }
+  return foreign;
 }
 
 /// Sends again what the server has given up, in the order of the cells. Once a radio is among
@@ -148,11 +191,7 @@ int update_ap_legal_table_for_refer(const std::string& mac, const Report& report
   delete_ap_legal_table_for_refer(db, sn);
   const Listing<cell_record> cells = read_cells(report);
   trace_stranded(db, Step(kOperation), cells.stranded);
-  std::vector<Foreign> foreign;
-  for (const cell_record& cell : cells.records) {
-    store_cell(db, sn, cell, foreign);
-  }
-  repeat_given_up(db, sn, std::move(foreign));
+  repeat_given_up(db, sn, store_cells(db, sn, cells.records));
   return db.close();
 }
 

@@ -1,6 +1,12 @@
 #include "reports/station_list.h"
 
+#include <algorithm>
+#include <set>
+#include <span>
+#include <vector>
+
 #include "db/decimal.h"
+#include "db/mac_address.h"
 #include "db/registry.h"
 #include "db/schema.h"
 #include "platform/settings.h"
@@ -18,6 +24,9 @@ constexpr std::size_t kLongestRate = 19;
 
 constexpr int kAddressSetting = 30;  // all-zero: no connection log
 constexpr int kLogSetting = 113;     // 0: off
+
+/// Stations at most that are stored together, so that the server does not wait for us after each.
+constexpr std::size_t kStoredTogether = 8;
 
 constexpr unsigned int kStartColumn = 1;  // `stime` of a client table's row
 
@@ -74,17 +83,28 @@ void insert_new(Connection& db, int sn, const client_record& client) {
          client.rx_seq);
 }
 
-/// Stores one station. `profile` is its radio's profile list, still under way: both look-ups are
-/// waited for together, and what is written here is not waited for at all.
-void store_station(Connection& db, int sn, const Question& profile, const reported_station& station,
+/// The look-ups under way for a station: the profiles of its radio and, if it is going to be stored,
+/// its row in the AP's client table.
+struct Inquiry {
+  Question profiles;
+  std::optional<Question> known;
+};
+
+Inquiry inquire(Connection& db, const std::string& mac, int sn, const reported_station& station) {
+  Inquiry inquiry{ask_ap_pf_id(db, mac, station.band), std::nullopt};
+  if (sn != 0 && is_served(station.client)) {
+    inquiry.known =
+        db.ask_ahead(Step(kOperation), "SELECT * FROM `%s`.`AP_%03d` WHERE `mac`=UPPER('%s')",
+                     AP_CLIENT, sn, sql_text(station.client.mac).c_str());
+  }
+  return inquiry;
+}
+
+/// Stores a station that is served. What is written here is not waited for.
+void store_station(Connection& db, int sn, const Question& known, const client_record& client,
                    ClientLog& log) {
-  const Question known =
-      db.ask(Step(kOperation), "SELECT * FROM `%s`.`AP_%03d` WHERE `mac`=UPPER('%s')", AP_CLIENT,
-             sn, sql_text(station.client.mac).c_str());
-  client_record client = station.client;
-  client.ssid = get_ap_pf_id(profile, station.slot);
+  known.trace();
   Rows rows = known.rows();
-  log.finish();  // its names have come with these rows
   if (!rows) {
     return;
   }
@@ -98,22 +118,51 @@ void store_station(Connection& db, int sn, const Question& profile, const report
   }
 }
 
-void store_stations(Connection& db, const std::string& mac, int sn,
-                    const std::vector<reported_station>& stations) {
-  ClientLog log(db, mac);
+/// Stores stations of which none comes twice; their look-ups go out together.
+void store_together(Connection& db, const std::string& mac, int sn,
+                    std::span<const reported_station> stations, ClientLog& log) {
+  std::vector<Inquiry> inquiries;
   for (const reported_station& station : stations) {
-    const Question profile = ask_ap_pf_id(db, mac, station.band);
-    if (!is_served(station.client)) {
-      profile.rows();  // not needed, and not to be kept either
-      db.note(Step(kOperation), "%s has an empty rate: left out", station.client.mac.c_str());
+    inquiries.push_back(inquire(db, mac, sn, station));
+  }
+  log.finish();  // its names come ahead of these answers
+  for (std::size_t i = 0; i < stations.size(); ++i) {
+    client_record client = stations[i].client;
+    client.ssid = get_ap_pf_id(inquiries[i].profiles, stations[i].slot);
+    if (!is_served(client)) {
+      db.note(Step(kOperation), "%s has an empty rate: left out", client.mac.c_str());
       continue;
     }
-    if (sn != 0) {
-      store_station(db, sn, profile, station, log);
-    } else {
-      profile.rows();
+    if (inquiries[i].known) {
+      store_station(db, sn, *inquiries[i].known, client, log);
     }
-    announce_to_kernel(station.client.mac, mac);
+    announce_to_kernel(client.mac, mac);
+  }
+}
+
+/// How many of `stations` to store together. Whether a station gets a new row shows only when all
+/// before it are stored, so none comes twice. Texts that are no MAC count as one station: the
+/// server may take two for the same that differ.
+std::size_t count_together(std::span<const reported_station> stations) {
+  const std::size_t most = std::min(stations.size(), kStoredTogether);
+  std::set<std::string> seen;
+  std::size_t count = 0;
+  for (; count < most; ++count) {
+    const std::string& mac = stations[count].client.mac;
+    if (!seen.insert(is_mac(mac) ? my_tolower(mac) : "").second) {
+      break;
+    }
+  }
+  return count;
+}
+
+void store_stations(Connection& db, const std::string& mac, int sn,
+                    std::span<const reported_station> stations) {
+  ClientLog log(db, mac);
+  while (!stations.empty()) {
+    const std::size_t together = count_together(stations);
+    store_together(db, mac, sn, stations.first(together), log);
+    stations = stations.subspan(together);
   }
   log.finish();
 }
