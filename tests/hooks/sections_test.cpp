@@ -111,7 +111,7 @@ TEST_F(Sections, EveryStatementIsInTheTrace) {
   report(
       "[01]\nAddress=a1\nESSID=it's\n[03]\nAddress=gap\n"
       "[Cell 01]\nAddress=0a:00:00:00:00:08\nSignal=-7'0\n[Cell 02]\nAddress=c9\n"
-      "[01 client 01]\nADDR=0d:00:00:00:00:01\nRATE=6'\n[01 client 02]\nADDR=0d:00:00:00:00:01\n"
+      "[01 client 01]\nADDR=0d:00:00:00:00:01\nRATE=6'\n[01 client 02]\nADDR=0D:00:00:00:00:01\n"
       "[02 client 01]\nADDR=x'y\n[01 client MESH 01]\nADDR=ab\nRSSI=1\n"
       "[POOR_CLIENT 5G 01]\nADDR=e1\n");
   std::string trace = "\n";
@@ -141,8 +141,8 @@ get_ap_sn_by_mac: SELECT `SN` FROM `AP_INFO`.`ap_list` WHERE `MAC`=UPPER('00:11:
 confirm_before_update: UPDATE `AP_CLIENT`.`AP_007` SET `confirm`=0
 update_ap_client_db: SELECT * FROM `AP_CLIENT`.`AP_007` WHERE `mac`=UPPER('0d:00:00:00:00:01')
 update_ap_client_db: INSERT INTO `AP_CLIENT`.`AP_007` (`mac`, `utime`, `ssid`, `aid`, `channel`, `tx_rate`, `rx_rate`, `rssi`, `idle`, `tx_seq`, `rx_seq`) VALUES (UPPER('0d:00:00:00:00:01'), NOW(), 1, 0, 0, '6\'', '', 0, 0, 0, 0)
-update_ap_client_db: SELECT * FROM `AP_CLIENT`.`AP_007` WHERE `mac`=UPPER('0d:00:00:00:00:01')
-update_ap_client_db: UPDATE `AP_CLIENT`.`AP_007` SET `utime`=NOW(), `ssid`='1', `aid`='0', `channel`='0', `tx_rate`='', `rx_rate`='', `rssi`='0', `idle`='0', `tx_seq`='0', `rx_seq`='0', `confirm`='1' WHERE `mac`=UPPER('0d:00:00:00:00:01')
+update_ap_client_db: SELECT * FROM `AP_CLIENT`.`AP_007` WHERE `mac`=UPPER('0D:00:00:00:00:01')
+update_ap_client_db: UPDATE `AP_CLIENT`.`AP_007` SET `utime`=NOW(), `ssid`='1', `aid`='0', `channel`='0', `tx_rate`='', `rx_rate`='', `rssi`='0', `idle`='0', `tx_seq`='0', `rx_seq`='0', `confirm`='1' WHERE `mac`=UPPER('0D:00:00:00:00:01')
 update_ap_client_db: SELECT * FROM `AP_CLIENT`.`AP_007` WHERE `mac`=UPPER('x\'y')
 update_ap_client_db: INSERT INTO `AP_CLIENT`.`AP_007` (`mac`, `utime`, `ssid`, `aid`, `channel`, `tx_rate`, `rx_rate`, `rssi`, `idle`, `tx_seq`, `rx_seq`) VALUES (UPPER('x\'y'), NOW(), 0, 0, 0, '', '', 0, 0, 0, 0)
 announce_to_kernel: "x'y" is no MAC: not announced
