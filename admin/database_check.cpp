@@ -211,6 +211,13 @@ Findings check_server(const Row& row) {
                           row.text(7).c_str()),
                         M("Take default-character-set out of %s.", kOptionFile)});
   }
+  if (row.text(8) == "1") {
+    findings.push_back({Severity::note, "flush-each-statement",
+                        "The database server waits for the disk after every statement: reports may "
+                        "take several times as long, and flash memory wears out.",
+                        "Set innodb_flush_log_at_trx_commit = 2 in the server's configuration, "
+                        "unless other data on it must outlive a power cut to the last second."});
+  }
   add(findings, check_clock(decimal(row.text(5)), row.text(6)));
   return findings;
 }
@@ -274,7 +281,7 @@ DatabaseResult check_database() {
       db.ask(untraced,
              "SELECT @@version, @@hostname, CURRENT_USER(), @@global.read_only, "
              "@@global.event_scheduler, UNIX_TIMESTAMP(), DATE_FORMAT(NOW(), '%%H:%%i'),"
-             " @@character_set_client");
+             " @@character_set_client, @@global.innodb_flush_log_at_trx_commit");
   const Question cipher = db.ask(untraced, "SHOW SESSION STATUS LIKE 'Ssl_cipher'");
   const Question poor =
       db.ask(untraced, "SELECT 1 FROM information_schema.SCHEMATA WHERE `SCHEMA_NAME`='%s'",

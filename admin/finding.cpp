@@ -4,10 +4,10 @@
 #include <iterator>
 
 int exit_status(const Findings& findings) {
-  const bool problem = std::any_of(findings.begin(), findings.end(), [](const Finding& finding) {
-    return finding.severity == Severity::problem;
-  });
-  return problem ? 2 : findings.empty() ? 0 : 1;
+  const auto worst = std::max_element(
+      findings.begin(), findings.end(),
+      [](const Finding& one, const Finding& other) { return one.severity < other.severity; });
+  return worst == findings.end() ? 0 : static_cast<int>(worst->severity);
 }
 
 void add(Findings& findings, Findings more) {

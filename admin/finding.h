@@ -5,9 +5,9 @@
 
 // What a check has to say. A check is a function that returns its findings and changes nothing.
 
-/// `warning`: something is lost or will be, the rest works. `problem`: the program cannot do its
-/// work.
-enum class Severity { warning, problem };
+/// `note`: all works, but could do better. `warning`: something is lost or will be, the rest works.
+/// `problem`: the program cannot do its work.
+enum class Severity { note, warning, problem };
 
 struct Finding {
   Severity severity;
@@ -18,7 +18,7 @@ struct Finding {
 
 using Findings = std::vector<Finding>;
 
-/// The exit status that says it: 0 nothing found, 1 warnings, 2 problems.
+/// The exit status that says it: 0 nothing found but notes, 1 warnings, 2 problems.
 int exit_status(const Findings& findings);
 
 /// Moves `more` behind what is in `findings`.

@@ -35,6 +35,8 @@ std::string wrapped(std::string head, std::size_t indent, const std::string& tex
 
 const char* severity_name(Severity severity) {
   switch (severity) {
+    case Severity::note:
+      return "note";
     case Severity::warning:
       return "warning";
     case Severity::problem:
@@ -102,10 +104,10 @@ std::string json_server(const Server& server) {
 std::string as_text(const CheckReport& report) {
   std::string text = "ap-run " + report.version + "\n\n" + settings_text(report) +
                      server_text(report.server) + "\n";
-  for (const Severity severity : {Severity::problem, Severity::warning}) {
+  for (const Severity severity : {Severity::problem, Severity::warning, Severity::note}) {
     for (const Finding& finding : report.findings) {
       if (finding.severity == severity) {
-        text += wrapped(severity == Severity::problem ? "PROBLEM" : "warning", 9,
+        text += wrapped(severity == Severity::problem ? "PROBLEM" : severity_name(severity), 9,
                         printable_text(finding.what));
         text += wrapped("", 9, "-> " + printable_text(finding.advice));
       }

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <thread>
 
 #include "wait_budget.h"
 
@@ -59,41 +60,46 @@ void set_options(MYSQL* mysql, Clock::duration connect_limit) {
 
 /// The server's refusal of a connection beyond those it allows.
 constexpr unsigned int kTooManyConnections = 1040;
-constexpr useconds_t kFullServerPause = 20'000;  // microseconds until it is asked again
 
-/// A connected handle, or null. A server that is full is asked again until `end`: when many events
-/// come at once, others give their connections back every few milliseconds.
-MYSQL* connect_until(Clock::time_point end) {
-  for (;;) {
+/// How long a full server is left alone before it is asked again: first, and at most.
+constexpr WaitTime kFirstPause{20};
+constexpr WaitTime kLongestPause{160};
+
+/// A connected handle, or null. A server that is full is asked again, for as long as an answer is
+/// waited for: when all APs join at once, others give their connections back every few
+/// milliseconds.
+MYSQL* connect_by(Clock::time_point end) {
+  for (WaitTime pause = kFirstPause;; pause = std::min(pause * 2, kLongestPause)) {
     MYSQL* mysql = mysql_init(nullptr);
     if (mysql == nullptr) {
       return nullptr;
     }
-    set_options(mysql, end - Clock::now());
+    set_options(mysql, std::min<Clock::duration>(kConnectLimit, end - Clock::now()));
     if (mysql_real_connect(mysql, nullptr, nullptr, nullptr, nullptr, 0, nullptr, 0) != nullptr) {
       return mysql;
     }
     const bool full = mysql_errno(mysql) == kTooManyConnections;
     MySession::refusal = mysql_error(mysql);
     mysql_close(mysql);
-    if (!full || Clock::now() >= end) {
+    if (!full || Clock::now() + pause >= end) {
       return nullptr;
     }
-    usleep(kFullServerPause);
+    std::this_thread::sleep_for(pause);
   }
 }
 
 }  // namespace
 
 std::unique_ptr<MySession> MySession::connect() {
-  const auto end = Clock::now() + std::min(kConnectLimit, wait_budget_left());
+  const auto start = Clock::now();
+  const WaitTime left = wait_budget_left();
   MYSQL* mysql = nullptr;
   {
     const BudgetedWait wait(-1);
-    mysql = connect_until(end);
+    mysql = connect_by(start + std::min(kAnswerLimit, left));
   }
   if (mysql == nullptr) {
-    if (Clock::now() >= end) {
+    if (Clock::now() - start >= std::min(kConnectLimit, left)) {
       wait_budget_end();
     }
     return nullptr;

@@ -7,8 +7,8 @@
 
 using WaitTime = std::chrono::milliseconds;
 
-inline constexpr WaitTime kConnectLimit{3'000};
-inline constexpr WaitTime kAnswerLimit{10'000};
+inline constexpr WaitTime kConnectLimit{3'000};  // for a server that says nothing
+inline constexpr WaitTime kAnswerLimit{10'000};  // and for one that says that it is full
 inline constexpr WaitTime kProcessLimit{20'000};
 
 /// What is left of kProcessLimit; 0 when it is used up or a connect has timed out.

@@ -36,8 +36,8 @@ struct MyRow {
 };
 
 /// Opens `connection`; `reserved` is 0. Returns 0, or a negative number when there is no server
-/// connection to be had (then nothing needs closing). Waits at most 3 seconds, also for a server
-/// that has all its connections given away; after a connect that timed out, or when the process has
+/// connection to be had (then nothing needs closing). Waits at most 3 seconds for a server that is
+/// silent, 10 for one that has all its connections given away; after that, or when the process has
 /// waited 20 seconds in all for the database, it fails at once.
 int my_mysql_connect(MyConnection& connection, int reserved);
 

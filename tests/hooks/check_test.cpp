@@ -65,6 +65,10 @@ TEST_F(Check, FindsNothingInAHealthyAppliance) {
   EXPECT_EQ(checked.status, 0);
   EXPECT_EQ(json_value(checked.output, "$.findings"), "[]") << checked.output;
   EXPECT_EQ(json_value(checked.output, "$.database.user"), "\"root@localhost\"");
+  sql("SET GLOBAL innodb_flush_log_at_trx_commit=1");
+  EXPECT_EQ(findings(), Found{"flush-each-statement"});
+  EXPECT_EQ(check("").status, 0) << "a note is no warning";
+  sql("SET GLOBAL innodb_flush_log_at_trx_commit=0");
   EXPECT_EQ(check("--wrong").status, 64);
   EXPECT_EQ(check("--version").output.find("ap-check "), 0U);
 }

@@ -1,6 +1,8 @@
 #include <signal.h>
 #include <sys/wait.h>
 
+#include <thread>
+
 #include "db/connection.h"
 #include "db/registry.h"
 #include "db/set_action.h"
@@ -181,6 +183,7 @@ TEST_F(Database, AFullServerIsAskedAgain) {
   const std::string before = refused();
   const pid_t hook = start_hook({"ap-up", kAddress, kMac});
   EXPECT_TRUE(eventually([&] { return refused() != before; }));
+  std::this_thread::sleep_for(seconds(4));  // longer than for a silent server
   others.clear();
   my_mysql_release();
   EXPECT_EQ(finish(hook), 0);
