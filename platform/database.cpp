@@ -7,26 +7,20 @@
 
 namespace {
 
-/// The server connections of this process: one, or two while an operation holds the first.
+/// The server connections of this process: one that all operations share, and lost ones until
+/// their holders let go of them.
 std::vector<std::unique_ptr<MySession>>& sessions() {
   static std::vector<std::unique_ptr<MySession>> all;
   return all;
 }
 
-void settle_all_but(const MySession* current) {
-  for (const auto& session : sessions()) {
-    if (session.get() != current) {
-      session->settle();
-    }
-  }
-}
-
-MySession* idle_session() {
+MySession* live_session() {
   auto& all = sessions();
-  std::erase_if(all, [](const auto& session) { return !session->held && !session->alive(); });
-  const auto idle =
-      std::find_if(all.begin(), all.end(), [](const auto& session) { return !session->held; });
-  return idle == all.end() ? nullptr : idle->get();
+  std::erase_if(all,
+                [](const auto& session) { return session->holders == 0 && !session->alive(); });
+  const auto live =
+      std::find_if(all.begin(), all.end(), [](const auto& session) { return session->alive(); });
+  return live == all.end() ? nullptr : live->get();
 }
 
 /// Knows the character set. Without a connection a handle that was never connected serves: it
@@ -47,16 +41,15 @@ int my_mysql_connect(MyConnection& connection, int /*reserved*/) {
   if (wait_budget_left() == WaitTime{0}) {
     return -1;
   }
-  MySession* session = idle_session();
+  MySession* session = live_session();
   if (session == nullptr) {
-    settle_all_but(nullptr);
     std::unique_ptr<MySession> fresh = MySession::connect();
     if (!fresh) {
       return -1;
     }
     session = sessions().emplace_back(std::move(fresh)).get();
   }
-  session->held = true;
+  ++session->holders;
   connection.session = session;
   return 0;
 }
@@ -72,7 +65,6 @@ MyTicket my_mysql_query(MyConnection& connection, const char* format, ...) {
   if (!statement) {
     return 0;
   }
-  settle_all_but(connection.session);
   return connection.session->send(*statement);
 }
 
@@ -80,7 +72,6 @@ MyResult* my_mysql_store_result(MyConnection& connection, MyTicket ticket) {
   if (connection.session == nullptr || ticket == 0) {
     return nullptr;
   }
-  settle_all_but(connection.session);
   return connection.session->take_rows(ticket);
 }
 
@@ -88,7 +79,6 @@ MyOutcome my_mysql_outcome(MyConnection& connection, MyTicket ticket) {
   if (connection.session == nullptr || ticket == 0) {
     return {};
   }
-  settle_all_but(connection.session);
   return connection.session->outcome(ticket);
 }
 
@@ -111,7 +101,7 @@ std::uint64_t my_mysql_insert_id(MyConnection& connection) {
   if (connection.session == nullptr) {
     return 0;
   }
-  settle_all_but(nullptr);
+  connection.session->settle();
   return connection.session->last_insert_id();
 }
 
@@ -121,18 +111,21 @@ int my_mysql_close(MyConnection& connection) {
   }
   MySession* session = connection.session;
   connection.session = nullptr;
-  session->settle();
-  session->forget_answers();
-  session->held = false;
+  if (--session->holders == 0) {
+    session->settle();
+    session->forget_answers();
+  }
   return session->alive() ? 0 : -1;
 }
 
 void my_mysql_settle() {
-  settle_all_but(nullptr);
+  for (const auto& session : sessions()) {
+    session->settle();
+  }
 }
 
 void my_mysql_release() {
-  std::erase_if(sessions(), [](const auto& session) { return !session->held; });
+  std::erase_if(sessions(), [](const auto& session) { return session->holders == 0; });
 }
 
 std::optional<std::string> my_sqlescape(std::string_view text) {

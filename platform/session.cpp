@@ -209,7 +209,7 @@ void MySession::lose() {
 }
 
 bool MySession::alive() const {
-  // Nothing is outstanding, so the only thing to come from the server is its farewell.
+  // While nothing is outstanding, the only thing to come from the server is its farewell.
   pollfd incoming{socket(), POLLIN, 0};
-  return !lost_ && poll(&incoming, 1, 0) == 0;
+  return !lost_ && (!sent_.empty() || poll(&incoming, 1, 0) == 0);
 }

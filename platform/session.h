@@ -49,13 +49,13 @@ struct MySession {
   /// Drops what nobody took, so that the next holder starts clean. Nothing may be outstanding.
   void forget_answers();
 
-  /// Whether the server is still there, as far as can be told without asking it.
+  /// Whether the server is still there, as far as can be told without asking or waiting.
   bool alive() const;
 
   std::uint64_t last_insert_id() const { return last_insert_id_; }
   MYSQL* handle() const { return mysql_; }
 
-  bool held = false;  // by an operation, between my_mysql_connect and my_mysql_close
+  int holders = 0;  // operations between my_mysql_connect and my_mysql_close
 
  private:
   struct Sent {

@@ -11,15 +11,16 @@
 // Access to the appliance's MySQL or MariaDB server.
 //
 // A statement is sent without waiting for its answer. Answers are collected in the order of the
-// statements: when a result or an insert id is asked for, before another connection is used, before
-// a child process is started, at close, and when too many are outstanding. A statement that fails
-// therefore never stops the next one.
+// statements: when a result or an insert id is asked for, before a child process is started, when
+// the last operation closes, and when too many are outstanding. A statement that fails therefore
+// never stops the next one. The statements of a process reach the server in the order in which they
+// are sent, whichever connection they are sent on.
 
 struct MySession;  // the platform's own; belongs to the platform
 struct MyResult;   // the platform's own; belongs to whoever stored it
 
-/// A connection as one operation holds it, from my_mysql_connect to my_mysql_close. Underneath, one
-/// process keeps its server connection and hands it out again.
+/// A connection as one operation holds it, from my_mysql_connect to my_mysql_close. Underneath, all
+/// operations of a process share one server connection.
 struct MyConnection {
   MySession* session = nullptr;  // null: not connected
 };
@@ -72,7 +73,7 @@ void my_mysql_free_result(MyResult* result);
 /// statement failed or made no row with such a number.
 std::uint64_t my_mysql_insert_id(MyConnection& connection);
 
-/// Collects what is outstanding and gives the connection back. Returns 0, or a negative number when
+/// Gives the connection back; the last to do so collects what is outstanding. Returns 0, or a negative number when
 /// the server had dropped it.
 int my_mysql_close(MyConnection& connection);
 

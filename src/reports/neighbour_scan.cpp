@@ -8,13 +8,11 @@
 #include "db/schema.h"
 #include "lifecycle/illegal_table.h"
 #include "reports/client_record.h"
+#include "reports/together.h"
 
 namespace {
 
 constexpr const char* kOperation = "update_ap_legal_table_for_refer";
-
-/// Cells at most that are stored together, so that the server does not wait for us after each.
-constexpr std::size_t kStoredTogether = 12;
 
 /// How often the foreign radios are gone through again that the server has given up.
 constexpr int kRepetitions = 10;
@@ -139,8 +137,8 @@ void store_together(Connection& db, int sn, std::span<const cell_record> cells,
 /// Stores all cells; returns the foreign ones.
 std::vector<Foreign> store_cells(Connection& db, int sn, std::span<const cell_record> cells) {
   std::vector<Foreign> foreign;
-  for (std::size_t done = 0; done < cells.size(); done += kStoredTogether) {
-    const std::size_t together = std::min(cells.size() - done, kStoredTogether);
+  for (std::size_t done = 0; done < cells.size(); done += kTogether) {
+    const std::size_t together = std::min(cells.size() - done, kTogether);
     store_together(db, sn, cells.subspan(done, together), foreign);
   }
   return foreign;

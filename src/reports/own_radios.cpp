@@ -1,8 +1,11 @@
 #include "reports/own_radios.h"
 
+#include <vector>
+
 #include "db/registry.h"
 #include "db/schema.h"
 #include "reports/client_record.h"
+#include "reports/together.h"
 
 namespace {
 
@@ -63,6 +66,31 @@ void insert_new(Connection& db, int sn, const radio_record& radio, int essid_sn)
          sql_value(radio.security).c_str());
 }
 
+/// Stores radios of which none comes twice; their look-ups go out together.
+void store_together(Connection& db, int sn, std::span<const radio_record> radios) {
+  std::vector<Question> known;
+  std::vector<Question> profiles;
+  for (const radio_record& radio : radios) {
+    known.push_back(db.ask_ahead(
+        Step(kStoring, "(1/2) "),
+        "SELECT `ap` FROM `%s`.`legal` WHERE `ap`=%d AND `refer_ap`=0 AND `mac`=UPPER('%s')",
+        AP_CLIENT, sn, sql_text(radio.mac).c_str()));
+    profiles.push_back(ask_profile_sn_by_ssid(db, radio.essid));
+  }
+  for (std::size_t i = 0; i < radios.size(); ++i) {
+    known[i].trace();
+    const Rows rows = known[i].rows();
+    if (!rows) {
+      continue;
+    }
+    if (rows.count() > 0) {
+      update_known(db, sn, radios[i], profile_sn(profiles[i]));
+    } else {
+      insert_new(db, sn, radios[i], profile_sn(profiles[i]));
+    }
+  }
+}
+
 }  // namespace
 
 Listing<radio_record> read_radios(const Report& report) {
@@ -87,33 +115,18 @@ int ap_interface_parse(const std::string& mac, const Report& report) {
   if (sn != 0) {
     delete_ap_legal_table(db, sn);
   }
-  const Listing<radio_record> radios = read_radios(report);
+  Listing<radio_record> radios = read_radios(report);
   trace_stranded(db, Step(kOperation), radios.stranded);
-  for (const radio_record& radio : radios.records) {
-    if (!radio.essid.empty()) {
-      update_ap_legal_table(db, sn, radio);
-    }
-  }
+  std::erase_if(radios.records, [](const radio_record& radio) { return radio.essid.empty(); });
+  update_ap_legal_table(db, sn, radios.records);
   return db.close();
 }
 
-void update_ap_legal_table(Connection& db, int sn, const radio_record& radio) {
-  if (sn == 0) {
-    return;
-  }
-  const Question known =
-      db.ask(Step(kStoring, "(1/2) "),
-             "SELECT `ap` FROM `%s`.`legal` WHERE `ap`=%d AND `refer_ap`=0 AND `mac`=UPPER('%s')",
-             AP_CLIENT, sn, sql_text(radio.mac).c_str());
-  const Question profile = ask_profile_sn_by_ssid(db, radio.essid);
-  const Rows rows = known.rows();
-  if (!rows) {
-    return;
-  }
-  if (rows.count() > 0) {
-    update_known(db, sn, radio, profile_sn(profile));
-  } else {
-    insert_new(db, sn, radio, profile_sn(profile));
+void update_ap_legal_table(Connection& db, int sn, std::span<const radio_record> radios) {
+  while (sn != 0 && !radios.empty()) {
+    const std::size_t together = count_together(radios, &radio_record::mac);
+    store_together(db, sn, radios.first(together));
+    radios = radios.subspan(together);
   }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 
 #include "db/connection.h"
@@ -30,8 +31,8 @@ Listing<radio_record> read_radios(const Report& report);
 /// negative result of a connection that did not open, else that of closing it.
 int ap_interface_parse(const std::string& mac, const Report& report);
 
-/// Writes one of the own radios of AP `sn`; does nothing for 0.
-void update_ap_legal_table(Connection& db, int sn, const radio_record& radio);
+/// Writes own radios of AP `sn`; does nothing for 0.
+void update_ap_legal_table(Connection& db, int sn, std::span<const radio_record> radios);
 
 /// Takes out the own radios of AP `sn`.
 void delete_ap_legal_table(Connection& db, int sn);

@@ -1,9 +1,13 @@
 #include "reports/poor_clients.h"
 
+#include <span>
+#include <vector>
+
 #include "db/decimal.h"
 #include "db/registry.h"
 #include "db/schema.h"
 #include "reports/profile_slots.h"
+#include "reports/together.h"
 
 namespace {
 
@@ -15,8 +19,8 @@ void drop_poor_client_table(Connection& db, int sn) {
 }
 
 Question ask_known(Connection& db, int sn, const poor_client_record& client) {
-  return db.ask(Step(kOperation), "SELECT * FROM `%s`.`AP_%03d` WHERE `mac`=UPPER('%s')",
-                AP_POOR_CLIENT, sn, sql_text(client.mac).c_str());
+  return db.ask_ahead(Step(kOperation), "SELECT * FROM `%s`.`AP_%03d` WHERE `mac`=UPPER('%s')",
+                      AP_POOR_CLIENT, sn, sql_text(client.mac).c_str());
 }
 
 void store(Connection& db, int sn, const Rows& known, const poor_client_record& client) {
@@ -40,27 +44,42 @@ void store(Connection& db, int sn, const Rows& known, const poor_client_record& 
   }
 }
 
-/// Stores the clients of a band, once for each of its slots. Whether a client's row is looked up
-/// depends on the slot having a profile: when the client before it had one, both are asked for
-/// together.
+/// A band's profile list as it was read last. It is read anew for each client; what it was tells
+/// which rows are worth asking for already.
+using LastList = std::string;
+
+/// Stores clients of which none comes twice in a slot; their look-ups go out together.
+void store_together(Connection& db, const std::string& mac, int sn, Band band, int slot,
+                    std::span<const poor_client_record> clients, LastList& last_list) {
+  std::vector<Question> lists;
+  std::vector<std::optional<Question>> known(clients.size());
+  for (std::size_t i = 0; i < clients.size(); ++i) {
+    lists.push_back(ask_ap_pf_id(db, mac, band));
+    if (sn != 0 && profile_in_slot(last_list, slot) != 0) {
+      known[i] = ask_known(db, sn, clients[i]);
+    }
+  }
+  for (std::size_t i = 0; i < clients.size(); ++i) {
+    last_list = ap_pf_id(lists[i]);
+    poor_client_record client = clients[i];
+    client.ssid = profile_in_slot(last_list, slot);
+    if (sn != 0 && client.ssid != 0) {
+      const Question asked = known[i] ? *known[i] : ask_known(db, sn, client);
+      asked.trace();
+      store(db, sn, asked.rows(), client);
+    }
+  }
+}
+
+/// Stores the clients of a band, once for each of its slots.
 void store_band(Connection& db, const std::string& mac, int sn, Band band,
-                const std::vector<poor_client_record>& clients) {
-  std::string last_list;
+                std::span<const poor_client_record> clients) {
+  LastList last_list;
   for (int slot = 1; slot <= kSlots; ++slot) {
-    for (poor_client_record client : clients) {
-      const Question profile = ask_ap_pf_id(db, mac, band);
-      std::optional<Question> known;
-      if (sn != 0 && profile_in_slot(last_list, slot) != 0) {
-        known = ask_known(db, sn, client);
-      }
-      last_list = ap_pf_id(profile);
-      client.ssid = profile_in_slot(last_list, slot);
-      if (sn != 0 && client.ssid != 0) {
-        if (!known) {
-          known = ask_known(db, sn, client);
-        }
-        store(db, sn, known->rows(), client);
-      }
+    for (auto left = clients; !left.empty();) {
+      const std::size_t together = count_together(left, &poor_client_record::mac);
+      store_together(db, mac, sn, band, slot, left.first(together), last_list);
+      left = left.subspan(together);
     }
   }
 }

@@ -1,12 +1,9 @@
 #include "reports/station_list.h"
 
-#include <algorithm>
-#include <set>
 #include <span>
 #include <vector>
 
 #include "db/decimal.h"
-#include "db/mac_address.h"
 #include "db/registry.h"
 #include "db/schema.h"
 #include "platform/settings.h"
@@ -14,6 +11,7 @@
 #include "reports/kernel_announcement.h"
 #include "reports/mesh_links.h"
 #include "reports/profile_slots.h"
+#include "reports/together.h"
 
 namespace {
 
@@ -24,9 +22,6 @@ constexpr std::size_t kLongestRate = 19;
 
 constexpr int kAddressSetting = 30;  // all-zero: no connection log
 constexpr int kLogSetting = 113;     // 0: off
-
-/// Stations at most that are stored together, so that the server does not wait for us after each.
-constexpr std::size_t kStoredTogether = 8;
 
 constexpr unsigned int kStartColumn = 1;  // `stime` of a client table's row
 
@@ -140,27 +135,13 @@ void store_together(Connection& db, const std::string& mac, int sn,
   }
 }
 
-/// How many of `stations` to store together. Whether a station gets a new row shows only when all
-/// before it are stored, so none comes twice. Texts that are no MAC count as one station: the
-/// server may take two for the same that differ.
-std::size_t count_together(std::span<const reported_station> stations) {
-  const std::size_t most = std::min(stations.size(), kStoredTogether);
-  std::set<std::string> seen;
-  std::size_t count = 0;
-  for (; count < most; ++count) {
-    const std::string& mac = stations[count].client.mac;
-    if (!seen.insert(is_mac(mac) ? my_tolower(mac) : "").second) {
-      break;
-    }
-  }
-  return count;
-}
-
 void store_stations(Connection& db, const std::string& mac, int sn,
                     std::span<const reported_station> stations) {
   ClientLog log(db, mac);
   while (!stations.empty()) {
-    const std::size_t together = count_together(stations);
+    const std::size_t together = count_together(
+        stations,
+        [](const reported_station& station) -> const std::string& { return station.client.mac; });
     store_together(db, mac, sn, stations.first(together), log);
     stations = stations.subspan(together);
   }

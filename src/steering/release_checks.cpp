@@ -17,6 +17,12 @@ constexpr int kKeepSignal = -75;
 /// Asks who hears, or is heard on, an SSID; the SSID comes escaped.
 using AskHearing = std::function<Question(const Step& step, const std::string& ssid)>;
 
+/// The look-ups under way for an SSID.
+struct Inquiry {
+  Question hearing;
+  Question profile;
+};
+
 /// The check for each SSID that the AP `sn` broadcasts, under the name of the rule.
 bool check(Connection& db, const char* operation, const std::string& mac, int sn,
            const AskHearing& ask_hearing) {
@@ -28,23 +34,24 @@ bool check(Connection& db, const char* operation, const std::string& mac, int sn
   if (own && own.count() == 0) {
     db.note(first, "no matched.");
   }
-  std::vector<std::string> ssids;
+  std::vector<Inquiry> inquiries;
   for (const Row& row : own) {
-    ssids.push_back(row.text(0));
+    const std::string ssid = row.text(0);
+    const Question hearing = ask_hearing(second, sql_text(ssid));
+    inquiries.push_back({hearing, ask_profile_sn_by_ssid(db, ssid)});
   }
   int profile = 0;  // of the SSID that is being looked at
   const auto hearing = [&](std::size_t i) -> std::optional<std::uint64_t> {
-    const Question asked = ask_hearing(second, sql_text(ssids[i]));
-    profile = get_profile_sn_by_ssid(db, ssids[i]);
-    asked.trace();
-    const Rows rows = asked.rows();
+    profile = profile_sn(inquiries[i].profile);
+    inquiries[i].hearing.trace();
+    const Rows rows = inquiries[i].hearing.rows();
     if (rows.count() > 0) {
       db.note(second, "no matched.");
     }
     return rows ? std::optional(rows.count()) : std::nullopt;
   };
   const auto holds_blocks = [&](std::size_t /*i*/) { return ap_release_rule(db, profile, mac); };
-  return must_release_all(ssids.size(), hearing, holds_blocks);
+  return must_release_all(inquiries.size(), hearing, holds_blocks);
 }
 
 }  // namespace

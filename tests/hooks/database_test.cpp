@@ -73,9 +73,20 @@ TEST_F(Database, OperationsShareOneServerConnection) {
     Connection db(kNoKey);
     first = id(db);
     db.run(untraced, "INSERT INTO AP_INFO.ap_profile (SN, SSID) VALUES (1, 'x')");
+    const Question outer = db.ask(untraced, "SELECT 'outer'");
+    {
+      Connection nested(kNoKey);
+      EXPECT_EQ(id(nested), first);
+      EXPECT_EQ(get_profile_sn_by_ssid(nested, "x"), 1) << "what the outer one sent is there";
+      EXPECT_EQ(nested.close(), 0);
+    }
+    EXPECT_EQ(first_text(outer.rows()), "outer");
+    sql("KILL " + first);
     Connection nested(kNoKey);
+    EXPECT_TRUE(nested) << "the lost connection of the outer one is not shared";
     EXPECT_NE(id(nested), first);
-    EXPECT_EQ(get_profile_sn_by_ssid(nested, "x"), 1) << "what the outer one sent is there";
+    EXPECT_NE(db.close(), 0);
+    first = id(nested);
   }
   Connection db(kNoKey);
   EXPECT_EQ(id(db), first);
@@ -175,17 +186,20 @@ TEST_F(Database, AFullServerIsAskedAgain) {
     return sql("SHOW GLOBAL STATUS LIKE 'Connection_errors_max_connections'")[0][1];
   };
   sql("SET GLOBAL max_connections=10");  // and one for the administrator
-  std::vector<std::unique_ptr<Connection>> others;
+  my_mysql_release();
+  std::vector<FILE*> others;
   for (int i = 0; i < 10; ++i) {
-    others.push_back(std::make_unique<Connection>(kNoKey));
-    EXPECT_TRUE(*others.back());
+    others.push_back(popen("exec mariadb", "we"));
   }
+  EXPECT_TRUE(
+      eventually([] { return sql("SHOW GLOBAL STATUS LIKE 'Threads_connected'")[0][1] == "11"; }));
   const std::string before = refused();
   const pid_t hook = start_hook({"ap-up", kAddress, kMac});
   EXPECT_TRUE(eventually([&] { return refused() != before; }));
   std::this_thread::sleep_for(seconds(4));  // longer than for a silent server
-  others.clear();
-  my_mysql_release();
+  for (FILE* client : others) {
+    pclose(client);
+  }
   EXPECT_EQ(finish(hook), 0);
   sql("SET GLOBAL max_connections=DEFAULT");
   EXPECT_EQ(sql_value("SELECT Status FROM AP_INFO.ap_list"), "1");

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <algorithm>
+#include <functional>
+#include <set>
+#include <span>
+#include <string>
+
+#include "db/mac_address.h"
+#include "platform/text.h"
+
+/// Records whose rows are looked up together, at most, so that the server does not wait for us
+/// after each; few enough to be sent ahead of their answers.
+inline constexpr std::size_t kTogether = 8;
+
+/// How many of `records`, from the first on, to look up together and then to store: at least one if
+/// there are any. Whether a record gets a new row shows only when all before it are stored, so no
+/// MAC, which `mac_of` tells, comes twice. Texts that are no MAC count as one: the server may take
+/// two for the same that differ.
+template <typename Record, typename MacOf>
+std::size_t count_together(std::span<const Record> records, MacOf mac_of) {
+  const std::size_t most = std::min(records.size(), kTogether);
+  std::set<std::string> seen;
+  std::size_t count = 0;
+  for (; count < most; ++count) {
+    const std::string& mac = std::invoke(mac_of, records[count]);
+    if (!seen.insert(is_mac(mac) ? my_tolower(mac) : "").second) {
+      break;
+    }
+  }
+  return count;
+}
