@@ -78,6 +78,7 @@ __attribute__((destructor)) void report() {
 
 }  // namespace
 
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the C library's names are reserved
 extern "C" {
 
 ssize_t send(int descriptor, const void* data, size_t size, int flags) {
@@ -150,3 +151,4 @@ FILE* popen(const char* command, const char* mode) {
 }
 
 }  // extern "C"
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)

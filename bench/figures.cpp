@@ -1,6 +1,7 @@
 #include "figures.h"
 
 #include <algorithm>
+#include <cmath>
 
 double median(std::vector<double> values) {
   return quantile(std::move(values), 0.5);
@@ -14,7 +15,7 @@ double quantile(std::vector<double> values, double part) {
   if (values.empty()) {
     return 0;
   }
-  const auto at = static_cast<std::ptrdiff_t>(part * static_cast<double>(values.size() - 1) + 0.5);
-  std::nth_element(values.begin(), values.begin() + at, values.end());
-  return values[static_cast<std::size_t>(at)];
+  const auto at = values.begin() + std::lround(part * static_cast<double>(values.size() - 1));
+  std::nth_element(values.begin(), at, values.end());
+  return *at;
 }

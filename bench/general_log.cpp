@@ -33,7 +33,7 @@ std::optional<Entry> entry_of(std::string_view line) {
     return std::nullopt;
   }
   line.remove_prefix(std::min(line.find_first_not_of("\t ", head), line.size()));
-  const auto id_end = std::find_if_not(line.begin(), line.end(), is_digit);
+  const auto* const id_end = std::find_if_not(line.begin(), line.end(), is_digit);
   const std::string id(line.begin(), id_end);
   line.remove_prefix(id.size());
   const std::size_t command_end = line.find('\t');

@@ -38,7 +38,8 @@ Usage start_and_wait(char** words, char** environment) {
   rusage used{};
   pid_t child = 0;
   const double start = now();
-  if (posix_spawn(&child, words[0], nullptr, nullptr, words, environment) != 0 ||
+  if (words[0] == nullptr ||
+      posix_spawn(&child, words[0], nullptr, nullptr, words, environment) != 0 ||
       wait4(child, &usage.status, 0, &used) != child) {
     usage.status = -1;
   }
@@ -59,7 +60,7 @@ Usage start_and_wait(char** words, char** environment) {
     if (size <= 0) {
       _exit(0);
     }
-    const auto words = static_cast<std::size_t>(text[0]);
+    const auto words = static_cast<unsigned char>(text[0]);
     std::size_t count = 0;
     const auto add = [&count](char* pointer) { pointers[count++] = pointer; };
     for (char* next = text + 1; next < text + size; next += std::strlen(next) + 1) {
@@ -110,7 +111,7 @@ Launcher::Launcher() {
 }
 
 Usage Launcher::run(const std::vector<std::string>& words,
-                    const std::vector<std::string>& environment) {
+                    const std::vector<std::string>& environment) const {
   std::string request(1, static_cast<char>(words.size()));
   for (const auto* texts : {&words, &environment}) {
     for (const std::string& text : *texts) {

@@ -27,7 +27,7 @@ class Launcher {
   /// Runs the program words[0] with the arguments `words` in the driver's environment with the
   /// variables `environment` ("NAME=value") before it.
   Usage run(const std::vector<std::string>& words,
-            const std::vector<std::string>& environment = {});
+            const std::vector<std::string>& environment = {}) const;
 
  private:
   int request_ = -1;

@@ -128,6 +128,7 @@ void run_all(Collector& collector, Effort effort) {
       effort == Effort::quick ? "--benchmark_min_time=0.02" : "--benchmark_min_time=0.2",
       effort == Effort::quick ? "--benchmark_repetitions=3" : "--benchmark_repetitions=7"};
   std::vector<char*> pointers;
+  pointers.reserve(words.size());
   for (std::string& word : words) {
     pointers.push_back(word.data());
   }

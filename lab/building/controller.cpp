@@ -59,7 +59,7 @@ Controller::~Controller() {
   close(watch_);
 }
 
-Controller::Running Controller::start(const Hook& hook) const {
+Controller::Running Controller::start(const Hook& hook) {
   Running running{hook, 0, -1, Clock::now()};
   std::vector<char*> words;
   for (const std::string& word : hook.words) {

@@ -52,7 +52,7 @@ class Controller {
 
  private:
   struct Running;
-  Running start(const Hook& hook) const;
+  static Running start(const Hook& hook);
   void finish(const Running& running, int minute);
   void take_commands();
 

@@ -70,7 +70,7 @@ std::string building(const World& world) {
     return format("[%s,%d]", quoted(one.name).c_str(), one.people);
   };
   return "\"title\":" + quoted(scenario.title) + ",\"about\":" + quoted(scenario.about) +
-         format(",\"seed\":%llu,\"minutes\":%d,\"width\":%.1f,\"height\":%.1f,",
+         format(R"(,"seed":%llu,"minutes":%d,"width":%.1f,"height":%.1f,)",
                 static_cast<unsigned long long>(scenario.seed), scenario.minutes, scenario.width,
                 scenario.height) +
          "\"walls\":" + array_of(scenario.air.walls, wall) +
@@ -106,14 +106,15 @@ std::string signal_map(const World& world, Band band) {
   const Scenario& scenario = world.scenario();
   const double square = std::max(0.5, scenario.width / kMapColumns);
   std::string rows;
-  for (double y = square / 2; y < scenario.height; y += square) {
+  for (int i = 0; (i + 0.5) * square < scenario.height; ++i) {
     std::string row;
-    for (double x = square / 2; x < scenario.width; x += square) {
+    for (int j = 0; (j + 0.5) * square < scenario.width; ++j) {
+      const Point middle{(j + 0.5) * square, (i + 0.5) * square};
       double best = -999;
       for (const AccessPoint& ap : world.aps()) {
-        if (ap.up && distance(ap.plan.at, {x, y}) < 150) {
+        if (ap.up && distance(ap.plan.at, middle) < 150) {
           best = std::max(best,
-                          level(band, ap.power[number_of(band)], ap.plan.at, {x, y}, scenario.air));
+                          level(band, ap.power[number_of(band)], ap.plan.at, middle, scenario.air));
         }
       }
       row += best < kFaintest ? '~'
@@ -121,7 +122,7 @@ std::string signal_map(const World& world, Band band) {
     }
     rows += (rows.empty() ? "" : ",") + quoted(row);
   }
-  return format("{\"square\":%.3f,\"rows\":[", square) + rows + "]}";
+  return format(R"({"square":%.3f,"rows":[)", square) + rows + "]}";
 }
 
 std::string hooks(const std::vector<HookRun>& runs) {

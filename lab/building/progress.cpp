@@ -15,17 +15,7 @@ int clients_of(const Sample::Ap& ap) {
   return ap.clients[0] + ap.clients[1];
 }
 
-}  // namespace
-
-std::map<Deed, int> count_deeds(const World& world) {
-  std::map<Deed, int> counts;
-  for (const Occurrence& occurrence : world.occurrences()) {
-    ++counts[occurrence.deed];
-  }
-  return counts;
-}
-
-std::string Progress::headline(const Play& play) const {
+std::string headline(const Play& play) {
   const Sample& now = play.samples().back();
   const auto up =
       std::count_if(now.aps.begin(), now.aps.end(), [](const auto& ap) { return ap.up; });
@@ -42,7 +32,7 @@ std::string Progress::headline(const Play& play) const {
                 deeds[Deed::release]);
 }
 
-std::string Progress::ap_lines(const Play& play) const {
+std::string ap_lines(const Play& play) {
   const Sample& now = play.samples().back();
   std::vector<std::size_t> shown(now.aps.size());
   std::iota(shown.begin(), shown.end(), 0U);
@@ -71,6 +61,16 @@ std::string Progress::ap_lines(const Play& play) const {
     text += format("  and %d more APs\n", static_cast<int>(now.aps.size() - shown.size()));
   }
   return text;
+}
+
+}  // namespace
+
+std::map<Deed, int> count_deeds(const World& world) {
+  std::map<Deed, int> counts;
+  for (const Occurrence& occurrence : world.occurrences()) {
+    ++counts[occurrence.deed];
+  }
+  return counts;
 }
 
 void Progress::show(const Play& play) {

@@ -15,9 +15,6 @@ class Progress {
   void show(const Play& play);
 
  private:
-  std::string headline(const Play& play) const;
-  std::string ap_lines(const Play& play) const;
-
   bool terminal_;
   int lines_ = 0;  // of the block on the screen
 };

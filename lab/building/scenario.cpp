@@ -77,6 +77,7 @@ class Reader {
  private:
   bool entry(const std::string& section, const std::string& key, const std::string& value);
   bool building(const std::string& key, const std::string& value);
+  bool building_number(const std::string& key, double number);
   bool wall(const std::string& material, Words words);
   bool room(const std::string& name, Words words);
   bool ap(const std::string& name, Words words);
@@ -105,14 +106,19 @@ bool Reader::building(const std::string& key, const std::string& value) {
     scenario_.height = numbers[1];
   } else if (key == "entrance" && numbers.size() == 2) {
     scenario_.entrance = {numbers[0], numbers[1]};
-  } else if (numbers.size() != 1) {
-    return false;
-  } else if (key == "seed") {
-    scenario_.seed = static_cast<std::uint64_t>(numbers[0]);
+  } else {
+    return numbers.size() == 1 && building_number(key, numbers[0]);
+  }
+  return true;
+}
+
+bool Reader::building_number(const std::string& key, double number) {
+  if (key == "seed") {
+    scenario_.seed = static_cast<std::uint64_t>(number);
   } else if (key == "minutes") {
-    scenario_.minutes = static_cast<int>(numbers[0]);
+    scenario_.minutes = static_cast<int>(number);
   } else if (key == "exponent") {
-    scenario_.air.exponent = numbers[0];
+    scenario_.air.exponent = number;
   } else {
     return false;
   }
@@ -253,7 +259,8 @@ bool Reader::fleet(Words words) {
   const double spacing = numbers[1];
   const int columns = static_cast<int>(std::ceil(std::sqrt(houses)));
   for (int i = 0; i < houses; ++i) {
-    const Point corner{spacing * (0.5 + i % columns), spacing * (0.5 + i / columns)};
+    const int row = i / columns;
+    const Point corner{spacing * (0.5 + i % columns), spacing * (0.5 + row)};
     const double middle = corner.y + kHouse[1] / 2;
     scenario_.rooms.push_back(
         {format("House %d", i + 1), corner, kHouse[0], kHouse[1], {corner.x, middle}});
@@ -268,7 +275,8 @@ bool Reader::fleet(Words words) {
     }
   }
   scenario_.width = spacing * (columns + 1);
-  scenario_.height = spacing * ((houses + columns - 1) / columns + 1);
+  const int rows = (houses + columns - 1) / columns;
+  scenario_.height = spacing * (rows + 1);
   return true;
 }
 

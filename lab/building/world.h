@@ -151,7 +151,7 @@ class World {
  private:
   void settle(int crowd_number, const Crowd& crowd, int room);
   void walk_to(Station& station, Point seat, int room);
-  void walk(Station& station);
+  static void walk(Station& station);
   Point seat_in(int room);
   void associate(Station& station);
   void release(int ap, const std::string& station_mac);

@@ -177,7 +177,7 @@ void Replay::run(int rounds) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   std::string directory;
   std::map<std::string, std::string> settings{{"79", "1"}, {"91", "1"}};
   int rounds = 0;
@@ -194,7 +194,7 @@ int main(int argc, char** argv) {
   }
   std::string lines;
   for (const auto& [number, value] : settings) {
-    lines += number + " = " + value + "\n";
+    lines.append(number).append(" = ").append(value).append("\n");
   }
   if (directory.empty() || !fs::is_directory(directory)) {
     std::fputs("lab-replay: no directory of reports given; see lab/replay --help\n", stderr);
@@ -207,4 +207,7 @@ int main(int argc, char** argv) {
   }
   replay.run(rounds);
   return 0;
+} catch (const std::exception& error) {
+  std::fprintf(stderr, "lab-replay: %s\n", error.what());
+  return 1;
 }

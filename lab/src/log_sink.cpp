@@ -20,7 +20,7 @@
 namespace {
 
 // Larger than any datagram that the default socket buffers let through.
-constexpr std::size_t largest_message = 256 * 1024;
+constexpr std::size_t largest_message = 262'144;
 
 volatile std::sig_atomic_t stopped = 0;
 
@@ -30,8 +30,9 @@ int failed(const char* what) {
 }
 
 std::string as_line(std::string_view message) {
-  while (message.ends_with('\n'))
+  while (message.ends_with('\n')) {
     message.remove_suffix(1);
+  }
   std::string line;
   for (const char c : message) {
     const auto byte = static_cast<unsigned char>(c);
@@ -64,19 +65,22 @@ int main() {
   sockaddr_un address = {};
   address.sun_family = AF_UNIX;
   std::strcpy(address.sun_path, "/dev/log");
-  if (log == -1 || bind(log, reinterpret_cast<const sockaddr*>(&address), sizeof address) == -1)
+  if (log == -1 || bind(log, reinterpret_cast<const sockaddr*>(&address), sizeof address) == -1) {
     return failed(address.sun_path);
+  }
   const int file = open("/recorded/syslog", O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
-  if (file == -1)
+  if (file == -1) {
     return failed("/recorded/syslog");
+  }
 
   std::vector<char> buffer(largest_message);
   for (;;) {
     const ssize_t size = recv(log, buffer.data(), buffer.size(), 0);
     if (size >= 0) {
       const std::string line = as_line({buffer.data(), static_cast<std::size_t>(size)});
-      if (write(file, line.data(), line.size()) != static_cast<ssize_t>(line.size()))
+      if (write(file, line.data(), line.size()) != static_cast<ssize_t>(line.size())) {
         return failed("/recorded/syslog");
+      }
     } else if (errno != EAGAIN) {
       return failed(address.sun_path);
     } else if (stopped) {

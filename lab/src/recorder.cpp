@@ -44,8 +44,9 @@ namespace {
 }
 
 std::string escaped(std::string_view argument) {
-  if (argument.empty())
+  if (argument.empty()) {
     return "\\e";
+  }
   std::string text;
   for (const char c : argument) {
     const auto byte = static_cast<unsigned char>(c);
@@ -64,12 +65,14 @@ std::string open_descriptors() {
   // Walking the directory opens a descriptor of its own; those that are gone after the walk were
   // not the caller's.
   std::set<int> numbers;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
     numbers.insert(std::stoi(entry.path().filename().string()));
+  }
   std::string list;
   for (const int number : numbers) {
-    if (number > STDERR_FILENO && fcntl(number, F_GETFD) != -1)
+    if (number > STDERR_FILENO && fcntl(number, F_GETFD) != -1) {
       list += (list.empty() ? "" : " ") + std::to_string(number);
+    }
   }
   return list;
 }
@@ -77,11 +80,13 @@ std::string open_descriptors() {
 // One write to an appending descriptor, so that the lines of calls at the same time do not mix.
 void append_line(const std::string& path, const std::string& line) {
   const int file = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
-  if (file == -1)
+  if (file == -1) {
     fail(path);
+  }
   const std::string text = line + "\n";
-  if (write(file, text.data(), text.size()) != static_cast<ssize_t>(text.size()))
+  if (write(file, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
     fail(path);
+  }
   close(file);
 }
 
@@ -89,16 +94,19 @@ void copy_stdin(const std::string& path) {
   int file = -1;
   for (int n = 1; file == -1; ++n) {
     file = open((path + std::to_string(n)).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
-    if (file == -1 && errno != EEXIST)
+    if (file == -1 && errno != EEXIST) {
       fail(path);
+    }
   }
   char buffer[65536];
   for (;;) {
     const ssize_t size = read(STDIN_FILENO, buffer, sizeof buffer);
-    if (size == 0)
+    if (size == 0) {
       break;
-    if (size == -1 || write(file, buffer, static_cast<std::size_t>(size)) != size)
+    }
+    if (size == -1 || write(file, buffer, static_cast<std::size_t>(size)) != size) {
       fail(path);
+    }
   }
   close(file);
 }
@@ -113,10 +121,11 @@ int behave(const std::string& path) {
       errno = EINVAL;
       fail(path);
     }
-    if (verb == "sleep")
+    if (verb == "sleep") {
       std::this_thread::sleep_for(std::chrono::duration<double>(value));
-    else
+    } else {
       status = static_cast<int>(value);
+    }
   }
   return status;
 }
@@ -129,12 +138,14 @@ int main(int argc, char** argv) {
   const std::string recorded = "/recorded/" + (name.empty() ? "lab-recorder" : name);
 
   // Asked before a file of ours takes the number of a closed stdin.
-  if (name == "sendmail" && fcntl(STDIN_FILENO, F_GETFD) != -1 && !isatty(STDIN_FILENO))
+  if (name == "sendmail" && fcntl(STDIN_FILENO, F_GETFD) != -1 && !isatty(STDIN_FILENO)) {
     copy_stdin(recorded + ".stdin.");
+  }
 
   std::string line;
-  for (int i = 1; i < argc; ++i)
+  for (int i = 1; i < argc; ++i) {
     line += (i > 1 ? " " : "") + escaped(argv[i]);
+  }
   append_line(recorded + ".descriptors", descriptors);
   append_line(recorded, line);
   return behave(recorded + ".behaviour");

@@ -20,7 +20,9 @@ struct Checked {
 Checked check(const std::string& options) {
   FILE* pipe = popen(("ap-check " + options + " 2>&1").c_str(), "r");
   Checked checked;
-  for (char buffer[4096]; const std::size_t length = fread(buffer, 1, sizeof buffer, pipe);) {
+  char buffer[4096];
+  std::size_t length = 0;
+  while ((length = fread(buffer, 1, sizeof buffer, pipe)) > 0) {
     checked.output.append(buffer, length);
   }
   checked.status = WEXITSTATUS(pclose(pipe));

@@ -62,7 +62,7 @@ TEST_F(Command, RebootOverwritesWhatWaits) {
 
 TEST_F(Command, ANameIsTextForDatabaseAndShell) {
   configure("[settings]\n121 = 134\n");
-  sql("UPDATE AP_INFO.ap_list SET Name='a\\'b\\\\c\"$(touch /tmp/run)`touch /tmp/run`\\n'");
+  sql(R"(UPDATE AP_INFO.ap_list SET Name='a\'b\\c"$(touch /tmp/run)`touch /tmp/run`\n')");
   EXPECT_EQ(run_hook({"ap-command", "2", kMac}), 0);
   const std::string today = sql_value("SELECT DATE_FORMAT(NOW(), '%Y%m%d')");
   EXPECT_EQ(sql_value("SELECT Msg FROM CONNTRACK_LOG_" + today + ".ap_controller"),

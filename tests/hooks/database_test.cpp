@@ -1,6 +1,6 @@
-#include <signal.h>
 #include <sys/wait.h>
 
+#include <csignal>
 #include <thread>
 
 #include "db/connection.h"

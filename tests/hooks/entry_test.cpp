@@ -1,12 +1,10 @@
 #include <fcntl.h>
-#include <signal.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <regex>
 
 #include "support/appliance.h"
-
-using testing::Test;
 
 namespace {
 

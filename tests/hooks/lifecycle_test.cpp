@@ -16,7 +16,7 @@ class Lifecycle : public HookTest {
   static std::string story() {
     wait_for_helpers();
     std::string text;
-    const auto add = [&](const std::string& head, Lines lines) {
+    const auto add = [&](const std::string& head, const Lines& lines) {
       for (const std::string& line : lines) {
         text += head + line + "\n";
       }

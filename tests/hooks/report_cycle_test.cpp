@@ -1,5 +1,4 @@
-#include <signal.h>
-
+#include <csignal>
 #include <filesystem>
 #include <thread>
 

@@ -139,7 +139,7 @@ void trace_on(const std::string& key) {
 
 Lines trace_of(const std::string& key) {
   static const std::regex kHead(
-      "[0-9]{4}/[0-9]{2}/[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2} [0-9]+\\[([^:\\]]+):[0-9]+\\] ");
+      R"([0-9]{4}/[0-9]{2}/[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2} [0-9]+\[([^:\]]+):[0-9]+\] )");
   Lines lines;
   for (const std::string& line : lines_of(content("/database/ap/debug/" + key))) {
     std::smatch head;
@@ -169,7 +169,7 @@ void configure(const std::string& text) {
 
 std::string deliver_report(const std::string& text) {
   static int number = 0;
-  const std::string path = "/database/ap/reports/report-" + std::to_string(++number) + ".ini";
+  std::string path = "/database/ap/reports/report-" + std::to_string(++number) + ".ini";
   write_file(path, text);
   return path;
 }
