@@ -1,6 +1,7 @@
 #include "platform/firewall.h"
 
 #include <sstream>
+#include <thread>
 
 #include "child.h"
 
@@ -8,6 +9,21 @@ namespace {
 
 constexpr int kRunTextBehindArrow = 4;  // the only mode that the system uses
 constexpr std::string_view kArrow = "=> ";
+
+/// The exit status of iptables for "another one is at work", which it says at once. Then it is
+/// tried again: in a firmware round many APs are let in at the same moment.
+constexpr int kBusy = 4;
+constexpr int kTries = 20;
+constexpr std::chrono::milliseconds kPause{100};
+
+int run_firewall(const std::vector<std::string>& words) {
+  int status = run_child(words, "", kNoLimit);
+  for (int tries = 1; status == kBusy && tries < kTries; ++tries) {
+    std::this_thread::sleep_for(kPause);
+    status = run_child(words, "", kNoLimit);
+  }
+  return status;
+}
 
 }  // namespace
 
@@ -28,5 +44,5 @@ int my_iptables(int mode, const char* format, ...) {
   for (std::string word; line >> word;) {
     words.push_back(word);
   }
-  return words.empty() ? -1 : run_child(words, "", kNoLimit);
+  return words.empty() ? -1 : run_firewall(words);
 }

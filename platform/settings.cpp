@@ -1,5 +1,7 @@
 #include "platform/settings.h"
 
+#include <algorithm>
+#include <climits>
 #include <cstdlib>
 
 #include "store.h"
@@ -7,7 +9,8 @@
 namespace {
 
 int decimal(const std::optional<std::string>& text) {
-  return text ? static_cast<int>(std::strtol(text->c_str(), nullptr, 10)) : 0;
+  const long number = text ? std::strtol(text->c_str(), nullptr, 10) : 0;
+  return static_cast<int>(std::clamp<long>(number, INT_MIN, INT_MAX));
 }
 
 }  // namespace

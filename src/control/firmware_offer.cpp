@@ -4,9 +4,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
-
 #include "control/support_marker.h"
 #include "db/connection.h"
 #include "db/registry.h"
@@ -71,10 +68,8 @@ DownloadOffer download_offer(CommandType type, const std::string& base_name, int
 }
 
 bool is_ap_address(const std::string& address) {
-  std::array<unsigned char, sizeof(in6_addr)> bytes{};
-  return (inet_pton(AF_INET, address.c_str(), bytes.data()) == 1 ||
-          inet_pton(AF_INET6, address.c_str(), bytes.data()) == 1) &&
-         std::any_of(bytes.begin(), bytes.end(), [](unsigned char byte) { return byte != 0; });
+  in_addr bytes{};
+  return inet_pton(AF_INET, address.c_str(), &bytes) == 1 && bytes.s_addr != INADDR_ANY;
 }
 
 int wum_update_check(const std::string& ap_mac, const std::optional<std::string>& ap_ip,

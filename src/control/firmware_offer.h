@@ -21,7 +21,7 @@ struct DownloadOffer {
 /// longer than 511 bytes: nothing is cut.
 DownloadOffer download_offer(CommandType type, const std::string& base_name, int port);
 
-/// Whether `address` can name an AP in a firewall rule: an IPv4 or IPv6 address, not all zeros.
+/// Whether `address` can name an AP in a firewall rule, which takes IPv4: not all zeros.
 bool is_ap_address(const std::string& address);
 
 /// Prepares the download of `file_path` (its full path) by the AP, announced as a command of `type`

@@ -49,8 +49,9 @@ void settle_surroundings() {
   sigprocmask(SIG_SETMASK, &none, nullptr);
 
   setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1);
-  for (const char* name : {"IFS", "ENV", "BASH_ENV", "MYSQL_UNIX_PORT", "MYSQL_TCP_PORT",
-                           "MYSQL_HOME", "MARIADB_HOME", "MYSQL_GROUP_SUFFIX"}) {
+  for (const char* name : {"IFS", "ENV", "BASH_ENV", "MYSQL_UNIX_PORT", "MARIADB_UNIX_PORT",
+                           "MYSQL_TCP_PORT", "MYSQL_HOME", "MARIADB_HOME", "MYSQL_GROUP_SUFFIX",
+                           "MYSQL_PWD", "MARIADB_PLUGIN_DIR", "LIBMYSQL_PLUGINS", "OPENSSL_CONF"}) {
     unsetenv(name);
   }
 }

@@ -2,12 +2,12 @@
 
 #include <unistd.h>
 
+#include "control/traced_command.h"
 #include "db/schema.h"
 #include "lifecycle/connection_log.h"
 #include "lifecycle/push_notice.h"
 #include "platform/files.h"
 #include "platform/settings.h"
-#include "platform/shell.h"
 
 namespace {
 
@@ -37,9 +37,9 @@ void Announcement::send(const std::optional<std::string>& name,
     ap_notice_mail({event_, name, mac_, ip, std::nullopt, std::nullopt}, times_);
   }
   if (recipients_) {
-    ap_push_notice(*recipients_, message);
+    ap_push_notice(db_, *recipients_, message);
     if (event_ == NoticeEvent::leave) {
-      my_system("> %s/%s", kMarkers, mac_.c_str());
+      traced_command({"ap_down_record", mac_}, "> %s/%s", kMarkers, mac_.c_str());
     } else {
       my_rm("%s/%s", kMarkers, mac_.c_str());
     }

@@ -5,10 +5,10 @@
 #include <optional>
 #include <vector>
 
+#include "control/traced_command.h"
 #include "db/connection.h"
 #include "db/decimal.h"
 #include "platform/files.h"
-#include "platform/shell.h"
 #include "platform/text.h"
 #include "reports/channel_table.h"
 #include "reports/split.h"
@@ -184,7 +184,7 @@ void store_support_marker(SupportMarker marker, const std::string& mac) {
     case SupportMarker::keep:
       break;
     case SupportMarker::set:
-      my_system("> %s/%s.update", kSupportDirectory, mac.c_str());
+      traced_command({"ap_info_load", mac}, "> %s/%s.update", kSupportDirectory, mac.c_str());
       break;
     case SupportMarker::clear:
       my_rm("%s/%s.update", kSupportDirectory, mac.c_str());

@@ -1,12 +1,13 @@
 #include "lifecycle/connection_log.h"
 
 #include "control/shell_word.h"
+#include "control/traced_command.h"
 #include "db/schema.h"
 #include "platform/settings.h"
-#include "platform/shell.h"
 
 namespace {
 
+constexpr const char* kOperation = "ap_connection_log";
 constexpr const char* kProgram = "ap-run";
 constexpr int kPrioritySetting = 121;
 
@@ -17,7 +18,7 @@ void ap_connection_log(Connection& db, const std::optional<std::string>& message
     return;
   }
   if (const std::optional<std::string> escaped = my_sqlescape(*message)) {
-    db.run(Step("ap_connection_log"),
+    db.run(Step(kOperation),
            "INSERT INTO `%s_%s`.`%s` (`STime`, `Program`, `Type`, `Msg`) "
            "VALUES (NOW(), '%s', %d, '%s')",
            CONNTRACK_LOG, my_getDate(0).c_str(), CONNTRACK_LOG_TABLE[type], kProgram, type,
@@ -26,6 +27,7 @@ void ap_connection_log(Connection& db, const std::optional<std::string>& message
   static constexpr const char* kForward =
       "/usr/sbin/send_logmsg -u -d %s -t %s -m \"<%d>[ Connection Log - AP Controller ] %s\" > "
       "/dev/null &";
-  my_system(kForward, CONNTRACK_LOG, CONNTRACK_LOG_TABLE[kApControllerLog], RI(kPrioritySetting),
-            within_double_quotes(*message).c_str());
+  traced_command({kOperation, db.key()}, kForward, CONNTRACK_LOG,
+                 CONNTRACK_LOG_TABLE[kApControllerLog], RI(kPrioritySetting),
+                 within_double_quotes(*message).c_str());
 }

@@ -17,7 +17,7 @@ constexpr const char* kOperation = "ap_up_register";
 struct Join {
   std::string ip;
   std::string mac;
-  const Capability& capability;
+  Capability capability;
 };
 
 /// What the registry has of an AP.
@@ -116,11 +116,14 @@ void ap_up_register(const std::string& ip, const std::string& mac, const Capabil
   if (!rows) {
     return;
   }
-  const Join join{ip, mac, capability};
+  Join join{ip, mac, capability};
   std::optional<KnownAp> ap = known_ap(std::move(rows));
   if (!ap) {
     if (insert(db, join) == 0) {
-      ap = known_ap(look_up(db, mac));  // another process may have been quicker
+      // Another process may have been quicker. Only one of the two has read what the AP says of
+      // itself, so for an AP that was new a moment ago all of it is written.
+      ap = known_ap(look_up(db, mac));
+      join.capability.refresh = capability.initial + capability.refresh;
     }
     if (!ap) {
       Announcement(db, NoticeEvent::join, mac).send(std::nullopt, ip);

@@ -33,6 +33,7 @@ void record_leave(Connection& db, const std::string& mac) {
                   .rows();
   const std::optional<Row> row = rows.next();
   if (!row) {
+    db.note(Step(kOperation), "no matched.");
     return;
   }
   if ((*row)[2]) {

@@ -10,4 +10,4 @@
 [[nodiscard]] Question ap_push_recipients(Connection& db);
 
 /// Starts the push program for each of them, in the background.
-void ap_push_notice(const Question& recipients, const std::string& message);
+void ap_push_notice(const Connection& db, const Question& recipients, const std::string& message);

@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <optional>
 
 #include "platform/settings.h"
@@ -17,6 +18,7 @@ constexpr in_addr_t kGroup = 0xE0000064;  // 224.0.0.100
 constexpr in_port_t kPort = 10235;
 
 constexpr const char* kNumberOfPorts = "SYSTEM_PORT_NUM";
+constexpr int kMostPorts = 4096;  // far beyond any appliance: a slip in the settings ends, too
 constexpr int kBridgedPortSetting = 41;
 constexpr int kTunnelMode = 1;  // of a port that belongs to bridge 0
 constexpr const char* kTunnelBridge = "brgre";
@@ -47,7 +49,8 @@ void scan_announce() {
   if (udp < 0) {
     return;
   }
-  for (int port = 1; port <= RETURN_DEF_INT(kNumberOfPorts); ++port) {
+  const int ports = std::min(RETURN_DEF_INT(kNumberOfPorts), kMostPorts);
+  for (int port = 1; port <= ports; ++port) {
     if (const std::optional<PortRecord> record = interface_read_shm(port)) {
       send_through(udp, scan_device(*record, RS(kBridgedPortSetting)), *body);
     }

@@ -87,7 +87,7 @@ Attempt store_foreign(Connection& db, int sn, const cell_record& cell) {
       "INSERT INTO `%s`.`illegal` (`utime`, `ap_sn`, `mac`, `essid`, `mode`, `channel`, "
       "`quality`, `signal`, `noise`, `encryption`) VALUES (NOW(), '%d', UPPER('%s'), '%s', %u, "
       "%u, '%s', '%s', '%s', %u) ON DUPLICATE KEY UPDATE `utime`=NOW(), "
-      "`ap_sn`=IF(FIND_IN_SET('%d', `ap_sn`) > 0, `ap_sn`, CONCAT(`ap_sn`, ',%d')), "
+      "`ap_sn`=IF(FIND_IN_SET('%d', `ap_sn`) > 0, `ap_sn`, CONCAT_WS(',', `ap_sn`, '%d')), "
       "`essid`=VALUES(`essid`), `mode`=VALUES(`mode`), `channel`=VALUES(`channel`), "
       "`quality`=VALUES(`quality`), `signal`=VALUES(`signal`), `noise`=VALUES(`noise`), "
       "`encryption`=VALUES(`encryption`)",

@@ -115,6 +115,14 @@ TEST_F(Database, ConnectionsAreLaxAndLatin1) {
   EXPECT_EQ(first_text(db.ask(untraced, "SELECT COUNT(*) FROM AP_INFO.ap_profile").rows()), "0");
 }
 
+TEST_F(Database, NoServersModeChangesEscaping) {
+  register_ap(1, kMac, "Lobby");
+  sql("SET GLOBAL sql_mode='NO_BACKSLASH_ESCAPES'");
+  EXPECT_EQ(run_hook({"ap-command", "10", "-", "\\') OR 1=1 -- "}), 0);
+  sql("SET GLOBAL sql_mode=DEFAULT");
+  EXPECT_EQ(sql_value("SELECT action FROM AP_INFO.ap_list"), "0");
+}
+
 TEST_F(Database, OptionFileNamesTheServerAndTheCharacterSet) {
   write_file("/etc/ap-run/database.cnf",
              "[client]\nuser=hook\npassword=secret\n[ap-run]\ndefault-character-set=utf8mb4\n");

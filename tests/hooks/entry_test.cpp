@@ -99,7 +99,7 @@ TEST_F(Entry, InheritedSurprisesChangeNothing) {
     sigfillset(&all);
     sigprocmask(SIG_BLOCK, &all, nullptr);
     setenv("PATH", "/nowhere", 1);
-    setenv("MYSQL_UNIX_PORT", "/nowhere", 1);
+    setenv("MARIADB_UNIX_PORT", "/nowhere", 1);
     setenv("IFS", "/", 1);
     setenv("LC_ALL", "tr_TR.UTF-8", 1);
     for (int standard = 0; standard < 3; ++standard) {

@@ -79,12 +79,12 @@ TEST_F(Firmware, ACapableApIsOfferedFilesForDownload) {
   EXPECT_EQ(offer_of("ap-2.1.bin"), offer("3", kImage, kAddress));
   EXPECT_EQ(state(), "2|0|0.0.0.0|" + kImage);
   const Lines trace = trace_of(kMac);
-  ASSERT_EQ(trace.size(), 6U);
+  ASSERT_EQ(trace.size(), 7U);
   EXPECT_TRUE(trace[0].starts_with("get_ap_name_by_mac: ")) << trace[0];
   EXPECT_TRUE(trace[1].ends_with("11, 'AP Lobby updated.')")) << trace[1];
-  EXPECT_TRUE(trace[2].starts_with("get_ap_ip_by_mac: ")) << trace[2];
-  EXPECT_EQ(trace[3], "setAction: Called by func(command), action: 2 " + kImage);
-  EXPECT_TRUE(trace[5].starts_with("ap_conf_set: [command]\ntype=3\n")) << trace[5];
+  EXPECT_TRUE(trace[3].starts_with("get_ap_ip_by_mac: ")) << trace[3];
+  EXPECT_EQ(trace[4], "setAction: Called by func(command), action: 2 " + kImage);
+  EXPECT_TRUE(trace[6].starts_with("ap_conf_set: [command]\ntype=3\n")) << trace[6];
 
   write_file(slot_of(kMac), "an ordinary command does not hold downloads up");
   fs::create_directories("/firmware/next");
@@ -98,6 +98,16 @@ TEST_F(Firmware, ACapableApIsOfferedFilesForDownload) {
   EXPECT_EQ(offer_of(kSyncName), offer("8", kSync, kAddress));
   EXPECT_EQ(calls_of("wum"), Lines{});
   EXPECT_EQ(controller_calls(), Lines{});
+}
+
+TEST_F(Firmware, ABusyFirewallIsAskedAgain) {
+  support_downloads();
+  write_file("/recorded/iptables.behaviour", "exit 4\n");
+  const pid_t hook = start_hook(kBringImage);
+  EXPECT_TRUE(eventually([] { return calls_of("iptables").size() >= 2; }));
+  fs::remove("/recorded/iptables.behaviour");
+  EXPECT_EQ(finish(hook), 0);
+  EXPECT_EQ(offer_of("ap-2.1.bin"), offer("3", kImage, kAddress));
 }
 
 TEST_F(Firmware, AnotherApGetsItsImageThroughTheToolAndAfterThatItsSyncFile) {

@@ -17,11 +17,11 @@ TEST(DownloadOffer, IsRefusedBeyondItsLimits) {
 }
 
 TEST(ApAddress, IsOneWordThatNamesAHost) {
-  for (const char* good : {"192.168.1.20", "0.0.0.1", "fe80::1"}) {
+  for (const char* good : {"192.168.1.20", "0.0.0.1"}) {
     EXPECT_TRUE(is_ap_address(good)) << good;
   }
   for (const char* bad : {"", "0.0.0.0", "::", "1.2.3", "1.2.3.4 -j DROP", " 1.2.3.4", "1.2.3.4\n",
-                          "-6", "1.2.3.0/8", "host", "fe80::1%eth0"}) {
+                          "-6", "1.2.3.0/8", "host", "fe80::1"}) {
     EXPECT_FALSE(is_ap_address(bad)) << bad;
   }
 }
