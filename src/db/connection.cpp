@@ -116,6 +116,9 @@ Question Connection::ask_ahead(const Step& step, const char* format, ...) {
 }
 
 void Connection::note(const Step& step, const char* format, ...) const {
+  if (!is_tracing()) {
+    return;
+  }
   std::va_list values;
   va_start(values, format);
   trace(step, my_format(format, values).value_or(""));

@@ -15,6 +15,9 @@ constexpr const char* kOperation = "ap_release_block_rule";
 /// Line marker under which the lists of stations are traced.
 constexpr int kAtNeighbour = 489;
 
+/// Refused stations that are asked about at once: about as many as can be sent ahead.
+constexpr std::size_t kAtOnce = 32;
+
 /// A refused station, with what has been asked about it ahead of its place in the trace.
 struct Refused {
   std::string mac;
@@ -23,11 +26,16 @@ struct Refused {
   std::optional<Question> asked_neighbours;
 };
 
-/// Asks for the SSIDs of all refused stations at once, then for the neighbours on them.
+/// Takes the next rows and asks for the SSIDs of all their stations at once, then for the
+/// neighbours on them. Empty when there are no more rows.
 std::vector<Refused> inquire(Connection& db, int sn, Rows& blocks) {
   std::vector<Refused> all;
-  for (const Row& row : blocks) {
-    all.push_back({row.text(1), ask_profile_ssid(db, row.number(0)), {}, {}});
+  while (all.size() < kAtOnce) {
+    const std::optional<Row> row = blocks.next();
+    if (!row) {
+      break;
+    }
+    all.push_back({row->text(1), ask_profile_ssid(db, row->number(0)), {}, {}});
   }
   for (Refused& refused : all) {
     refused.ssid = profile_ssid(refused.asked_ssid);
@@ -65,6 +73,16 @@ bool serves(Connection& db, int neighbour, const Refused& refused) {
   return found;
 }
 
+/// Whether no neighbour serves the station. One whose SSID is not known stays refused.
+bool may_come_back(Connection& db, const Refused& refused) {
+  refused.asked_ssid.trace();
+  if (!refused.ssid) {
+    return false;
+  }
+  const auto found = [&](int neighbour) { return serves(db, neighbour, refused); };
+  return !serving_neighbour(neighbours_of(db, refused), found);
+}
+
 }  // namespace
 
 void ap_client_count(Connection& db, int other_sn) {
@@ -97,16 +115,13 @@ std::optional<std::string> ap_release_block_rule(Connection& db, const std::stri
     db.note(first, "no matched.");
   }
   NumberedLines lines("release");
-  for (const Refused& refused : inquire(db, sn, blocks)) {
-    refused.asked_ssid.trace();
-    if (!refused.ssid) {
-      continue;
-    }
-    const auto found = [&](int neighbour) { return serves(db, neighbour, refused); };
-    if (!serving_neighbour(neighbours_of(db, refused), found)) {
-      ap_block_remove_client(mac, refused.mac, kOperation);
-      lines.add(refused.mac);
-      db.note(Step(kOperation, "(2/2) "), "@@ %s", lines.text().c_str());
+  for (auto some = inquire(db, sn, blocks); !some.empty(); some = inquire(db, sn, blocks)) {
+    for (const Refused& refused : some) {
+      if (may_come_back(db, refused)) {
+        ap_block_remove_client(mac, refused.mac, kOperation);
+        lines.add(refused.mac);
+        db.note(Step(kOperation, "(2/2) "), "@@ %s", lines.text().c_str());
+      }
     }
   }
   db.close();

@@ -27,6 +27,10 @@ constexpr int kLinkThreshold = 20;
 /// Another AP that is heard above this level, in dBm, is near enough to take a station over.
 constexpr int kNeighbourSignal = -70;
 
+/// Candidates that are asked about at once: about as many as can be sent ahead, so that what is kept
+/// of them does not grow with the AP.
+constexpr std::size_t kAtOnce = 32;
+
 /// Bytes of a text column that a record keeps.
 constexpr std::size_t kLongestText = 19;
 
@@ -194,7 +198,7 @@ std::string ap_block_snr_rule(Connection& db, const Question& asked, int sn, int
   NumberedLines lines("block");
   for (std::size_t done = 0; done < candidates.size() && lines.count() < ret;) {
     const auto room = static_cast<std::size_t>(ret - lines.count());
-    const std::size_t run = std::min(candidates.size() - done, room);
+    const std::size_t run = std::min({candidates.size() - done, room, kAtOnce});
     work_off(db, sn, ret, Candidates(candidates).subspan(done, run), lines);
     done += run;
   }

@@ -35,12 +35,19 @@ int get_ap_client_amount(Connection& db, int sn) {
   return get_ap_client_amount(db, ask_ap_client_amount(db, sn));
 }
 
-Question ask_block_list(Connection& db) {
+std::optional<Question> ask_block_list(Connection& db) {
+  if (!is_tracing()) {
+    return std::nullopt;
+  }
   return db.ask(untraced, "SELECT `mac`, `refer_ap_sn` FROM `%s`.`block`", AP_CLIENT);
 }
 
-void ap_block_count(Connection& db, const Question& asked, const char* caller, int caller_line) {
-  Rows rows = asked.rows();
+void ap_block_count(Connection& db, const std::optional<Question>& asked, const char* caller,
+                    int caller_line) {
+  if (!asked) {
+    return;
+  }
+  Rows rows = asked->rows();
   const int count = static_cast<int>(rows.count());
   int number = 0;
   for (const Row& row : rows) {

@@ -17,9 +17,10 @@ int get_ap_client_amount(Connection& db, int sn);
 int get_ap_client_amount(Connection& db, const Question& asked);
 
 /// Writes the whole block table, as `asked`, to the trace, in the name and with the line marker of
-/// the caller.
-[[nodiscard]] Question ask_block_list(Connection& db);
-void ap_block_count(Connection& db, const Question& asked, const char* caller, int caller_line);
+/// the caller. While tracing is off it is not asked for.
+[[nodiscard]] std::optional<Question> ask_block_list(Connection& db);
+void ap_block_count(Connection& db, const std::optional<Question>& asked, const char* caller,
+                    int caller_line);
 
 /// Whether the station is refused by any AP: the question, asked ahead, its answer, and the trace
 /// of both.

@@ -1,5 +1,6 @@
 #include "steering/load_balance.h"
 
+#include <optional>
 #include <vector>
 
 #include "db/connection.h"
@@ -83,7 +84,7 @@ std::optional<std::string> ap_load_balance_rule(const std::string& mac, ReleaseA
   if (!db) {
     return std::nullopt;
   }
-  const Question blocks = ask_block_list(db);
+  const std::optional<Question> blocks = ask_block_list(db);
   const int sn = get_ap_sn_by_mac(db, mac);
   const int amount = get_ap_client_amount(db, sn);
   ap_block_count(db, blocks, kOperation, kAtStart);
