@@ -4,8 +4,7 @@
 #include <string_view>
 
 /// `text` as one word of a shell command line: as it is when it is made of A-Z a-z 0-9 . _ : / + @
-/// % = , - alone and not empty, else between single quotes. Quoting is only for what the shell
-/// gets; traces show the value as it is.
+/// % = , - alone and not empty, else between single quotes.
 std::string shell_word(std::string_view text);
 
 /// `text` for between the double quotes of a shell command line, where it comes out byte for byte:

@@ -7,6 +7,7 @@
 #include "control/command_file.h"
 #include "control/firmware_offer.h"
 #include "control/shell_word.h"
+#include "control/traced_command.h"
 #include "control/update_tool.h"
 #include "db/registry.h"
 #include "db/schema.h"
@@ -40,8 +41,9 @@ std::optional<std::string> pending_firmware(const std::string& mac) {
 
 void resume_update(const std::string& firmware, const std::string& mac) {
   my_mysql_release();
-  my_system("/usr/sbin/ap-command %d %s %s", static_cast<int>(CommandType::firmware),
-            shell_word(firmware).c_str(), mac.c_str());
+  traced_command({kOperation, mac}, "/usr/sbin/ap-command %d %s %s",
+                 static_cast<int>(CommandType::firmware), shell_word(firmware).c_str(),
+                 mac.c_str());
 }
 
 void bring_sync_file(const std::string& ip, const std::string& mac) {
@@ -50,11 +52,8 @@ void bring_sync_file(const std::string& ip, const std::string& mac) {
     return;
   }
   kill_update_tool(mac, std::nullopt);
-  static constexpr const char* kUpdate =
-      "/usr/sbin/wum -c update -m %s -i %s -t %d > /dev/null 2>&1 &";
-  const int type = static_cast<int>(CommandType::sync);
-  ap_debug_log({kOperation, mac}, kUpdate, mac.c_str(), file.c_str(), type);
-  my_system(kUpdate, mac.c_str(), file.c_str(), type);
+  traced_command({kOperation, mac}, "/usr/sbin/wum -c update -m %s -i %s -t %d > /dev/null 2>&1 &",
+                 mac.c_str(), file.c_str(), static_cast<int>(CommandType::sync));
 }
 
 }  // namespace
