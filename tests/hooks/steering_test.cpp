@@ -205,7 +205,7 @@ TEST_F(Office, IsSteeredByItsReports) {
   configure("[controller]\ndefault_profile_sn = 1,2,3\n[settings]\n79 = 1\n91 = 1\n");
   std::string told;
   const std::string floor[] = {"lobby", "open-space", "meeting", "canteen"};
-  for (const std::size_t ap : {0, 1, 2, 0, 1, 2, 3, 0, 1, 2, 0}) {
+  for (const std::size_t ap : {0U, 1U, 2U, 0U, 1U, 2U, 3U, 0U, 1U, 2U, 0U}) {
     const std::string mac = M("00:00:5E:00:53:%zu0", ap + 1);
     const std::string path = deliver_report(content("/source/lab/reports/" + floor[ap] + ".ini"));
     EXPECT_EQ(run_hook({"ap-command", "1", path, kAddress, mac}), 0);
