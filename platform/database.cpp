@@ -29,8 +29,7 @@ MYSQL* escaping_handle() {
   if (!sessions().empty()) {
     return sessions().front()->handle();
   }
-  static const std::unique_ptr<MYSQL, void (*)(MYSQL*)> unconnected(mysql_init(nullptr),
-                                                                    mysql_close);
+  static const std::unique_ptr<MYSQL, void (*)(MYSQL*)> unconnected(new_handle(), mysql_close);
   return unconnected.get();
 }
 

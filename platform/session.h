@@ -20,6 +20,10 @@ struct MyResult {
   MyResult& operator=(const MyResult&) = delete;
 };
 
+/// A handle of the client library, not connected, that belongs to the caller (mysql_close); null when
+/// memory is short.
+MYSQL* new_handle();
+
 /// One connection to the server. Statements are sent ahead of their answers; answers come back in
 /// the order of the statements, and rows that nobody has asked for yet are kept under their ticket.
 struct MySession {
