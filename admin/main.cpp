@@ -22,16 +22,7 @@ constexpr const char* kUsage =
     "The exit status is 0 when all is well, 1 when there are warnings, 2 when there are problems that\n"
     "keep the program from working, 64 when the command line is wrong.\n";
 
-/// The hooks do not let these lead the database client elsewhere, so neither do we.
-void forget_client_variables() {
-  for (const char* name :
-       {"MYSQL_UNIX_PORT", "MYSQL_TCP_PORT", "MYSQL_HOME", "MARIADB_HOME", "MYSQL_GROUP_SUFFIX"}) {
-    unsetenv(name);
-  }
-}
-
 CheckReport check() {
-  forget_client_variables();
   CheckReport report;
   report.version = AP_RUN_VERSION;
   report.settings = effective_settings();

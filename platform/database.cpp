@@ -19,15 +19,15 @@ MySession* live_session() {
   std::erase_if(all,
                 [](const auto& session) { return session->holders == 0 && !session->alive(); });
   const auto live =
-      std::find_if(all.begin(), all.end(), [](const auto& session) { return session->alive(); });
-  return live == all.end() ? nullptr : live->get();
+      std::find_if(all.rbegin(), all.rend(), [](const auto& session) { return session->alive(); });
+  return live == all.rend() ? nullptr : live->get();
 }
 
 /// Knows the character set. Without a connection a handle that was never connected serves: it
 /// escapes by the rules of latin1, as our connections do.
 MYSQL* escaping_handle() {
   if (!sessions().empty()) {
-    return sessions().front()->handle();
+    return sessions().back()->handle();
   }
   static const std::unique_ptr<MYSQL, void (*)(MYSQL*)> unconnected(new_handle(), mysql_close);
   return unconnected.get();

@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "child.h"
+#include "platform/database.h"
 
 namespace {
 
@@ -13,12 +14,14 @@ constexpr std::string_view kArrow = "=> ";
 /// The exit status of iptables for "another one is at work", which it says at once. Then it is
 /// tried again: in a firmware round many APs are let in at the same moment.
 constexpr int kBusy = 4;
-constexpr int kTries = 20;
+constexpr int kMostPauses = 20;  // in all that a process does
 constexpr std::chrono::milliseconds kPause{100};
 
 int run_firewall(const std::vector<std::string>& words) {
+  static int pauses = 0;
   int status = run_child(words, "", kNoLimit);
-  for (int tries = 1; status == kBusy && tries < kTries; ++tries) {
+  for (; status == kBusy && pauses < kMostPauses; ++pauses) {
+    my_mysql_release();
     std::this_thread::sleep_for(kPause);
     status = run_child(words, "", kNoLimit);
   }

@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <fstream>
 #include <thread>
 
 #include "wait_budget.h"
@@ -39,19 +41,41 @@ MyFate fate_of(unsigned int error) {
 
 using Clock = std::chrono::steady_clock;
 
-bool has_option_file() {
-  return access(kOptionFile, R_OK) == 0;
+/// Nothing but the option file leads the client library anywhere.
+void forget_variables() {
+  for (const char* name : {"MYSQL_UNIX_PORT", "MARIADB_UNIX_PORT", "MYSQL_TCP_PORT", "MYSQL_HOME",
+                           "MARIADB_HOME", "MYSQL_GROUP_SUFFIX", "MYSQL_PWD", "MARIADB_PLUGIN_DIR",
+                           "LIBMYSQL_PLUGINS", "OPENSSL_CONF"}) {
+    unsetenv(name);
+  }
 }
 
-/// The client library starts its TLS library with everything that this has, whether or not a
-/// connection wants TLS: tables of names and error texts, a configuration file, and at the exit the
-/// freeing of it all. That is three quarters of what a short hook has the processor do. What has
-/// been declined before stays away; without an option file nothing asks for TLS.
+/// Whether the option file may ask for TLS: an option whose name or value speaks of it, or another
+/// file that is read as well.
+bool may_ask_for_tls() {
+  std::ifstream file(kOptionFile);
+  for (std::string line; std::getline(file, line);) {
+    const std::size_t start = line.find_first_not_of(" \t");
+    if (start == std::string::npos || line[start] == '#' || line[start] == ';') {
+      continue;
+    }
+    if (line[start] == '!' || line.find("ssl") != std::string::npos ||
+        line.find("tls") != std::string::npos) {
+      return true;
+    }
+  }
+  return false;
+}
+
+/// The client library (of Debian 12) starts its TLS library with everything that this has, whether
+/// or not a connection wants TLS: tables of names and error texts, a configuration file, and at the
+/// exit the freeing of it all. That is three quarters of what a short hook has the processor do.
+/// What has been declined before stays away.
 void start_tls_library() {
   constexpr std::uint64_t kWithoutTls =
       OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_NO_LOAD_CRYPTO_STRINGS |
       OPENSSL_INIT_NO_ADD_ALL_CIPHERS | OPENSSL_INIT_NO_ADD_ALL_DIGESTS;
-  OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT | (has_option_file() ? 0 : kWithoutTls), nullptr);
+  OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT | (may_ask_for_tls() ? 0 : kWithoutTls), nullptr);
 }
 
 void set_options(MYSQL* mysql, Clock::duration connect_limit) {
@@ -61,7 +85,7 @@ void set_options(MYSQL* mysql, Clock::duration connect_limit) {
   const unsigned int connect_seconds = std::max(seconds(connect_limit), 1U);  // 0: no limit
   const unsigned int answer_seconds = seconds(kAnswerLimit);
   const unsigned int off = 0;
-  if (has_option_file()) {
+  if (access(kOptionFile, R_OK) == 0) {
     mysql_options(mysql, MYSQL_READ_DEFAULT_FILE, kOptionFile);
     mysql_options(mysql, MYSQL_READ_DEFAULT_GROUP, kOptionGroup);
   }
@@ -107,8 +131,12 @@ MYSQL* connect_by(Clock::time_point end) {
 }  // namespace
 
 MYSQL* new_handle() {
-  start_tls_library();
-  return mysql_init(nullptr);
+  static const bool is_prepared = [] {
+    forget_variables();
+    start_tls_library();
+    return true;
+  }();
+  return is_prepared ? mysql_init(nullptr) : nullptr;
 }
 
 std::unique_ptr<MySession> MySession::connect() {

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "child.h"
+#include "platform/database.h"
 
 namespace {
 
@@ -21,6 +22,7 @@ std::optional<std::string> emptied_file(const std::string& line) {
 
 /// Does as the shell does, and returns the status with which it would end.
 int empty_file(const std::string& file) {
+  my_mysql_settle();
   constexpr int kShellFailure = 2;
   constexpr mode_t kEverybody = 0666;  // less the umask
   const int descriptor = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kEverybody);

@@ -33,7 +33,7 @@ std::string_view invocation_name(const char* path) {
 /// Gives the process the same surroundings whoever starts it. A file must not be opened under the
 /// number of a standard descriptor that came closed; an inherited signal setting must not end us at
 /// a broken pipe or a file that reached its size limit, or hide that a child has ended; no variable
-/// may lead the shell or the database client elsewhere.
+/// may lead the shell elsewhere.
 void settle_surroundings() {
   for (int standard = STDIN_FILENO; standard <= STDERR_FILENO; ++standard) {
     if (fcntl(standard, F_GETFD) < 0) {
@@ -49,9 +49,7 @@ void settle_surroundings() {
   sigprocmask(SIG_SETMASK, &none, nullptr);
 
   setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1);
-  for (const char* name : {"IFS", "ENV", "BASH_ENV", "MYSQL_UNIX_PORT", "MARIADB_UNIX_PORT",
-                           "MYSQL_TCP_PORT", "MYSQL_HOME", "MARIADB_HOME", "MYSQL_GROUP_SUFFIX",
-                           "MYSQL_PWD", "MARIADB_PLUGIN_DIR", "LIBMYSQL_PLUGINS", "OPENSSL_CONF"}) {
+  for (const char* name : {"IFS", "ENV", "BASH_ENV"}) {
     unsetenv(name);
   }
 }

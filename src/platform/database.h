@@ -36,7 +36,7 @@ struct MyRow {
   unsigned int columns = 0;
 };
 
-/// Opens `connection`; `reserved` is 0. Returns 0, or a negative number when there is no server
+/// Opens `connection`; `reserved` is 0. No environment variable leads to another server. Returns 0, or a negative number when there is no server
 /// connection to be had (then nothing needs closing). Waits at most 3 seconds for a server that is
 /// silent, 10 for one that has all its connections given away; after that, or when the process has
 /// waited 20 seconds in all for the database, it fails at once.
