@@ -2,8 +2,10 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
+#include <fstream>
 #include <set>
 
 #include "db/connection.h"
@@ -72,14 +74,35 @@ Schema read_schema(const Question& columns, const Question& keys) {
   return schema;
 }
 
-Findings check_option_file() {
-  struct stat info {};
-  if (stat(kOptionFile, &info) != 0 || (info.st_mode & S_IROTH) == 0) {
-    return {};
+/// Whether the option file names the option alone on a line, without a value.
+bool has_bare_option(const std::string& option) {
+  std::ifstream file(kOptionFile);
+  for (std::string line; std::getline(file, line);) {
+    std::erase_if(line, [](char c) { return c == ' ' || c == '\t' || c == '\r'; });
+    std::replace(line.begin(), line.end(), '_', '-');
+    if (line == option) {
+      return true;
+    }
   }
-  return {{Severity::warning, "option-file-open",
-           M("%s, which may hold a password, can be read by every user.", kOptionFile),
-           M("Run chmod 640 %s.", kOptionFile)}};
+  return false;
+}
+
+Findings check_option_file() {
+  Findings findings;
+  struct stat info {};
+  if (stat(kOptionFile, &info) == 0 && (info.st_mode & S_IROTH) != 0) {
+    findings.push_back({Severity::warning, "option-file-open",
+                        M("%s, which may hold a password, can be read by every user.", kOptionFile),
+                        M("Run chmod 640 %s.", kOptionFile)});
+  }
+  if (has_bare_option("ssl-verify-server-cert")) {
+    findings.push_back({Severity::warning, "server-not-verified",
+                        M("%s has ssl-verify-server-cert without a value, which the client library "
+                          "takes for off: any certificate of the authority passes.",
+                          kOptionFile),
+                        "Write ssl-verify-server-cert = 1."});
+  }
+  return findings;
 }
 
 Findings check_tables(const Schema& schema, const Question& databases) {
