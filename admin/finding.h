@@ -6,7 +6,7 @@
 // What a check has to say. A check is a function that returns its findings and changes nothing.
 
 /// `note`: all works, but could do better. `warning`: something is lost or will be, the rest works.
-/// `problem`: the program cannot do its work.
+/// `problem`: the program cannot do its work. Their numbers are the exit statuses.
 enum class Severity { note, warning, problem };
 
 struct Finding {

@@ -20,8 +20,8 @@ struct MyResult {
   MyResult& operator=(const MyResult&) = delete;
 };
 
-/// A handle of the client library, not connected, that belongs to the caller (mysql_close); null when
-/// memory is short.
+/// A handle of the client library, not connected, that belongs to the caller (mysql_close); null
+/// when memory is short.
 MYSQL* new_handle();
 
 /// One connection to the server. Statements are sent ahead of their answers; answers come back in

@@ -36,10 +36,11 @@ struct MyRow {
   unsigned int columns = 0;
 };
 
-/// Opens `connection`; `reserved` is 0. No environment variable leads to another server. Returns 0, or a negative number when there is no server
-/// connection to be had (then nothing needs closing). Waits at most 3 seconds for a server that is
-/// silent, 10 for one that has all its connections given away; after that, or when the process has
-/// waited 20 seconds in all for the database, it fails at once.
+/// Opens `connection`; `reserved` is 0. No environment variable leads to another server. Returns 0,
+/// or a negative number when there is no server connection to be had (then nothing needs closing).
+/// Waits at most 3 seconds for a server that is silent, 10 for one that has all its connections given
+/// away; after that, or when the process has waited 20 seconds in all for the database, it fails at
+/// once.
 int my_mysql_connect(MyConnection& connection, int reserved);
 
 /// Sends one statement, formatted as printf does, and returns its ticket.
@@ -73,8 +74,8 @@ void my_mysql_free_result(MyResult* result);
 /// statement failed or made no row with such a number.
 std::uint64_t my_mysql_insert_id(MyConnection& connection);
 
-/// Gives the connection back; the last to do so collects what is outstanding. Returns 0, or a negative number when
-/// the server had dropped it.
+/// Gives the connection back; the last to do so collects what is outstanding. Returns 0, or a
+/// negative number when the server had dropped it.
 int my_mysql_close(MyConnection& connection);
 
 /// Collects every outstanding answer of the process. Whatever acts outside the database on the

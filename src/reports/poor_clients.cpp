@@ -44,13 +44,11 @@ void store(Connection& db, int sn, const Rows& known, const poor_client_record& 
   }
 }
 
-/// A band's profile list as it was read last. It is read anew for each client; what it was tells
-/// which rows are worth asking for already.
-using LastList = std::string;
-
-/// Stores clients of which none comes twice in a slot; their look-ups go out together.
+/// Stores clients of which none comes twice; their look-ups go out together. The band's profile list
+/// is read anew for each; what it was, `last_list`, tells whether their rows are worth asking for
+/// already.
 void store_together(Connection& db, const std::string& mac, int sn, Band band, int slot,
-                    std::span<const poor_client_record> clients, LastList& last_list) {
+                    std::span<const poor_client_record> clients, std::string& last_list) {
   std::vector<Question> lists;
   std::vector<std::optional<Question>> known(clients.size());
   for (std::size_t i = 0; i < clients.size(); ++i) {
@@ -74,7 +72,7 @@ void store_together(Connection& db, const std::string& mac, int sn, Band band, i
 /// Stores the clients of a band, once for each of its slots.
 void store_band(Connection& db, const std::string& mac, int sn, Band band,
                 std::span<const poor_client_record> clients) {
-  LastList last_list;
+  std::string last_list;
   for (int slot = 1; slot <= kSlots; ++slot) {
     for (auto left = clients; !left.empty();) {
       const std::size_t together = count_together(left, &poor_client_record::mac);

@@ -27,8 +27,8 @@ constexpr int kLinkThreshold = 20;
 /// Another AP that is heard above this level, in dBm, is near enough to take a station over.
 constexpr int kNeighbourSignal = -70;
 
-/// Candidates that are asked about at once: about as many as can be sent ahead, so that what is kept
-/// of them does not grow with the AP.
+/// Candidates that are asked about at once: about as many as can be sent ahead, so that what is
+/// kept of them does not grow with the AP.
 constexpr std::size_t kAtOnce = 32;
 
 /// Bytes of a text column that a record keeps.
