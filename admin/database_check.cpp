@@ -9,11 +9,11 @@
 #include <set>
 
 #include "db/connection.h"
-#include "db/decimal.h"
 #include "db/schema.h"
 #include "needed_schema.h"
 #include "platform/text.h"
 #include "session.h"
+#include "values/decimal.h"
 
 namespace {
 

@@ -9,11 +9,11 @@
 #include <memory>
 #include <set>
 
-#include "db/decimal.h"
 #include "platform/files.h"
 #include "platform/settings.h"
 #include "platform/text.h"
 #include "store.h"
+#include "values/decimal.h"
 
 extern "C" {
 #include <iniparser/iniparser.h>

@@ -3,14 +3,14 @@
 #include <fstream>
 #include <map>
 
-#include "control/shell_word.h"
 #include "db/connection.h"
-#include "entry/trace_log.h"
 #include "figures.h"
 #include "platform/text.h"
-#include "reports/channel_table.h"
 #include "reports/report.h"
 #include "sections.h"
+#include "trace/trace_log.h"
+#include "values/channel_table.h"
+#include "values/shell_word.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <cstdio>
 #include <ctime>
 
-#include "entry/trace_log.h"
 #include "platform/database.h"
 #include "platform/files.h"
+#include "trace/trace_log.h"
 
 namespace {
 

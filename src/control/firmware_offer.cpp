@@ -7,10 +7,10 @@
 #include "control/support_marker.h"
 #include "db/connection.h"
 #include "db/registry.h"
-#include "entry/trace_log.h"
 #include "platform/files.h"
 #include "platform/firewall.h"
 #include "platform/settings.h"
+#include "trace/trace_log.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "entry/trace_log.h"
 #include "platform/text.h"
+#include "trace/trace_log.h"
 
 /// Traces a command line, formatted as printf does, and runs it (my_system). Returns its exit
 /// status, or -1 when it could not be run.

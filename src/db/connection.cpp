@@ -1,7 +1,7 @@
 #include "db/connection.h"
 
-#include "db/decimal.h"
-#include "entry/trace_log.h"
+#include "trace/trace_log.h"
+#include "values/decimal.h"
 
 std::optional<std::string_view> Row::operator[](unsigned int column) const {
   if (column >= row_.columns || row_.texts[column] == nullptr) {

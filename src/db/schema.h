@@ -1,6 +1,7 @@
 #pragma once
 
 #include "db/connection.h"
+#include "exported/names.h"
 
 // The databases and the tables whose names the program exports. Every statement names its database
 // explicitly, in front of the table and joined to it by a point.
@@ -23,16 +24,6 @@ inline constexpr const char* kNoAddress = "0.0.0.0";
 
 /// Index into CONNTRACK_LOG_TABLE of the log of the AP controller, the only one written here.
 inline constexpr int kApControllerLog = 11;
-
-// Data objects that the platform's libraries look up in the running program, under these names. The
-// three buffers are zero-filled and not used here.
-extern "C" {
-extern const char* const AP_INFO_TABLE[9];
-extern const char* const CONNTRACK_LOG_TABLE[12];
-extern char entry_num[2000];
-extern char icons_path[128];
-extern char html_fmt[6000];
-}
 
 /// Entries of AP_INFO_TABLE that the program uses.
 enum class InfoTable { ap_list = 0, ap_profile = 5, client_name = 6, app_login = 8 };

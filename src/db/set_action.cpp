@@ -1,6 +1,6 @@
 #include "db/set_action.h"
 
-#include "entry/trace_log.h"
+#include "trace/trace_log.h"
 
 void setAction(const std::string& mac, ApAction action,
                const std::optional<std::string>& fw_upgrade, const char* caller) {

@@ -1,6 +1,6 @@
 #include "entry/arguments.h"
 
-#include "entry/trace_log.h"
+#include "trace/trace_log.h"
 
 const char* argument(int count, char** args, int index) {
   return index < count ? args[index] : nullptr;

@@ -4,16 +4,16 @@
 #include <string>
 
 #include "control/command_file.h"
-#include "db/decimal.h"
-#include "db/mac_address.h"
 #include "db/schema.h"
 #include "db/set_action.h"
 #include "entry/ap_event.h"
 #include "entry/arguments.h"
 #include "entry/firmware_update.h"
 #include "entry/report_cycle.h"
-#include "entry/trace_log.h"
 #include "platform/controller.h"
+#include "trace/trace_log.h"
+#include "values/decimal.h"
+#include "values/mac_address.h"
 
 namespace {
 

@@ -6,17 +6,17 @@
 
 #include "control/command_file.h"
 #include "control/firmware_offer.h"
-#include "control/shell_word.h"
 #include "control/traced_command.h"
 #include "control/update_tool.h"
 #include "db/registry.h"
 #include "db/schema.h"
 #include "db/set_action.h"
 #include "entry/ap_event.h"
-#include "entry/trace_log.h"
 #include "platform/controller.h"
 #include "platform/files.h"
 #include "platform/shell.h"
+#include "trace/trace_log.h"
+#include "values/shell_word.h"
 
 namespace {
 

@@ -1,6 +1,5 @@
 #include "entry/personalities.h"
 
-#include "db/mac_address.h"
 #include "entry/arguments.h"
 #include "entry/lock_file.h"
 #include "lifecycle/capability.h"
@@ -8,6 +7,7 @@
 #include "lifecycle/leave.h"
 #include "lifecycle/scan_announcement.h"
 #include "steering/block_table.h"
+#include "values/mac_address.h"
 
 void up(int argc, char** argv) {
   const char* mac = argument(argc, argv, 2);

@@ -7,11 +7,9 @@
 
 #include "control/command_file.h"
 #include "db/connection.h"
-#include "db/connection_status.h"
-#include "db/decimal.h"
 #include "db/schema.h"
 #include "entry/lock_file.h"
-#include "entry/trace_log.h"
+#include "lifecycle/connection_status.h"
 #include "platform/controller.h"
 #include "platform/files.h"
 #include "platform/settings.h"
@@ -26,6 +24,8 @@
 #include "steering/block_table.h"
 #include "steering/load_balance.h"
 #include "steering/mac_filter.h"
+#include "trace/trace_log.h"
+#include "values/decimal.h"
 
 namespace {
 

@@ -7,11 +7,11 @@
 
 #include "control/traced_command.h"
 #include "db/connection.h"
-#include "db/decimal.h"
 #include "platform/files.h"
 #include "platform/text.h"
-#include "reports/channel_table.h"
-#include "reports/split.h"
+#include "values/channel_table.h"
+#include "values/decimal.h"
+#include "values/split.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 #include "lifecycle/connection_log.h"
 
-#include "control/shell_word.h"
 #include "control/traced_command.h"
 #include "db/schema.h"
 #include "platform/settings.h"
+#include "values/shell_word.h"
 
 namespace {
 

@@ -3,11 +3,11 @@
 #include <optional>
 
 #include "db/connection.h"
-#include "db/decimal.h"
 #include "db/schema.h"
 #include "lifecycle/announcement.h"
 #include "platform/controller.h"
 #include "platform/files.h"
+#include "values/decimal.h"
 
 namespace {
 

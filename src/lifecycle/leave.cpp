@@ -7,9 +7,9 @@
 #include "db/registry.h"
 #include "db/schema.h"
 #include "lifecycle/announcement.h"
-#include "lifecycle/illegal_table.h"
 #include "platform/controller.h"
 #include "platform/files.h"
+#include "reports/foreign_radios.h"
 #include "reports/neighbour_scan.h"
 #include "reports/own_radios.h"
 

@@ -1,8 +1,8 @@
 #include "lifecycle/push_notice.h"
 
-#include "control/shell_word.h"
 #include "control/traced_command.h"
 #include "db/schema.h"
+#include "values/shell_word.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "db/connection.h"
-#include "reports/client_record.h"
+#include "values/client_record.h"
 
 /// The client connection log: a line in the system log for a station of an AP, with the names of
 /// station, AP and SSID. So that a list of stations does not wait for each line's names, lines are

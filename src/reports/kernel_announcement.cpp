@@ -3,9 +3,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "db/mac_address.h"
-#include "entry/trace_log.h"
 #include "platform/text.h"
+#include "trace/trace_log.h"
+#include "values/mac_address.h"
 
 namespace {
 

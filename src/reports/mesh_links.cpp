@@ -2,7 +2,7 @@
 
 #include "db/registry.h"
 #include "db/schema.h"
-#include "reports/split.h"
+#include "values/split.h"
 
 namespace {
 

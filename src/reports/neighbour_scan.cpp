@@ -6,9 +6,9 @@
 
 #include "db/registry.h"
 #include "db/schema.h"
-#include "lifecycle/illegal_table.h"
-#include "reports/client_record.h"
+#include "reports/foreign_radios.h"
 #include "reports/together.h"
+#include "values/client_record.h"
 
 namespace {
 

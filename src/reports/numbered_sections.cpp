@@ -1,6 +1,6 @@
 #include "reports/numbered_sections.h"
 
-#include "reports/split.h"
+#include "values/split.h"
 
 void trace_stranded(const Connection& db, const Step& step,
                     const std::vector<std::string>& stranded) {

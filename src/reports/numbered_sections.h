@@ -5,8 +5,8 @@
 
 #include "db/connection.h"
 #include "platform/text.h"
-#include "reports/channel_table.h"
 #include "reports/report.h"
+#include "values/channel_table.h"
 
 // Lists in a report: sections of one name that are numbered from 01, with at least two digits. The
 // first number whose section lacks the list's leading key ends the list.

@@ -4,8 +4,8 @@
 
 #include "db/registry.h"
 #include "db/schema.h"
-#include "reports/client_record.h"
 #include "reports/together.h"
+#include "values/client_record.h"
 
 namespace {
 

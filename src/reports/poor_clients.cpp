@@ -3,11 +3,11 @@
 #include <span>
 #include <vector>
 
-#include "db/decimal.h"
 #include "db/registry.h"
 #include "db/schema.h"
 #include "reports/profile_slots.h"
 #include "reports/together.h"
+#include "values/decimal.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "db/decimal.h"
 #include "db/schema.h"
-#include "reports/split.h"
+#include "values/decimal.h"
+#include "values/split.h"
 
 std::uint32_t profile_in_slot(std::string_view list, int slot) {
   const auto separators = static_cast<std::size_t>(std::count(list.begin(), list.end(), ','));

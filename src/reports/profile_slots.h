@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "db/connection.h"
-#include "reports/channel_table.h"
+#include "values/channel_table.h"
 
 // Which SSID profile stands in which slot of an AP's radio: comma lists of profile numbers in the
 // AP's registry row, slot 1 first.

@@ -8,10 +8,10 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "db/decimal.h"
-#include "entry/trace_log.h"
 #include "platform/text.h"
 #include "reports/ini_pieces.h"
+#include "trace/trace_log.h"
+#include "values/decimal.h"
 
 extern "C" {
 #include <iniparser/iniparser.h>

@@ -3,7 +3,6 @@
 #include <span>
 #include <vector>
 
-#include "db/decimal.h"
 #include "db/registry.h"
 #include "db/schema.h"
 #include "platform/settings.h"
@@ -12,6 +11,7 @@
 #include "reports/mesh_links.h"
 #include "reports/profile_slots.h"
 #include "reports/together.h"
+#include "values/decimal.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "reports/client_record.h"
 #include "reports/numbered_sections.h"
+#include "values/client_record.h"
 
 /// A station of the report and the SSID slot under which it stands. The record's `ssid` is still
 /// open: it follows from the slot.

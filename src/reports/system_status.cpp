@@ -2,7 +2,7 @@
 
 #include "db/connection.h"
 #include "db/schema.h"
-#include "entry/trace_log.h"
+#include "trace/trace_log.h"
 
 namespace {
 

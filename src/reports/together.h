@@ -6,8 +6,8 @@
 #include <span>
 #include <string>
 
-#include "db/mac_address.h"
 #include "platform/text.h"
+#include "values/mac_address.h"
 
 /// Records whose rows are looked up together, at most, so that the server does not wait for us
 /// after each; few enough to be sent ahead of their answers.

@@ -4,9 +4,9 @@
 
 #include "db/registry.h"
 #include "db/schema.h"
-#include "entry/trace_log.h"
 #include "steering/block_table.h"
 #include "steering/choice.h"
+#include "trace/trace_log.h"
 
 namespace {
 

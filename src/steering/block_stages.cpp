@@ -5,13 +5,13 @@
 #include <span>
 #include <vector>
 
-#include "db/decimal.h"
 #include "db/registry.h"
 #include "db/schema.h"
-#include "entry/trace_log.h"
-#include "reports/client_record.h"
 #include "steering/block_table.h"
 #include "steering/choice.h"
+#include "trace/trace_log.h"
+#include "values/client_record.h"
+#include "values/decimal.h"
 
 namespace {
 

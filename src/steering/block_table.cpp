@@ -5,8 +5,8 @@
 #include "control/command_file.h"
 #include "db/registry.h"
 #include "db/schema.h"
-#include "entry/trace_log.h"
 #include "platform/shell.h"
+#include "trace/trace_log.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "db/connection.h"
-#include "reports/client_record.h"
+#include "values/client_record.h"
 
 // The block table: which stations an AP has been told to refuse. A station stands in it at most
 // once, whichever AP refuses it. MACs of stations are stored upper case and found in either case.

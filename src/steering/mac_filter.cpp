@@ -4,11 +4,11 @@
 #include <fstream>
 #include <iterator>
 
-#include "db/mac_address.h"
-#include "entry/trace_log.h"
 #include "platform/files.h"
 #include "platform/settings.h"
-#include "reports/split.h"
+#include "trace/trace_log.h"
+#include "values/mac_address.h"
+#include "values/split.h"
 
 namespace {
 

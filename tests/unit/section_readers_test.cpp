@@ -3,7 +3,7 @@
 
 #include <fstream>
 
-#include "lifecycle/illegal_table.h"
+#include "reports/foreign_radios.h"
 #include "reports/mesh_links.h"
 #include "reports/neighbour_scan.h"
 #include "reports/own_radios.h"

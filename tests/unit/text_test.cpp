@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "control/shell_word.h"
-#include "db/decimal.h"
-#include "db/mac_address.h"
 #include "platform/text.h"
+#include "values/decimal.h"
+#include "values/mac_address.h"
+#include "values/shell_word.h"
 
 TEST(Mac, IsSeventeenCharactersOfHexadecimalGroups) {
   for (const char* good : {"00:11:22:33:44:55", "aa:bb:cc:dd:ee:ff", "AA:bB:0c:9D:eE:Ff"}) {

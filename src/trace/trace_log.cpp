@@ -1,4 +1,4 @@
-#include "entry/trace_log.h"
+#include "trace/trace_log.h"
 
 #include <fcntl.h>
 #include <syslog.h>

@@ -1,4 +1,4 @@
-#include "control/shell_word.h"
+#include "values/shell_word.h"
 
 namespace {
 

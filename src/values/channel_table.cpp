@@ -1,9 +1,9 @@
-#include "reports/channel_table.h"
+#include "values/channel_table.h"
 
 #include <array>
 #include <string>
 
-#include "reports/split.h"
+#include "values/split.h"
 
 namespace {
 

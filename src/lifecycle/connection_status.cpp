@@ -1,4 +1,4 @@
-#include "db/connection_status.h"
+#include "lifecycle/connection_status.h"
 
 #include <optional>
 

@@ -1,4 +1,4 @@
-#include "reports/split.h"
+#include "values/split.h"
 
 #include <algorithm>
 

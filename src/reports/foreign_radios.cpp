@@ -1,11 +1,11 @@
-#include "lifecycle/illegal_table.h"
+#include "reports/foreign_radios.h"
 
 #include <algorithm>
 #include <vector>
 
-#include "db/decimal.h"
 #include "db/schema.h"
-#include "reports/split.h"
+#include "values/decimal.h"
+#include "values/split.h"
 
 namespace {
 

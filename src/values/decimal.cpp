@@ -1,4 +1,4 @@
-#include "db/decimal.h"
+#include "values/decimal.h"
 
 #include <cstdlib>
 #include <string>

@@ -1,4 +1,4 @@
-#include "db/mac_address.h"
+#include "values/mac_address.h"
 
 #include <cstddef>
 
