@@ -280,7 +280,8 @@ Findings check_all_rights(Connection& db, const Question& event) {
 }
 
 DatabaseResult unreached() {
-  const std::string reason = MySession::refusal.empty() ? "no reason given" : MySession::refusal;
+  const std::string reason =
+      MySession::refusal.text.empty() ? "no reason given" : MySession::refusal.text;
   return {{},
           {{Severity::problem, "database-unreachable",
             "The database cannot be reached (" + reason + "): events leave no trace in it.",

@@ -53,6 +53,10 @@ int my_mysql_connect(MyConnection& connection, int /*reserved*/) {
   return 0;
 }
 
+MyError my_mysql_refusal() {
+  return MySession::refusal;
+}
+
 MyTicket my_mysql_query(MyConnection& connection, const char* format, ...) {
   if (connection.session == nullptr) {
     return 0;
@@ -75,7 +79,7 @@ MyResult* my_mysql_store_result(MyConnection& connection, MyTicket ticket) {
 }
 
 MyOutcome my_mysql_outcome(MyConnection& connection, MyTicket ticket) {
-  if (connection.session == nullptr || ticket == 0) {
+  if (connection.session == nullptr) {
     return {};
   }
   return connection.session->outcome(ticket);
@@ -90,6 +94,10 @@ bool my_mysql_fetch_row(MyResult& result, MyRow& row) {
   row.lengths = row.texts == nullptr ? nullptr : mysql_fetch_lengths(result.rows);
   row.columns = row.texts == nullptr ? 0 : mysql_num_fields(result.rows);
   return row.texts != nullptr;
+}
+
+void my_mysql_rewind(MyResult& result) {
+  mysql_data_seek(result.rows, 0);
 }
 
 void my_mysql_free_result(MyResult* result) {

@@ -17,10 +17,9 @@ namespace {
 constexpr const char* kOptionFile = "/etc/ap-run/database.cnf";
 constexpr const char* kOptionGroup = "ap-run";
 
-/// How far statements may run ahead of their answers. The server may stop reading while it waits to
-/// hand out rows; as long as what it has not read fits into a socket's smallest buffers, sending
-/// never waits for it and the two sides cannot block each other.
-constexpr std::size_t kMostSentAhead = 32;
+/// How far statements may run ahead of their answers, in bytes. The server may stop reading while it
+/// waits to hand out rows; as long as what it has not read fits into a socket's smallest buffers,
+/// sending never waits for it and the two sides cannot block each other.
 constexpr std::size_t kMostBytesSentAhead = 16'384;
 
 /// Errors from here on are the client library's own: the connection is gone or out of step. Below
@@ -119,7 +118,7 @@ MYSQL* connect_by(Clock::time_point end) {
       return mysql;
     }
     const bool full = mysql_errno(mysql) == kTooManyConnections;
-    MySession::refusal = mysql_error(mysql);
+    MySession::refusal = {mysql_errno(mysql), mysql_error(mysql)};
     mysql_close(mysql);
     if (!full || Clock::now() + pause >= end) {
       return nullptr;
@@ -182,7 +181,7 @@ MyTicket MySession::send(std::string_view statement) {
   const BudgetedWait wait(socket());
   if (mysql_send_query(mysql_, statement.data(), static_cast<unsigned long>(statement.size())) !=
       0) {
-    lose();
+    lose({mysql_errno(mysql_), mysql_error(mysql_)});
     return 0;
   }
   sent_.push_back({++last_ticket_, statement.size()});
@@ -197,7 +196,7 @@ void MySession::collect_one() {
 
   const BudgetedWait wait(socket());
   last_insert_id_ = 0;
-  MyOutcome& outcome = outcomes_.emplace_back();
+  std::uint64_t changed_rows = 0;
   bool failed = mysql_read_query_result(mysql_) != 0;
   if (!failed && mysql_field_count(mysql_) > 0) {
     if (MYSQL_RES* rows = mysql_store_result(mysql_); rows != nullptr) {
@@ -207,12 +206,15 @@ void MySession::collect_one() {
     }
   } else if (!failed) {
     last_insert_id_ = mysql_insert_id(mysql_);
-    outcome.changed_rows = mysql_affected_rows(mysql_);
+    changed_rows = mysql_affected_rows(mysql_);
   }
   const unsigned int error = failed ? mysql_errno(mysql_) : 0;
-  outcome.fate = fate_of(error);
+  answers_.push_back({fate_of(error), changed_rows});
+  if (failed) {
+    failures_[next.ticket] = {error, mysql_error(mysql_)};
+  }
   if (error >= kFirstClientError && error <= kLastClientError) {
-    lose();
+    lose({error, mysql_error(mysql_)});
   }
 }
 
@@ -224,14 +226,19 @@ void MySession::collect_up_to(MyTicket ticket) {
 
 MyOutcome MySession::outcome(MyTicket ticket) {
   collect_up_to(ticket);
-  const MyTicket answered = first_ticket_ + outcomes_.size();
-  return ticket >= first_ticket_ && ticket < answered ? outcomes_[ticket - first_ticket_]
-                                                      : MyOutcome{};
+  if (ticket < first_ticket_ || ticket >= first_ticket_ + answers_.size()) {
+    return {MyFate::failed, 0, lost_.value_or(MyError{})};
+  }
+  const Answer& answer = answers_[ticket - first_ticket_];
+  const auto failure = failures_.find(ticket);
+  return {answer.fate, answer.changed_rows,
+          failure == failures_.end() ? MyError{} : failure->second};
 }
 
 void MySession::forget_answers() {
   kept_.clear();
-  outcomes_.clear();
+  answers_.clear();
+  failures_.clear();
   first_ticket_ = last_ticket_ + 1;
 }
 
@@ -253,8 +260,8 @@ void MySession::settle() {
   }
 }
 
-void MySession::lose() {
-  lost_ = true;
+void MySession::lose(MyError reason) {
+  lost_ = std::move(reason);
   sent_.clear();
   sent_bytes_ = 0;
   last_insert_id_ = 0;

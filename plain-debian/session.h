@@ -4,7 +4,9 @@
 
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -31,8 +33,8 @@ struct MySession {
   /// A connected session, or null. Counts as waiting for the database.
   static std::unique_ptr<MySession> connect();
 
-  /// Why the last connect that failed did, in the client library's words.
-  static inline std::string refusal;
+  /// Why the last connect that failed did.
+  static inline MyError refusal;
 
   ~MySession();
   MySession(const MySession&) = delete;
@@ -66,6 +68,10 @@ struct MySession {
     MyTicket ticket;
     std::size_t bytes;
   };
+  struct Answer {
+    MyFate fate;
+    std::uint64_t changed_rows;
+  };
   struct Kept {
     MyTicket ticket;
     std::unique_ptr<MyResult> rows;
@@ -75,16 +81,17 @@ struct MySession {
 
   void collect_one();
   void collect_up_to(MyTicket ticket);
-  void lose();
+  void lose(MyError reason);
   int socket() const;
 
   MYSQL* mysql_;
   std::deque<Sent> sent_;
   std::size_t sent_bytes_ = 0;
   std::vector<Kept> kept_;
-  std::vector<MyOutcome> outcomes_;  // of the tickets from first_ticket_ on
+  std::vector<Answer> answers_;  // to the tickets from first_ticket_ on
+  std::map<MyTicket, MyError> failures_;
   MyTicket first_ticket_ = 1;
   MyTicket last_ticket_ = 0;
   std::uint64_t last_insert_id_ = 0;
-  bool lost_ = false;
+  std::optional<MyError> lost_;  // why the connection is no more
 };

@@ -16,6 +16,10 @@
 // never stops the next one. The statements of a process reach the server in the order in which they
 // are sent, whichever connection they are sent on.
 
+/// How many statements run ahead of their answers at most; sending one more waits for the oldest.
+/// Looking up more than this many rows together gains nothing.
+inline constexpr std::size_t kMostSentAhead = 32;
+
 struct MySession;  // the platform's own; belongs to the platform
 struct MyResult;   // the platform's own; belongs to whoever stored it
 
@@ -27,6 +31,12 @@ struct MyConnection {
 
 /// Names one sent statement on its connection; 0 stands for a statement that could not be sent.
 using MyTicket = std::uint64_t;
+
+/// Why something failed: the server's or the client library's number and text; 0 for no failure.
+struct MyError {
+  unsigned int number = 0;
+  std::string text;
+};
 
 /// One row: `columns` texts with their lengths in bytes. A null text is SQL NULL. Valid until the
 /// result is freed.
@@ -43,6 +53,9 @@ struct MyRow {
 /// once.
 int my_mysql_connect(MyConnection& connection, int reserved);
 
+/// Why the last my_mysql_connect that failed did; 0 while none has.
+MyError my_mysql_refusal();
+
 /// Sends one statement, formatted as printf does, and returns its ticket.
 MyTicket my_mysql_query(MyConnection& connection, const char* format, ...) AP_PRINTF(2, 3);
 
@@ -56,17 +69,21 @@ enum class MyFate { done, failed, repeat };
 
 struct MyOutcome {
   MyFate fate = MyFate::failed;
-  std::uint64_t changed_rows = 0;  // rows made, removed, or now different
+  std::uint64_t changed_rows = 0;  // rows made, removed, or now different; 0 for a query
+  MyError error;                   // unless `done`
 };
 
-/// Waits for the answer to `ticket` and returns what became of the statement, which is no query.
-/// `failed` for ticket 0, a lost connection, or a statement from before the connection was opened.
+/// Waits for the answer to `ticket` and returns what became of the statement. `failed` for ticket 0,
+/// a lost connection, or a statement from before the connection was opened.
 MyOutcome my_mysql_outcome(MyConnection& connection, MyTicket ticket);
 
 std::uint64_t my_mysql_num_rows(const MyResult& result);
 
 /// Reads the next row into `row`; false at the end.
 bool my_mysql_fetch_row(MyResult& result, MyRow& row);
+
+/// Has my_mysql_fetch_row begin with the first row again.
+void my_mysql_rewind(MyResult& result);
 
 void my_mysql_free_result(MyResult* result);
 
