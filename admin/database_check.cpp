@@ -20,9 +20,6 @@ namespace {
 constexpr const char* kOptionFile = "/etc/ap-run/database.cnf";
 constexpr const char* kLogSchema = "/usr/share/ap-run/40-connection-log.sql";
 
-/// The trace key of the connection: what is asked here is not traced.
-constexpr const char* kNoKey = nullptr;
-
 /// Clocks that differ by less, in seconds, count as equal.
 constexpr std::int64_t kClockTolerance = 30;
 
@@ -34,7 +31,8 @@ std::tm local_time(std::time_t when) {
 
 std::string log_database(std::time_t day) {
   const std::tm local = local_time(day);
-  return M("%s_%04d%02d%02d", CONNTRACK_LOG, local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
+  return M("%s_%04d%02d%02d", CONNTRACK_LOG.c_str(), local.tm_year + 1900, local.tm_mon + 1,
+           local.tm_mday);
 }
 
 /// The connection-log databases that have to be there, by our clock: of today, and of tomorrow,
@@ -52,21 +50,22 @@ std::vector<std::string> log_databases() {
 }
 
 /// All databases of interest, as a list for IN (...).
-std::string database_list() {
-  std::string list = M("'%s', '%s', '%s', '%s'", AP_INFO, AP_CLIENT, AP_POOR_CLIENT, AP_USER);
+Statement database_list() {
+  Statement list = statement("'%s', '%s', '%s', '%s'", AP_INFO.text(), AP_CLIENT.text(),
+                             AP_POOR_CLIENT.text(), AP_USER.text());
   for (const std::string& database : log_databases()) {
-    list += ", '" + database + "'";
+    list = statement("%s, '%s'", list, database);
   }
   return list;
 }
 
-Schema read_schema(const Question& columns, const Question& keys) {
+Schema read_schema(Rows columns, Rows keys) {
   Schema schema;
-  for (const Row& row : columns.rows()) {
+  for (const Row& row : columns) {
     schema[row.text(0) + "." + row.text(1)].columns[my_tolower(row.text(2))] = {row.text(3),
                                                                                 row.text(4)};
   }
-  for (const Row& row : keys.rows()) {
+  for (const Row& row : keys) {
     Table::Key& key = schema[row.text(0) + "." + row.text(1)].keys[row.text(2)];
     key.unique = row.number(3) == 0;
     key.columns.push_back(row.text(4));
@@ -105,12 +104,12 @@ Findings check_option_file() {
   return findings;
 }
 
-Findings check_tables(const Schema& schema, const Question& databases) {
+Findings check_tables(const Schema& schema, const Rows& poor_clients) {
   Findings findings = compare_schema(schema);
-  if (databases.rows().count() == 0) {
+  if (poor_clients.count() == 0) {
     findings.push_back(
         {Severity::problem, "database-missing",
-         M("Database %s does not exist, or the user may not see it.", AP_POOR_CLIENT),
+         M("Database %s does not exist, or the user may not see it.", AP_POOR_CLIENT.c_str()),
          "Apply /usr/share/ap-run/20-ap-client.sql, or give the user the right."});
   }
   for (const std::string& database : log_databases()) {
@@ -145,25 +144,21 @@ std::vector<NeededRights> needed_rights() {
           {AP_CLIENT, AP_CLIENT, everything},
           {AP_POOR_CLIENT, AP_POOR_CLIENT, everything},
           {AP_USER, AP_USER, {"SELECT"}},
-          {log_databases().front(), M("%s\\_%%", CONNTRACK_LOG), {"INSERT"}}};
+          {log_databases().front(), M("%s\\_%%", CONNTRACK_LOG.c_str()), {"INSERT"}}};
 }
 
 using Rights = std::set<std::string>;
 
-/// Asks for the rights that our user was given on `database` and on all databases.
-Question ask_rights(Connection& db, const std::string& database) {
-  return db.ask(
+/// The rights that our user was given on `database` and on all databases; none when the server does
+/// not tell.
+std::optional<Rights> ask_rights(Connection& db, const std::string& database) {
+  Rows rows = db.ask(
       untraced,
       "SELECT `PRIVILEGE_TYPE` FROM (SELECT `GRANTEE`, `PRIVILEGE_TYPE` FROM "
       "information_schema.USER_PRIVILEGES UNION SELECT `GRANTEE`, `PRIVILEGE_TYPE` FROM "
       "information_schema.SCHEMA_PRIVILEGES WHERE '%s' LIKE `TABLE_SCHEMA`) AS `given` WHERE "
       "`GRANTEE`=CONCAT('''', REPLACE(CURRENT_USER(), '@', '''@'''), '''')",
-      database.c_str());
-}
-
-/// None when the server does not tell.
-std::optional<Rights> read_rights(const Question& question) {
-  Rows rows = question.rows();
+      database);
   if (!rows) {
     return std::nullopt;
   }
@@ -246,8 +241,11 @@ Findings check_server(const Row& row) {
 }
 
 /// Who lacks the right EVENT sees no event.
-Findings check_event(const Question& event, const Rights& rights) {
-  Rows rows = event.rows();
+Findings check_event(Connection& db, const Rights& rights) {
+  Rows rows = db.ask(untraced,
+                     "SELECT `STATUS` FROM information_schema.EVENTS WHERE `EVENT_SCHEMA`='%s' AND "
+                     "`EVENT_NAME`='connection_log_days'",
+                     AP_INFO.text());
   const std::optional<Row> row = rows.next();
   if (row ? row->text(0) == "ENABLED" : !rights.contains("EVENT")) {
     return {};
@@ -260,19 +258,13 @@ Findings check_event(const Question& event, const Rights& rights) {
        M("Apply %s, or see the event run on the server that the others replicate.", kLogSchema)}};
 }
 
-Findings check_all_rights(Connection& db, const Question& event) {
-  const std::vector<NeededRights> needed = needed_rights();
-  std::vector<Question> questions;
-  questions.reserve(needed.size());
-  for (const NeededRights& one : needed) {
-    questions.push_back(ask_rights(db, one.database));
-  }
+Findings check_all_rights(Connection& db) {
   Findings findings;
-  for (std::size_t i = 0; i < needed.size(); ++i) {
-    if (const std::optional<Rights> given = read_rights(questions[i])) {
-      add(findings, check_rights(needed[i], *given));
-      if (needed[i].database == AP_INFO) {
-        add(findings, check_event(event, *given));
+  for (const NeededRights& needed : needed_rights()) {
+    if (const std::optional<Rights> given = ask_rights(db, needed.database)) {
+      add(findings, check_rights(needed, *given));
+      if (needed.database == AP_INFO.text()) {
+        add(findings, check_event(db, *given));
       }
     }
   }
@@ -294,53 +286,45 @@ DatabaseResult unreached() {
 
 DatabaseResult check_database() {
   Findings findings = check_option_file();
-  Connection db(kNoKey);
-  if (!db) {
+  Connection db("", {"check dropped", Remedy::none});
+  if (!db.open()) {
     DatabaseResult result = unreached();
     add(result.findings, std::move(findings));
     return result;
   }
-  const std::string databases = database_list();
-  const Question about =
-      db.ask(untraced,
-             "SELECT @@version, @@hostname, CURRENT_USER(), @@global.read_only, "
-             "@@global.event_scheduler, UNIX_TIMESTAMP(), DATE_FORMAT(NOW(), '%%H:%%i'),"
-             " @@character_set_client, @@global.innodb_flush_log_at_trx_commit");
-  const Question cipher = db.ask(untraced, "SHOW SESSION STATUS LIKE 'Ssl_cipher'");
-  const Question poor =
-      db.ask(untraced, "SELECT 1 FROM information_schema.SCHEMATA WHERE `SCHEMA_NAME`='%s'",
-             AP_POOR_CLIENT);
-  const Question event =
-      db.ask(untraced,
-             "SELECT `STATUS` FROM information_schema.EVENTS WHERE `EVENT_SCHEMA`='%s' AND "
-             "`EVENT_NAME`='connection_log_days'",
-             AP_INFO);
-  const Question columns =
-      db.ask(untraced,
-             "SELECT `TABLE_SCHEMA`, `TABLE_NAME`, `COLUMN_NAME`, `COLLATION_NAME`, `EXTRA` FROM "
-             "information_schema.COLUMNS WHERE `TABLE_SCHEMA` IN (%s)",
-             databases.c_str());
-  // A key over the beginning of a column is not unique in the whole.
-  const Question keys =
-      db.ask(untraced,
-             "SELECT `TABLE_SCHEMA`, `TABLE_NAME`, `INDEX_NAME`, `NON_UNIQUE` OR `SUB_PART` IS NOT "
-             "NULL, `COLUMN_NAME` FROM information_schema.STATISTICS WHERE `TABLE_SCHEMA` IN (%s) "
-             "ORDER BY 1, 2, 3, `SEQ_IN_INDEX`",
-             databases.c_str());
-  Rows rows = about.rows();
-  const std::optional<Row> row = rows.next();
+  Rows about = db.ask(untraced,
+                      "SELECT @@version, @@hostname, CURRENT_USER(), @@global.read_only, "
+                      "@@global.event_scheduler, UNIX_TIMESTAMP(), DATE_FORMAT(NOW(), '%%H:%%i'),"
+                      " @@character_set_client, @@global.innodb_flush_log_at_trx_commit");
+  const std::optional<Row> row = about.next();
   if (!row) {
     findings.push_back({Severity::problem, "database-silent",
                         "The database server took the connection but does not answer.",
                         "Look at its error log and its load (SHOW FULL PROCESSLIST)."});
     return {{}, std::move(findings)};
   }
-  Rows ciphers = cipher.rows();
+  Rows ciphers = db.ask(untraced, "SHOW SESSION STATUS LIKE 'Ssl_cipher'");
   const std::optional<Row> encryption = ciphers.next();
   const Server server{true, row->text(0), row->text(1), row->text(2),
                       encryption ? encryption->text(1) : ""};
   add(findings, check_server(*row));
-  add(findings, check_tables(read_schema(columns, keys), poor));
-  add(findings, check_all_rights(db, event));
+  const Statement databases = database_list();
+  Rows columns =
+      db.ask(untraced,
+             "SELECT `TABLE_SCHEMA`, `TABLE_NAME`, `COLUMN_NAME`, `COLLATION_NAME`, `EXTRA` FROM "
+             "information_schema.COLUMNS WHERE `TABLE_SCHEMA` IN (%s)",
+             databases);
+  // A key over the beginning of a column is not unique in the whole.
+  Rows keys =
+      db.ask(untraced,
+             "SELECT `TABLE_SCHEMA`, `TABLE_NAME`, `INDEX_NAME`, `NON_UNIQUE` OR `SUB_PART` IS NOT "
+             "NULL, `COLUMN_NAME` FROM information_schema.STATISTICS WHERE `TABLE_SCHEMA` IN (%s) "
+             "ORDER BY 1, 2, 3, `SEQ_IN_INDEX`",
+             databases);
+  const Rows poor =
+      db.ask(untraced, "SELECT 1 FROM information_schema.SCHEMATA WHERE `SCHEMA_NAME`='%s'",
+             AP_POOR_CLIENT.text());
+  add(findings, check_tables(read_schema(std::move(columns), std::move(keys)), poor));
+  add(findings, check_all_rights(db));
   return {server, std::move(findings)};
 }

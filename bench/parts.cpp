@@ -4,6 +4,7 @@
 #include <map>
 
 #include "db/connection.h"
+#include "db/schema.h"
 #include "figures.h"
 #include "platform/text.h"
 #include "reports/report.h"
@@ -70,17 +71,17 @@ void look_up(benchmark::State& state, ReportSize size) {
 
 void format_statement(benchmark::State& state) {
   for (auto _ : state) {
-    benchmark::DoNotOptimize(M(
+    benchmark::DoNotOptimize(statement(
         "UPDATE `%s`.`AP_%03d` SET `utime`=NOW(), `ssid`='%u', `aid`='%u', `channel`='%u', "
         "`tx_rate`='%s', `rx_rate`='%s', `rssi`='%d', `idle`='%u', `tx_seq`='%u', "
         "`rx_seq`='%u', `confirm`='1' WHERE `mac`=UPPER('%s')",
-        "AP_CLIENT", 17, 2U, 31U, 36U, "585M", "433M", 41, 3U, 1557U, 20176U, "06:b0:00:01:00:07"));
+        AP_CLIENT, 17, 2U, 31U, 36U, "585M", "433M", 41, 3U, 1557U, 20176U, "06:b0:00:01:00:07"));
   }
 }
 
 void escape(benchmark::State& state) {
   for (auto _ : state) {
-    benchmark::DoNotOptimize(sql_text("O'Neill's \"Guest\" network"));
+    benchmark::DoNotOptimize(SqlText::escaped("O'Neill's \"Guest\" network"));
   }
 }
 

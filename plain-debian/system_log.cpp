@@ -2,7 +2,9 @@
 
 #include <syslog.h>
 
+#include <array>
 #include <charconv>
+#include <utility>
 
 void my_syslog(const std::string& line) {
   int priority = LOG_INFO;
@@ -17,4 +19,11 @@ void my_syslog(const std::string& line) {
     }
   }
   syslog(priority, "%s", line.c_str() + start);
+}
+
+void my_report_loss(Loss loss, Remedy remedy, const std::string& text) {
+  static std::array<bool, static_cast<std::size_t>(Loss::count)> told{};
+  if (bool& is_told = told.at(static_cast<std::size_t>(loss)); !std::exchange(is_told, true)) {
+    syslog(remedy == Remedy::next_report ? LOG_WARNING : LOG_ERR, "%s", text.c_str());
+  }
 }

@@ -1,15 +1,23 @@
 #include "control/command_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <system_error>
 
-#include "platform/database.h"
 #include "platform/files.h"
+#include "platform/system_log.h"
 #include "trace/trace_log.h"
+#include "values/decimal.h"
 
 namespace {
 
@@ -17,84 +25,122 @@ constexpr const char* kDirectory = "/database/ap/command";
 constexpr const char* kPrefix = "[CMD]=";
 constexpr int kTries = 15;
 constexpr unsigned int kSecondsBetweenTries = 1;
+constexpr std::int64_t kAbandonedAfter = 60;  // seconds; writing takes milliseconds
 
-enum class Taken { yes, slot_taken, cannot_write };
+/// How an attempt to write a command ended: an error number of the system, 0 when the command is in
+/// its slot, EEXIST while another command is there.
+using Ending = int;
 
-/// Writes `text` to a new file beside the slots; the path, or none. The leading point keeps the
+std::string slot_path(const std::string& mac, CommandSlot slot) {
+  return M("%s/%s%s%s", kDirectory, kPrefix, mac.c_str(),
+           slot == CommandSlot::download ? ".update" : "");
+}
+
+/// The path under which this process writes, beside the slots. The leading point keeps the
 /// controller, which looks for names that begin with the prefix, away from it.
-std::optional<std::string> write_beside(const std::string& text) {
-  std::string path = M("%s/.%d", kDirectory, static_cast<int>(getpid()));
+std::string own_path() {
+  return M("%s/.%d", kDirectory, static_cast<int>(getpid()));
+}
+
+Ending write_beside(const std::string& path, const std::string& text) {
   unlink(path.c_str());  // left behind by a process of the same number that died
   const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
   if (file < 0) {
-    return std::nullopt;
+    return errno;
   }
-  const bool complete = write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size());
-  if (close(file) != 0 || !complete) {
-    unlink(path.c_str());
-    return std::nullopt;
+  const ssize_t written = write(file, text.data(), text.size());
+  Ending ending = written < 0                                       ? errno
+                  : static_cast<std::size_t>(written) < text.size() ? ENOSPC
+                                                                    : 0;
+  if (close(file) != 0 && ending == 0) {
+    ending = errno;
   }
-  return path;
+  return ending;
 }
 
-Taken take_slot(const std::string& slot, const std::string& text) {
-  if (access(slot.c_str(), F_OK) == 0) {
-    return Taken::slot_taken;
+/// Writes `text` beside the slots and puts it into its place with `put`, which sets errno.
+Ending write_command(const std::string& text, const std::function<int(const char* from)>& put) {
+  const std::string path = own_path();
+  Ending ending = write_beside(path, text);
+  if (ending == 0 && put(path.c_str()) != 0) {
+    ending = errno;
   }
-  const std::optional<std::string> written = write_beside(text);
-  if (!written) {
-    return Taken::cannot_write;
-  }
-  const bool linked = link(written->c_str(), slot.c_str()) == 0;
-  const bool exists = !linked && errno == EEXIST;
-  unlink(written->c_str());
-  return linked ? Taken::yes : exists ? Taken::slot_taken : Taken::cannot_write;
+  unlink(path.c_str());
+  return ending;
 }
 
-void wait_for_slot() {
-  my_mysql_release();
-  sleep(kSecondsBetweenTries);
+Ending take_slot(const std::string& slot, const std::string& text) {
+  struct stat info {};
+  if (lstat(slot.c_str(), &info) == 0) {
+    return S_ISDIR(info.st_mode) ? EISDIR : EEXIST;
+  }
+  return write_command(text, [&](const char* from) { return link(from, slot.c_str()); });
+}
+
+void report_lost(const Ap& ap, const std::string& slot, Ending ending, Remedy remedy) {
+  const std::string reason = ending == EEXIST ? M("the slot stayed taken for %d seconds", kTries)
+                                              : std::string(std::strerror(ending));
+  ap_debug_log({"ap_conf_set", ap.mac}, "command lost: %s: %s", slot.c_str(), reason.c_str());
+  my_report_loss(Loss::command, remedy,
+                 M("AP %s: command lost: %s: %s", ap.mac.c_str(), slot.c_str(), reason.c_str()));
+}
+
+/// Queues what `text` yields at the time of writing. Whether it came to that.
+bool queue(Ap& ap, CommandSlot slot, Remedy remedy, const std::function<std::string()>& text) {
+  const std::string path = slot_path(ap.mac, slot);
+  Ending ending = EEXIST;
+  for (int attempt = 0; attempt < kTries && ending == EEXIST; ++attempt) {
+    ending = take_slot(path, text());
+    if (ending == EEXIST) {
+      ap.give_connection_back();
+      sleep(kSecondsBetweenTries);
+    }
+  }
+  if (ending != 0) {
+    report_lost(ap, path, ending, remedy);
+  }
+  return ending == 0;
 }
 
 }  // namespace
 
 std::string command_slot(const std::string& mac) {
-  return M("%s/%s%s", kDirectory, kPrefix, mac.c_str());
+  return slot_path(mac, CommandSlot::ordinary);
 }
 
-void ap_conf_set(const std::optional<std::string>& content, const std::string& mac,
-                 const std::optional<std::string>& suffix) {
-  if (!content) {
-    return;
+void ap_conf_set(Ap& ap, const std::string& content, CommandSlot slot, Remedy remedy) {
+  const std::string text = "[command]\n" + content;
+  if (queue(ap, slot, remedy, [&] { return text; })) {
+    ap_debug_log({"ap_conf_set", ap.mac}, "%s", text.c_str());
   }
-  const std::string ending = suffix ? M(".%s", suffix->c_str()) : "";
-  const std::string slot = M("%s/%s%s%s", kDirectory, kPrefix, mac.c_str(), ending.c_str());
-  for (int attempt = 0; attempt < kTries; ++attempt) {
-    if (take_slot(slot, M("[command]\n%s", content->c_str())) == Taken::yes) {
-      ap_debug_log({"ap_conf_set", mac}, "[command]\n%s", content->c_str());
-      return;
+}
+
+void command_reboot(const Ap& ap) {
+  const std::string slot = command_slot(ap.mac);
+  const Ending ending =
+      write_command(M("[command]\ntype=%d\n", static_cast<int>(CommandType::reboot)),
+                    [&](const char* from) { return std::rename(from, slot.c_str()); });
+  if (ending != 0) {
+    report_lost(ap, slot, ending, Remedy::none);
+  }
+}
+
+void command_release_all(Ap& ap) {
+  queue(ap, CommandSlot::ordinary, Remedy::none, [] {
+    return M("[command]\ntype=%d\ntime=%lu\n", static_cast<int>(CommandType::release_all),
+             static_cast<unsigned long>(std::time(nullptr)));
+  });
+}
+
+void remove_abandoned_commands() {
+  std::error_code failed;
+  std::filesystem::directory_iterator entry(kDirectory, failed);
+  for (; !failed && entry != end(entry); entry.increment(failed)) {
+    const std::string name = entry->path().filename();
+    const auto process = static_cast<pid_t>(name.starts_with('.') ? decimal(name.substr(1)) : 0);
+    if (process > 0 && kill(process, 0) != 0 && errno == ESRCH &&
+        my_file_create_time(entry->path()) < std::time(nullptr) - kAbandonedAfter) {
+      unlink(entry->path().c_str());
     }
-    wait_for_slot();
-  }
-}
-
-void command_reboot(const std::string& mac) {
-  const std::optional<std::string> written =
-      write_beside(M("[command]\ntype=%d\n", static_cast<int>(CommandType::reboot)));
-  if (written && rename(written->c_str(), command_slot(mac).c_str()) != 0) {
-    unlink(written->c_str());
-  }
-}
-
-void command_release_all(const std::string& mac) {
-  const std::string slot = command_slot(mac);
-  for (int attempt = 0; attempt < kTries; ++attempt) {
-    const std::string text =
-        M("[command]\ntype=%d\ntime=%lu\n", static_cast<int>(CommandType::release_all),
-          static_cast<unsigned long>(std::time(nullptr)));
-    if (take_slot(slot, text) != Taken::slot_taken) {
-      return;
-    }
-    wait_for_slot();
   }
 }

@@ -5,11 +5,11 @@
 #include <unistd.h>
 
 #include "control/support_marker.h"
-#include "db/connection.h"
 #include "db/registry.h"
 #include "platform/files.h"
 #include "platform/firewall.h"
 #include "platform/settings.h"
+#include "platform/system_log.h"
 #include "trace/trace_log.h"
 
 namespace {
@@ -35,21 +35,39 @@ std::optional<std::string> refusal(const std::string& base_name, const DownloadO
   return std::nullopt;
 }
 
-std::optional<std::string> recorded_address(const std::string& mac) {
-  Connection db(mac);
-  return db ? get_ap_ip_by_mac(db, mac) : std::nullopt;
+std::optional<std::string> recorded_address(Ap& ap) {
+  return ap.db.open() ? get_ap_ip_by_mac(ap.db, ap.mac) : std::nullopt;
 }
 
-/// The numbers name the four calls and stay the same wherever these stand.
-void open_firewall(const std::string& ip) {
-  my_iptables(4, "[%s]%s(),L:%d=> /sbin/iptables -t filter -D ap_update_in -s %s -j ACCEPT",
-              kProgram, kOperation, 856, ip.c_str());
-  my_iptables(4, "[%s]%s(),L:%d=> /sbin/iptables -t filter -D ap_update_out -d %s -j ACCEPT",
-              kProgram, kOperation, 857, ip.c_str());
-  my_iptables(4, "[%s]%s(),L:%d=> /sbin/iptables -t filter -A ap_update_in -s %s -j ACCEPT",
-              kProgram, kOperation, 858, ip.c_str());
-  my_iptables(4, "[%s]%s(),L:%d=> /sbin/iptables -t filter -A ap_update_out -d %s -j ACCEPT",
-              kProgram, kOperation, 859, ip.c_str());
+/// Which of an address's rules in the chain of its direction a command is about.
+struct FirewallRule {
+  int marker;  // names the call; administrators' scripts know it
+  const char* action;
+  const char* chain;
+  const char* match;
+};
+
+/// Deleting first leaves one rule of each kind, however often an update is prepared.
+constexpr FirewallRule kRules[] = {{856, "-D", "ap_update_in", "-s"},
+                                   {857, "-D", "ap_update_out", "-d"},
+                                   {858, "-A", "ap_update_in", "-s"},
+                                   {859, "-A", "ap_update_out", "-d"}};
+
+void open_firewall(const Ap& ap, const std::string& ip) {
+  for (const FirewallRule& rule : kRules) {
+    const std::string command = M("/sbin/iptables -t filter %s %s %s %s -j ACCEPT", rule.action,
+                                  rule.chain, rule.match, ip.c_str());
+    ap_debug_log({kOperation, ap.mac}, "%s", command.c_str());
+    const int status =
+        my_iptables(4, "[%s]%s(),L:%d=> %s", kProgram, kOperation, rule.marker, command.c_str());
+    if (status != 0 && rule.action == std::string_view("-A")) {
+      ap_debug_log({kOperation, ap.mac}, "ended with %d", status);
+      my_report_loss(Loss::firewall, Remedy::none,
+                     M("AP %s: its address %s is not let in to fetch its update: \"%s\" ended "
+                       "with %d",
+                       ap.mac.c_str(), ip.c_str(), command.c_str(), status));
+    }
+  }
 }
 
 bool is_taken(const std::string& path) {
@@ -72,9 +90,9 @@ bool is_ap_address(const std::string& address) {
   return inet_pton(AF_INET, address.c_str(), &bytes) == 1 && bytes.s_addr != INADDR_ANY;
 }
 
-int wum_update_check(const std::string& ap_mac, const std::optional<std::string>& ap_ip,
-                     const std::string& file_path, CommandType type) {
-  if (access(support_marker(ap_mac).c_str(), F_OK) != 0) {
+int wum_update_check(Ap& ap, const std::optional<std::string>& ap_ip, const std::string& file_path,
+                     CommandType type) {
+  if (access(support_marker(ap.mac).c_str(), F_OK) != 0) {
     return 0;
   }
   const std::size_t slash = file_path.rfind('/');
@@ -83,19 +101,19 @@ int wum_update_check(const std::string& ap_mac, const std::optional<std::string>
   }
   const DownloadOffer offer = download_offer(type, file_path.substr(slash + 1), RI(kPortSetting));
   if (offer.refusal) {
-    ap_debug_log({kOperation, ap_mac}, "declined: %s", offer.refusal->c_str());
+    ap_debug_log({kOperation, ap.mac}, "declined: %s", offer.refusal->c_str());
     return 0;
   }
-  const std::string ip = (ap_ip ? ap_ip : recorded_address(ap_mac)).value_or("");
+  const std::string ip = (ap_ip ? ap_ip : recorded_address(ap)).value_or("");
   if (!is_ap_address(ip)) {
-    ap_debug_log({kOperation, ap_mac}, "declined: no address to open the firewall for: \"%s\"",
+    ap_debug_log({kOperation, ap.mac}, "declined: no address to open the firewall for: \"%s\"",
                  ip.c_str());
     return 0;
   }
-  open_firewall(ip);
+  open_firewall(ap, ip);
   if (!is_taken(offer.link)) {
     my_symlink(file_path, offer.link);
   }
-  ap_conf_set(offer.command, ap_mac, "update");
+  ap_conf_set(ap, offer.command, CommandSlot::download, Remedy::none);
   return 1;
 }

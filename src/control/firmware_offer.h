@@ -4,6 +4,7 @@
 #include <string>
 
 #include "control/command_file.h"
+#include "db/ap.h"
 
 // Offering an AP a file to download. The file is published under its base name in /var/ap_update,
 // the firewall lets the AP's address through, and a command in the AP's download slot names the
@@ -30,9 +31,9 @@ bool is_ap_address(const std::string& address);
 /// Returns 1 when the AP was told, and for a path without "/", for which nothing is done. Returns 0
 /// when the update tool has to do the work: the AP has no support marker, or, with a trace line
 /// that says why, the file cannot be offered or there is no address to open the firewall for. Then
-/// nothing has been changed. Failures of the single steps are not noticed.
+/// nothing has been changed. A rule or a command that fails is reported as a loss.
 ///
 /// Opening the firewall deletes the AP's rules and adds them again, so that one of each kind
 /// remains. Something that already has the link's name stays as it is.
-int wum_update_check(const std::string& ap_mac, const std::optional<std::string>& ap_ip,
-                     const std::string& file_path, CommandType type);
+int wum_update_check(Ap& ap, const std::optional<std::string>& ap_ip, const std::string& file_path,
+                     CommandType type);

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "platform/shell.h"
+#include "control/shell_command.h"
 #include "platform/text.h"
 
 namespace {
@@ -69,17 +69,13 @@ std::optional<std::string> tool_command_line(const std::string& id) {
   return words.empty() ? std::nullopt : std::optional<std::string>(command_line(words));
 }
 
-bool holds(const std::string& line, const std::optional<std::string>& pattern) {
-  return !pattern || line.find(*pattern) != std::string::npos;
+bool holds(const std::string& line, const std::string& pattern) {
+  return line.find(pattern) != std::string::npos;
 }
 
 }  // namespace
 
-int kill_update_tool(const std::optional<std::string>& pattern,
-                     const std::optional<std::string>& extra_pattern) {
-  if (!pattern) {
-    return 0;
-  }
+int kill_update_tool(const std::string& pattern, const std::optional<std::string>& extra_pattern) {
   int killed = 0;
   std::error_code failed;
   std::filesystem::directory_iterator entry(kProcesses, failed);
@@ -89,8 +85,8 @@ int kill_update_tool(const std::optional<std::string>& pattern,
       continue;
     }
     const std::optional<std::string> line = tool_command_line(id);
-    if (line && holds(*line, pattern) && holds(*line, extra_pattern)) {
-      my_system("/bin/kill %s", id.c_str());
+    if (line && holds(*line, pattern) && holds(*line, extra_pattern.value_or(""))) {
+      run_command({"kill_update_tool", pattern}, "/bin/kill %s", id);
       syslog(LOG_CRIT, "[%s](%s) /bin/kill %s", line->c_str(), extra_pattern.value_or("").c_str(),
              id.c_str());
       killed = 1;

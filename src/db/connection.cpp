@@ -1,118 +1,210 @@
 #include "db/connection.h"
 
+#include "db/hint_check.h"
+#include "platform/system_log.h"
 #include "trace/trace_log.h"
-#include "values/decimal.h"
 
-std::optional<std::string_view> Row::operator[](unsigned int column) const {
-  if (column >= row_.columns || row_.texts[column] == nullptr) {
-    return std::nullopt;
+namespace {
+
+/// How often a transaction is run again that the server has undone.
+constexpr int kRepetitions = 10;
+
+/// The name under which the trace tells of the connection itself, and of statements without a step.
+constexpr const char* kDatabase = "database";
+
+/// Errors of the server that lose nothing: another process has just made the row; the table of an AP
+/// that has not reported yet.
+constexpr unsigned int kDuplicateRow = 1062;
+constexpr unsigned int kNoTable = 1146;
+
+/// The client library's own errors, all of which end the connection.
+constexpr unsigned int kFirstClientError = 2000;
+constexpr unsigned int kLastClientError = 2999;
+
+}  // namespace
+
+MyOutcome Attempt::outcome() const {
+  MyOutcome outcome = my_mysql_outcome(db_->connection_, ticket_);
+  if (outcome.fate == MyFate::failed) {
+    db_->note(Step(operation_ == nullptr ? kDatabase : operation_), "failed: %u %s",
+              outcome.error.number, outcome.error.text.c_str());
+    db_->report_failure(operation_, outcome, false);
   }
-  return std::string_view(row_.texts[column], row_.lengths[column]);
+  return outcome;
 }
 
-int Row::number(unsigned int column) const {
-  return decimal_int((*this)[column].value_or(""));
-}
-
-std::optional<Row> Rows::next() {
-  MyRow row;
-  if (!result_ || !my_mysql_fetch_row(*result_, row)) {
-    return std::nullopt;
+bool Connection::open() {
+  if (is_open_ && !is_lost_) {
+    return true;
   }
-  return Row(row);
-}
-
-Connection::Connection(const char* key) : key_(key), open_(my_mysql_connect(connection_, 0)) {}
-
-Connection::~Connection() {
-  if (open_ == 0) {
-    close();
+  close();
+  is_open_ = my_mysql_connect(connection_, 0) == 0;
+  if (!is_open_) {
+    const MyError error = my_mysql_refusal();
+    ap_debug_log({kDatabase, key_}, "no connection: %u %s", error.number, error.text.c_str());
+    my_report_loss(Loss::event, event_.remedy,
+                   M("AP %s: %s because the database cannot be reached (%u: %s)", key_.c_str(),
+                     event_.loss, error.number, error.text.c_str()));
   }
+  return is_open_;
 }
 
-int Connection::close() {
-  open_ = -1;
-  return my_mysql_close(connection_);
+void Connection::close() {
+  if (!is_open_) {
+    return;
+  }
+  check_unchecked();
+  hint_check::count_dropped(ahead_.size());
+  ahead_.clear();
+  my_mysql_close(connection_);
+  is_open_ = false;
+  is_lost_ = false;
 }
 
-void Connection::trace(const Step& step, const std::string& text) const {
-  ap_debug_log(step.operation, step.line, key_, "%s%s", step.mark.c_str(), text.c_str());
+MyTicket Connection::send(const Statement& statement) {
+  if (!is_open_ || !statement.sound) {
+    return 0;
+  }
+  const MyTicket ticket = my_mysql_query(connection_, "%s", statement.text.c_str());
+  is_lost_ = is_lost_ || ticket == 0;
+  return ticket;
 }
 
-MyTicket Connection::send(const Step* step, const char* format, std::va_list values) {
-  const std::string text = my_format(format, values).value_or("");
-  const MyTicket ticket = my_mysql_query(connection_, "%s", text.c_str());
-  if (step != nullptr) {
-    trace(*step, text);
+MyTicket Connection::send(const Step& step, const Statement& statement) {
+  const MyTicket ticket = send(statement);
+  trace(step, statement.text);
+  if (!statement.sound) {
+    trace(step, "not sent: a value would break the statement");
   }
   return ticket;
 }
 
-void Connection::run(const Step& step, const char* format, ...) {
-  std::va_list values;
-  va_start(values, format);
-  send(&step, format, values);
-  va_end(values);
-}
-
-void Connection::run(Untraced /*step*/, const char* format, ...) {
-  std::va_list values;
-  va_start(values, format);
-  send(nullptr, format, values);
-  va_end(values);
-}
-
-void Connection::run(const Step& step, Delivery delivery, const char* format, ...) {
-  std::va_list values;
-  va_start(values, format);
-  if (delivery == Delivery::send) {
-    send(&step, format, values);
-  } else {
-    trace(step, my_format(format, values).value_or(""));
-    trace(step, "not sent: a value would break the statement");
+void Connection::run(const Step& step, const Statement& statement) {
+  const MyTicket ticket = send(step, statement);
+  if (!is_open_ || !statement.sound) {
+    return;
   }
-  va_end(values);
+  unchecked_.push_back({ticket, step.operation, is_in_transaction_});
+  if (is_tracing()) {  // waited for, so that the trace tells of a failure below its statement
+    const MyOutcome outcome = my_mysql_outcome(connection_, ticket);
+    if (outcome.fate != MyFate::done) {
+      trace_failure(step, statement, outcome.error);
+    }
+  }
 }
 
-Attempt Connection::attempt(const Step& step, const char* format, ...) {
-  std::va_list values;
-  va_start(values, format);
-  const MyTicket ticket = send(&step, format, values);
-  va_end(values);
-  return {connection_, ticket};
+Rows Connection::answer(const Query& query, Ahead ahead) {
+  Rows rows =
+      ahead.rows ? *std::move(ahead.rows) : Rows(my_mysql_store_result(connection_, ahead.ticket));
+  rows.rewind();
+  if (!rows && is_open_ && query.statement.sound) {
+    const MyOutcome outcome = my_mysql_outcome(connection_, ahead.ticket);
+    trace_failure(query.step, query.statement, outcome.error);
+    if (query.missing_table == MissingTable::is_a_failure || outcome.error.number != kNoTable) {
+      report_failure(query.step.operation, outcome, is_in_transaction_);
+    }
+  }
+  return rows;
 }
 
-Attempt Connection::attempt(Untraced /*step*/, const char* format, ...) {
-  std::va_list values;
-  va_start(values, format);
-  const MyTicket ticket = send(nullptr, format, values);
-  va_end(values);
-  return {connection_, ticket};
+Rows Connection::ask(const Query& query) {
+  const auto fetched = ahead_.find(query.statement.text);
+  if (fetched == ahead_.end()) {
+    const MyTicket ticket = send(query.step, query.statement);
+    return answer(query, {ticket, std::nullopt});
+  }
+  Ahead ahead = std::move(fetched->second);
+  ahead_.erase(fetched);
+  trace(query.step, query.statement.text);
+  Rows rows = answer(query, std::move(ahead));
+  verify(query, rows);
+  return rows;
 }
 
-Question Connection::ask(const Step& step, const char* format, ...) {
-  std::va_list values;
-  va_start(values, format);
-  const MyTicket ticket = send(&step, format, values);
-  va_end(values);
-  return {connection_, ticket};
+void Connection::verify(const Query& query, Rows& rows) {
+  if (hint_check::is_verifying() && rows) {
+    Rows again(my_mysql_store_result(connection_, send(query.statement)));
+    hint_check::expect_same(rows, again, query.statement.text.c_str());
+  }
 }
 
-Question Connection::ask(Untraced /*step*/, const char* format, ...) {
-  std::va_list values;
-  va_start(values, format);
-  const MyTicket ticket = send(nullptr, format, values);
-  va_end(values);
-  return {connection_, ticket};
+bool Connection::is_remembered(const Query& query) const {
+  return !is_tracing() && found_.contains(query.statement.text);
 }
 
-Question Connection::ask_ahead(const Step& step, const char* format, ...) {
-  std::va_list values;
-  va_start(values, format);
-  std::string text = my_format(format, values).value_or("");
-  va_end(values);
-  const MyTicket ticket = my_mysql_query(connection_, "%s", text.c_str());
-  return {connection_, ticket, [this, step, text = std::move(text)] { trace(step, text); }};
+std::optional<std::string> Connection::look_up(const Query& query) {
+  if (is_remembered(query)) {
+    return found_.find(query.statement.text)->second;
+  }
+  Rows rows = ask(query);
+  std::optional<std::string> text = rows.first_text();
+  if (text) {
+    found_.insert_or_assign(query.statement.text, *text);
+  }
+  return text;
+}
+
+void Connection::fetch_ahead(const Query& query) {
+  const std::string& text = query.statement.text;
+  if (hint_check::is_without_hints() || is_remembered(query) ||
+      (!is_tracing() && ahead_.contains(text))) {
+    return;
+  }
+  if (const MyTicket ticket = send(query.statement); ticket != 0) {
+    ahead_.emplace(text, Ahead{ticket, std::nullopt});
+    hint_check::count_fetched();
+  }
+}
+
+Rows& Connection::peek(const Query& query) {
+  static Rows none(nullptr);
+  const auto fetched = ahead_.find(query.statement.text);
+  if (fetched == ahead_.end()) {
+    return none;
+  }
+  Ahead& ahead = fetched->second;
+  if (!ahead.rows) {
+    ahead.rows.emplace(my_mysql_store_result(connection_, ahead.ticket));
+  }
+  ahead.rows->rewind();
+  return *ahead.rows;
+}
+
+std::optional<std::string> Connection::peek_look_up(const Query& query) {
+  return is_remembered(query) ? found_.find(query.statement.text)->second
+                              : peek(query).first_text();
+}
+
+void Connection::in_transaction(const Step& what, const std::function<void()>& body) {
+  is_in_transaction_ = true;
+  for (int run_number = 0; run_number <= kRepetitions; ++run_number) {
+    is_undone_ = false;
+    run(untraced, statement("START TRANSACTION"));
+    body();
+    run(untraced, statement("COMMIT"));
+    check_unchecked();
+    if (!is_undone_) {
+      break;
+    }
+    note(what, "undone by the server in favour of another process: repeated");
+  }
+  is_in_transaction_ = false;
+}
+
+void Connection::trace(const Step& step, const std::string& text) const {
+  if (step.operation != nullptr) {
+    ap_debug_log(step.operation, step.line, key_.c_str(), "%s%s", step.mark.c_str(), text.c_str());
+  }
+}
+
+void Connection::trace_failure(const Step& step, const Statement& statement,
+                               const MyError& error) const {
+  if (step.operation != nullptr) {
+    note(step, "failed: %u %s", error.number, error.text.c_str());
+  } else {
+    note(Step(kDatabase), "%s failed: %u %s", statement.text.c_str(), error.number,
+         error.text.c_str());
+  }
 }
 
 void Connection::note(const Step& step, const char* format, ...) const {
@@ -125,6 +217,36 @@ void Connection::note(const Step& step, const char* format, ...) const {
   va_end(values);
 }
 
-std::string sql_text(std::string_view text) {
-  return my_sqlescape(text).value_or("");
+void Connection::check_unchecked() {
+  for (const Unchecked& sent : unchecked_) {
+    const MyOutcome outcome = my_mysql_outcome(connection_, sent.ticket);
+    if (outcome.fate != MyFate::done) {
+      report_failure(sent.operation, outcome, sent.in_transaction);
+    }
+  }
+  unchecked_.clear();
+}
+
+void Connection::report_failure(const char* operation, const MyOutcome& outcome,
+                                bool in_transaction) {
+  if (outcome.fate == MyFate::repeat && in_transaction) {
+    is_undone_ = true;
+    return;
+  }
+  const MyError& error = outcome.error;
+  if (error.number == kDuplicateRow) {
+    return;
+  }
+  const bool is_lost = error.number >= kFirstClientError && error.number <= kLastClientError;
+  is_lost_ = is_lost_ || is_lost;
+  if (is_lost) {
+    my_report_loss(Loss::event, event_.remedy,
+                   M("AP %s: %s in part because the database connection was lost (%u: %s)",
+                     key_.c_str(), event_.loss, error.number, error.text.c_str()));
+  } else {
+    my_report_loss(
+        Loss::statement, Remedy::none,
+        M("AP %s: %s: a statement was refused (%u: %s)", key_.c_str(),
+          operation == nullptr ? kDatabase : operation, error.number, error.text.c_str()));
+  }
 }

@@ -1,20 +1,25 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <memory>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
+#include "db/rows.h"
+#include "db/statement.h"
 #include "platform/database.h"
+#include "platform/system_log.h"
 #include "platform/text.h"
 
 /// The place of a statement: the operation that runs it, the step mark that its trace line begins
 /// with ("(1/2) ", mostly empty), and the source line.
 struct Step {
-  const char* operation;
+  const char* operation;  // null: the statement leaves no trace line
   std::string mark;
   int line;
 
@@ -23,148 +28,114 @@ struct Step {
       : operation(operation_name), mark(std::move(step_mark)), line(source_line) {}
 };
 
-/// In place of a Step: the statement leaves no trace line.
-struct Untraced {};
-inline constexpr Untraced untraced;
+/// The place of a statement that leaves no trace line.
+inline const Step untraced{nullptr};
 
-/// Whether a statement goes out. `withhold` is for one that a value from outside would break: it is
-/// traced, with a line that says so, and not sent.
-enum class Delivery { send, withhold };
-
-/// One row of a result; valid as long as its Rows.
-class Row {
- public:
-  Row() = default;
-  explicit Row(const MyRow& row) : row_(row) {}
-
-  /// The text of a column, any bytes; none for SQL NULL or a column that is not there.
-  std::optional<std::string_view> operator[](unsigned int column) const;
-
-  /// The text of a column, empty for none.
-  std::string text(unsigned int column) const { return std::string((*this)[column].value_or("")); }
-
-  /// A column as a decimal number, 0 for none.
-  int number(unsigned int column) const;
-
- private:
-  MyRow row_;
+/// What becomes of an event without the database, in the words of the system log.
+struct Event {
+  const char* loss;  // "report dropped"
+  Remedy remedy;     // whether the AP's next report makes up for it
 };
 
-/// The rows that a query returned, walked once with a range-for.
-class Rows {
- public:
-  /// Takes over `result`; null for a query that yielded no result set.
-  explicit Rows(MyResult* result) : result_(result, my_mysql_free_result) {}
+/// Whether a query may fail because its table is not there. A client table is made by the first
+/// report of its AP.
+enum class MissingTable { is_a_failure, is_fine };
 
-  /// Whether there is a result set at all; a failed query has none.
-  explicit operator bool() const { return result_ != nullptr; }
-
-  /// Number of rows; 0 without a result set.
-  std::uint64_t count() const { return result_ ? my_mysql_num_rows(*result_) : 0; }
-
-  /// The next row, or none at the end.
-  std::optional<Row> next();
-
-  class Iterator {
-   public:
-    explicit Iterator(Rows* rows)
-        : rows_(rows), row_(rows == nullptr ? std::nullopt : rows->next()) {}
-    const Row& operator*() const { return *row_; }
-    Iterator& operator++() {
-      row_ = rows_->next();
-      return *this;
-    }
-    bool operator!=(const Iterator& /*end*/) const { return row_.has_value(); }
-
-   private:
-    Rows* rows_;
-    std::optional<Row> row_;
-  };
-  Iterator begin() { return Iterator(this); }
-  static Iterator end() { return Iterator(nullptr); }
-
- private:
-  std::unique_ptr<MyResult, void (*)(MyResult*)> result_;
+/// A query and its place. One function makes it, for asking and for fetching ahead alike.
+struct Query {
+  Step step;
+  Statement statement;
+  MissingTable missing_table = MissingTable::is_a_failure;
 };
 
-/// A query that has been sent and whose rows are still to be taken, from the connection that sent
-/// it and before that is closed. Several may be under way; they are taken in any order.
-class Question {
- public:
-  Question(MyConnection& connection, MyTicket ticket, std::function<void()> trace = {})
-      : connection_(&connection), ticket_(ticket), trace_(std::move(trace)) {}
+template <typename... Values>
+Query query(const Step& step, SqlLiteral<Values...> literal, const Values&... values) {
+  return {step, statement<Values...>(literal, values...)};
+}
 
-  /// Waits for the rows.
-  Rows rows() const { return Rows(my_mysql_store_result(*connection_, ticket_)); }
-
-  /// Writes the trace line of a query that was asked ahead of it (Connection::ask_ahead).
-  void trace() const {
-    if (trace_) {
-      trace_();
-    }
-  }
-
- private:
-  MyConnection* connection_;
-  MyTicket ticket_;
-  std::function<void()> trace_;
-};
+class Connection;
 
 /// A statement without rows that has been sent and whose outcome is still to be asked for.
 class Attempt {
  public:
-  Attempt(MyConnection& connection, MyTicket ticket) : connection_(&connection), ticket_(ticket) {}
+  Attempt(Connection& db, const char* operation, MyTicket ticket)
+      : db_(&db), operation_(operation), ticket_(ticket) {}
 
-  /// Waits for the outcome, which the connection keeps until it is closed.
-  MyOutcome outcome() const { return my_mysql_outcome(*connection_, ticket_); }
+  /// Waits for the outcome, which the connection keeps until it is closed. To be called once: a
+  /// statement that failed, and is not just to be repeated, is traced and reported by that.
+  MyOutcome outcome() const;
 
  private:
-  MyConnection* connection_;
+  Connection* db_;
+  const char* operation_;
   MyTicket ticket_;
 };
 
-/// A database connection of one operation, open from construction to destruction. One call sends a
-/// statement and traces it, with the same format and values. Failures show in the outcome of an
-/// attempt only; a failing statement never stops the next. On a connection that did not open,
+/// A database connection. One call sends a statement and traces it, with the same format and values.
+/// A statement that fails never stops the next; what failed, and why, is traced below it. So is a
+/// statement that a value makes unsound, which is not sent. On a connection that is not open,
 /// statements do nothing.
+///
+/// Logic asks each query where it needs the answer. `fetch_ahead` is a hint that saves waiting:
+/// without it the same statements run with the same results.
 class Connection {
  public:
-  /// `key` is the AP on whose behalf the statements run, the key of their trace lines; null for
-  /// none. It has to outlive the connection.
-  explicit Connection(const char* key);
-  explicit Connection(const std::string& key) : Connection(key.c_str()) {}
-  ~Connection();
+  /// A closed connection. `key` is the AP on whose behalf the statements run, the key of their trace
+  /// lines; `event` is what the administrator hears of when the database fails.
+  Connection(std::string key, Event event) : key_(std::move(key)), event_(event) {}
+  ~Connection() { close(); }
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  /// Whether the connection is open.
-  explicit operator bool() const { return open_ == 0; }
+  /// Opens the connection unless it is open; one that the server has dropped is opened again.
+  /// Whether it is open. A failure is traced and reported.
+  bool open();
 
-  /// 0, or the negative result with which opening failed.
-  int result() const { return open_; }
-
-  /// Closes the connection; returns the result of closing it.
-  int close();
+  /// Waits for what is outstanding and closes the connection, if it is open.
+  void close();
 
   /// The key of the trace lines.
-  const char* key() const { return key_; }
+  const std::string& key() const { return key_; }
 
   /// Sends a statement that returns no rows.
-  void run(const Step& step, const char* format, ...) AP_PRINTF(3, 4);
-  void run(Untraced step, const char* format, ...) AP_PRINTF(3, 4);
-  void run(const Step& step, Delivery delivery, const char* format, ...) AP_PRINTF(4, 5);
+  template <typename... Values>
+  void run(const Step& step, SqlLiteral<Values...> literal, const Values&... values) {
+    run(step, statement<Values...>(literal, values...));
+  }
 
-  /// Sends a statement that returns no rows and that may have to be repeated.
-  [[nodiscard]] Attempt attempt(const Step& step, const char* format, ...) AP_PRINTF(3, 4);
-  [[nodiscard]] Attempt attempt(Untraced step, const char* format, ...) AP_PRINTF(3, 4);
+  /// Sends a statement that returns no rows and whose outcome decides what follows.
+  template <typename... Values>
+  [[nodiscard]] Attempt attempt(const Step& step, SqlLiteral<Values...> literal,
+                                const Values&... values) {
+    return {*this, step.operation, send(step, statement<Values...>(literal, values...))};
+  }
 
-  /// Sends a query.
-  [[nodiscard]] Question ask(const Step& step, const char* format, ...) AP_PRINTF(3, 4);
-  [[nodiscard]] Question ask(Untraced step, const char* format, ...) AP_PRINTF(3, 4);
+  /// Asks a query and waits for its rows, unless they have been fetched ahead.
+  [[nodiscard]] Rows ask(const Query& query);
+  template <typename... Values>
+  [[nodiscard]] Rows ask(const Step& step, SqlLiteral<Values...> literal, const Values&... values) {
+    return ask(query<Values...>(step, literal, values...));
+  }
 
-  /// Sends a query whose place in the trace comes later: it is traced by Question::trace. For
-  /// questions that go out together while the trace keeps their order with what follows from each.
-  [[nodiscard]] Question ask_ahead(const Step& step, const char* format, ...) AP_PRINTF(3, 4);
+  /// Asks for a fact that does not change while the connection is open: the first column of the
+  /// first row; none without a row, or for NULL. While nothing is traced, what was found once is
+  /// answered from memory; while tracing is on it is asked again, so that the trace stays true.
+  std::optional<std::string> look_up(const Query& query);
+
+  /// Sends a query that will be asked soon; its answer is kept until then. Only for answers that
+  /// nothing sent in between changes. Beyond kMostSentAhead queries at a time nothing is gained.
+  void fetch_ahead(const Query& query);
+
+  /// What a query that was fetched ahead has found, to know what to fetch next: its rows, which stay
+  /// the connection's until the query is asked. The same for a look-up, its first column. No rows,
+  /// or none, for one that was not fetched.
+  Rows& peek(const Query& query);
+  std::optional<std::string> peek_look_up(const Query& query);
+
+  /// Runs `body`, whose statements take effect together: other connections see all of it or nothing.
+  /// While the server undoes it in favour of others (a deadlock), it is run again as a whole, at most
+  /// 10 times. `what` says in the trace what is repeated.
+  void in_transaction(const Step& what, const std::function<void()>& body);
 
   /// Writes a trace line of the operation, behind the step's mark.
   void note(const Step& step, const char* format, ...) const AP_PRINTF(3, 4);
@@ -173,13 +144,41 @@ class Connection {
   std::uint64_t insert_id() { return my_mysql_insert_id(connection_); }
 
  private:
-  MyTicket send(const Step* step, const char* format, std::va_list values) AP_PRINTF(3, 0);
+  friend class Attempt;
+
+  /// A query under way, or its rows once somebody has peeked at them.
+  struct Ahead {
+    MyTicket ticket = 0;
+    std::optional<Rows> rows;
+  };
+  using AheadByText = std::multimap<std::string, Ahead, std::less<>>;
+
+  /// A statement whose outcome nobody has looked at.
+  struct Unchecked {
+    MyTicket ticket;
+    const char* operation;
+    bool in_transaction;
+  };
+
+  void run(const Step& step, const Statement& statement);
+  MyTicket send(const Step& step, const Statement& statement);
+  MyTicket send(const Statement& statement);
+  bool is_remembered(const Query& query) const;
+  Rows answer(const Query& query, Ahead ahead);
+  void verify(const Query& query, Rows& rows);
   void trace(const Step& step, const std::string& text) const;
+  void trace_failure(const Step& step, const Statement& statement, const MyError& error) const;
+  void report_failure(const char* operation, const MyOutcome& outcome, bool in_transaction);
+  void check_unchecked();
 
-  const char* key_;
+  std::string key_;
+  Event event_;
   MyConnection connection_;
-  int open_;
+  bool is_open_ = false;
+  bool is_lost_ = false;
+  bool is_in_transaction_ = false;
+  bool is_undone_ = false;  // the server has undone a statement of the transaction
+  AheadByText ahead_;
+  std::map<std::string, std::string, std::less<>> found_;  // by look_up
+  std::vector<Unchecked> unchecked_;
 };
-
-/// `text` made fit to stand between single quotes in a statement; empty when it cannot be.
-std::string sql_text(std::string_view text);

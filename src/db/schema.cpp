@@ -1,7 +1,7 @@
 #include "db/schema.h"
 
-const char* table_name(InfoTable table) {
-  return AP_INFO_TABLE[static_cast<std::size_t>(table)];
+SqlName table_name(InfoTable table) {
+  return SqlName::exported(AP_INFO_TABLE[static_cast<std::size_t>(table)]);
 }
 
 void create_client_table(Connection& db, int sn) {

@@ -6,11 +6,11 @@
 // The databases and the tables whose names the program exports. Every statement names its database
 // explicitly, in front of the table and joined to it by a point.
 
-inline constexpr const char* AP_INFO = "AP_INFO";                // registry and SSID profiles
-inline constexpr const char* AP_CLIENT = "AP_CLIENT";            // stations, radios, blocks, mesh
-inline constexpr const char* AP_POOR_CLIENT = "AP_POOR_CLIENT";  // poorly served stations
-inline constexpr const char* AP_USER = "AP_USER";                // app users and device names
-inline constexpr const char* CONNTRACK_LOG = "CONNTRACK_LOG";    // dated: CONNTRACK_LOG_20260131
+inline constexpr SqlName AP_INFO{"AP_INFO"};                // registry and SSID profiles
+inline constexpr SqlName AP_CLIENT{"AP_CLIENT"};            // stations, radios, blocks, mesh
+inline constexpr SqlName AP_POOR_CLIENT{"AP_POOR_CLIENT"};  // poorly served stations
+inline constexpr SqlName AP_USER{"AP_USER"};                // app users and device names
+inline constexpr SqlName CONNTRACK_LOG{"CONNTRACK_LOG"};    // dated: CONNTRACK_LOG_20260131
 
 /// `Status` of ap_list.
 inline constexpr int kNotConnected = 0;
@@ -29,7 +29,7 @@ inline constexpr int kApControllerLog = 11;
 enum class InfoTable { ap_list = 0, ap_profile = 5, client_name = 6, app_login = 8 };
 
 /// The table's name as AP_INFO_TABLE has it.
-const char* table_name(InfoTable table);
+SqlName table_name(InfoTable table);
 
 /// Makes the table of the stations of AP `sn` (0: an unknown AP), AP_CLIENT.AP_<sn>, unless it is
 /// there.

@@ -45,13 +45,18 @@ std::optional<EventType> event_type(const char* text) {
   return static_cast<EventType>(number);
 }
 
-void reboot(const std::string& mac) {
-  command_reboot(mac);
-  setAction(mac, ApAction::reboot, std::nullopt, kOperation);
-  if (Connection db(mac); db) {
-    log_ap_event(db, mac, "rebooted.");
+void reboot(const char* mac) {
+  Ap ap(mac, {"reboot not recorded", Remedy::none});
+  command_reboot(ap);
+  setAction(ap, ApAction::reboot, std::nullopt, kOperation);
+  if (ap.db.open()) {
+    log_ap_event(ap, "rebooted.");
   }
-  AH_deleteRelative(mac);
+  AH_deleteRelative(ap.mac);
+}
+
+bool well_formed(const char* mac) {
+  return mac != nullptr && is_mac(mac);
 }
 
 }  // namespace
@@ -60,7 +65,6 @@ void command(int count, char** args) {
   const char* first = argument(count, args, 1);
   const char* second = argument(count, args, 2);
   const char* third = argument(count, args, 3);
-  const auto well_formed = [](const char* mac) { return mac != nullptr && is_mac(mac); };
 
   trace_arguments(kOperation, first, count, args);
   const std::optional<EventType> type = event_type(argument(count, args, 0));
@@ -70,7 +74,8 @@ void command(int count, char** args) {
   switch (*type) {
     case EventType::report:
       if (well_formed(third)) {
-        report_cycle(first, second, third);
+        Ap ap(third, {"report dropped", Remedy::next_report});
+        report_cycle(ap, first, second);
       }
       break;
     case EventType::reboot:
@@ -80,17 +85,20 @@ void command(int count, char** args) {
       break;
     case EventType::firmware:
       if (well_formed(second)) {
-        update_firmware(std::string(first).substr(0, kLongestPath), second);
+        Ap ap(second, {"firmware update not recorded", Remedy::none});
+        update_firmware(ap, std::string(first).substr(0, kLongestPath));
       }
       break;
     case EventType::release_all:
       if (well_formed(second)) {
-        command_release_all(second);
+        Ap ap(second, {"release of all blocks not recorded", Remedy::none});
+        command_release_all(ap);
       }
       break;
     case EventType::update_check:
       if (well_formed(second)) {
-        check_updates(first, second);
+        Ap ap(second, {"update check dropped", Remedy::none});
+        check_updates(ap, first);
       }
       break;
     case EventType::disconnect_tool:
@@ -100,7 +108,8 @@ void command(int count, char** args) {
       break;
     case EventType::mark_updating:
       if (second != nullptr) {
-        setAction(second, ApAction::update, std::nullopt, kOperation);
+        Ap ap(second, {"update not recorded", Remedy::none});
+        setAction(ap, ApAction::update, std::nullopt, kOperation);
       }
       break;
     case EventType::nothing_0:

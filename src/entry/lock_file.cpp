@@ -4,24 +4,27 @@
 
 #include "platform/files.h"
 #include "platform/shell.h"
+#include "platform/system_log.h"
+#include "trace/trace_log.h"
 
 namespace {
 
 constexpr const char* kDirectory = "/database/ap/lock";
-
-/// A lock of this age, in seconds, is still held; one second later it is stale. Ten minutes are far
-/// beyond any report: what is older was left behind by a process that died.
-constexpr std::int64_t kOldestHeld = 599;
 
 }  // namespace
 
 Lock ap_lock_take(const std::string& mac) {
   const std::int64_t now = std::time(nullptr);
   const std::int64_t created = my_file_create_time(M("%s/%s", kDirectory, mac.c_str()));
-  if (created >= now - kOldestHeld) {
+  if (created <= now && now - created < kStaleLockAge) {
     return Lock::held_by_another;
   }
-  my_system("> %s/%s", kDirectory, mac.c_str());
+  if (my_system("> %s/%s", kDirectory, mac.c_str()) != 0) {
+    ap_debug_log({"ap_lock_take", mac}, "the lock cannot be made in %s", kDirectory);
+    my_report_loss(Loss::file, Remedy::next_report,
+                   M("AP %s: reports are not kept apart: the lock cannot be made in %s",
+                     mac.c_str(), kDirectory));
+  }
   return Lock::taken;
 }
 

@@ -1,14 +1,21 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 // The AP lock file: one empty file per AP, /database/ap/lock/<MAC>, that says that a report of this
 // AP is being processed. The MAC has to be well formed (is_mac), because it names the file.
 
+/// From this age on, in seconds, a lock is stale: ten minutes are far beyond any report, so the
+/// process that made it has died. One whose time lies in the future is stale, too: the clock has been
+/// set back since.
+inline constexpr std::int64_t kStaleLockAge = 600;
+
 enum class Lock { held_by_another, taken };
 
-/// Takes the AP's lock unless it is younger than 600 seconds. Testing and taking are two steps: two
-/// reports that arrive in the same moment may both take it.
+/// Takes the AP's lock unless it is held. Testing and taking are two steps: two reports that arrive in
+/// the same moment may both take it. A lock that cannot be made is reported as a loss and counts as
+/// taken.
 Lock ap_lock_take(const std::string& mac);
 
 /// Removes the AP's lock; a missing one is no error.

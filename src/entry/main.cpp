@@ -5,10 +5,15 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
+#include <string>
 #include <string_view>
 
+#include "entry/arguments.h"
 #include "entry/command.h"
 #include "entry/personalities.h"
+#include "platform/system_log.h"
+#include "trace/trace_log.h"
 
 namespace {
 
@@ -54,6 +59,16 @@ void settle_surroundings() {
   }
 }
 
+/// Tells of an event that an exception has ended, with the arguments that name it.
+void report_dropped_event(int argc, char** argv, const char* reason) {
+  std::string event;
+  for (int i = 0; i < argc; ++i) {
+    event += (i == 0 ? "" : " ") + std::string(argv[i]);
+  }
+  ap_debug_log("main", __LINE__, argument(argc, argv, argc - 1), "event dropped: %s", reason);
+  my_report_loss(Loss::event, Remedy::none, event + ": event dropped: " + reason);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -66,9 +81,12 @@ int main(int argc, char** argv) {
       try {
         settle_surroundings();
         personality.run(argc, argv);
-      } catch (...) {
+      } catch (const std::exception& exception) {
         // Nothing of ours throws. Should memory run out, the event is lost, not the controller's
         // trust in our exit status.
+        report_dropped_event(argc, argv, exception.what());
+      } catch (...) {
+        report_dropped_event(argc, argv, "an unknown exception");
       }
       break;
     }

@@ -1,5 +1,6 @@
 #include "entry/personalities.h"
 
+#include "control/command_file.h"
 #include "entry/arguments.h"
 #include "entry/lock_file.h"
 #include "lifecycle/capability.h"
@@ -15,10 +16,12 @@ void up(int argc, char** argv) {
   if (mac == nullptr || !is_mac(mac)) {
     return;
   }
+  Ap ap(mac, {"join not recorded", Remedy::next_report});
   ap_lock_remove(mac);
-  ap_block_remove(mac, Quiet::no, "up");
+  remove_abandoned_commands();
+  ap_block_remove(ap, Quiet::no, "up");
   const Capability capability = ap_info_load(mac);
-  ap_up_register(argv[1], mac, capability);
+  ap_up_register(ap, argv[1], capability);
 }
 
 void down(int argc, char** argv) {
@@ -27,10 +30,12 @@ void down(int argc, char** argv) {
   if (mac == nullptr || !is_mac(mac)) {
     return;
   }
+  Ap ap(mac, {"leave not recorded", Remedy::none});
   ap_lock_remove(mac);
-  ap_block_remove(mac, Quiet::no, "down");
-  drop_ap_client_table(mac);
-  ap_down_record(mac);
+  ap_block_remove(ap, Quiet::no, "down");
+  drop_ap_client_table(ap);
+  ap_down_record(ap);
+  ap.db.close();
   scan_announce();
 }
 

@@ -6,7 +6,6 @@
 #include <optional>
 
 #include "control/command_file.h"
-#include "db/connection.h"
 #include "db/schema.h"
 #include "entry/lock_file.h"
 #include "lifecycle/connection_status.h"
@@ -41,43 +40,38 @@ constexpr int kMacFilterSetting = 135;  // 0: off
 constexpr int kFilterAlone = 1;
 
 /// Registers the AP when the registry does not know it, with the defaults of a new AP.
-void register_unknown_ap(const std::string& ip, const std::string& mac) {
-  Connection db(mac);
-  if (!db) {
+void register_unknown_ap(Ap& ap, const std::string& ip) {
+  if (!ap.db.open()) {
     return;
   }
   const Rows known =
-      db.ask(Step(kOperation), "SELECT `SN`, `IP` FROM `%s`.`ap_list` WHERE `MAC`=UPPER('%s')",
-             AP_INFO, mac.c_str())
-          .rows();
+      ap.db.ask(Step(kOperation), "SELECT `SN`, `IP` FROM `%s`.`ap_list` WHERE `MAC`=UPPER('%s')",
+                AP_INFO, ap.mac);
   if (!known || known.count() > 0) {
     return;
   }
-  const std::string profiles = sql_text(getDefaultProfileSN());
-  db.run(Step(kOperation),
-         "INSERT INTO `%s`.`ap_list` (`STime`, `ETime`, `Name`, `IP`, `MAC`, `Status`, `pf_id`, "
-         "`5G_pf_id`, `wired_id`) VALUES(NOW(), '0000-00-00 00:00:00', '%s', '%s', UPPER('%s'), "
-         "%d, '%s', '%s', '%s')",
-         AP_INFO, mac.c_str(), sql_text(ip).c_str(), mac.c_str(), kConnected, profiles.c_str(),
-         profiles.c_str(), sql_text(getDefaultApWired()).c_str());
-  const int sn = cut_to<int>(db.insert_id());
+  const std::string profiles = getDefaultProfileSN();
+  ap.db.run(Step(kOperation),
+            "INSERT INTO `%s`.`ap_list` (`STime`, `ETime`, `Name`, `IP`, `MAC`, `Status`, `pf_id`, "
+            "`5G_pf_id`, `wired_id`) VALUES(NOW(), '0000-00-00 00:00:00', '%s', '%s', UPPER('%s'), "
+            "%d, '%s', '%s', '%s')",
+            AP_INFO, ap.mac, ip, ap.mac, kConnected, profiles, profiles, getDefaultApWired());
+  const int sn = cut_to<int>(ap.db.insert_id());
   if (sn != 0) {
     ap_sync_host(sn);
     setRemote(1, 0, sn, 0);
-    create_client_table(db, sn);
+    create_client_table(ap.db, sn);
   }
 }
 
 /// An AP that reports is there, whatever the registry says.
-void mark_connected(const std::string& mac) {
-  Connection db(mac);
-  if (!db) {
-    return;
+void mark_connected(Ap& ap) {
+  if (ap.db.open()) {
+    ap.db.run(Step(kOperation),
+              "UPDATE `%s`.`ap_list` SET `Status`=%d, `STime`=NOW(), "
+              "`ETime`='0000-00-00 00:00:00' WHERE `MAC`=UPPER('%s') AND `Status`=%d",
+              AP_INFO, kConnected, ap.mac, kNotConnected);
   }
-  db.run(Step(kOperation),
-         "UPDATE `%s`.`ap_list` SET `Status`=%d, `STime`=NOW(), `ETime`='0000-00-00 00:00:00' "
-         "WHERE `MAC`=UPPER('%s') AND `Status`=%d",
-         AP_INFO, kConnected, mac.c_str(), kNotConnected);
 }
 
 /// Whether stations are steered.
@@ -85,25 +79,19 @@ bool is_balancing(int filter_mode) {
   return RI(kBalanceSetting) != 0 && filter_mode != kFilterAlone;
 }
 
-/// The "release" lines of the AP, empty for none.
-std::string release_blocks(const std::string& mac) {
-  Connection db(mac);
-  return db ? ap_release_block_rule(db, mac).value_or("") : "";
-}
-
 /// Stores what the report says and lifts the blocks that it makes needless: their "release" lines.
-std::string store_report(const std::string& path, const std::string& mac, int filter_mode) {
-  const std::optional<Report> report = Report::load(path, mac);
+std::string store_report(Ap& ap, const std::string& path, int filter_mode) {
+  const std::optional<Report> report = Report::load(path, ap.mac);
   if (!report) {
     return "";
   }
-  ap_system_parse(mac, *report);
-  mark_connected(mac);
-  ap_interface_parse(mac, *report);
-  update_ap_legal_table_for_refer(mac, *report);
-  update_ap_client_db(mac, *report);
-  update_ap_poor_client_db(mac, *report);
-  return is_balancing(filter_mode) ? release_blocks(mac) : "";
+  ap_system_parse(ap, *report);
+  mark_connected(ap);
+  ap_interface_parse(ap, *report);
+  update_ap_legal_table_for_refer(ap, *report);
+  update_ap_client_db(ap, *report);
+  update_ap_poor_client_db(ap, *report);
+  return is_balancing(filter_mode) && ap.db.open() ? ap_release_block_rule(ap).value_or("") : "";
 }
 
 void remove_report(const std::string& path) {
@@ -114,11 +102,11 @@ void remove_report(const std::string& path) {
 
 /// Runs the load-balancing pass: the lines that tell the AP whom to release, disconnect and refuse.
 /// When all its blocks must go, the AP is told so by a command of its own.
-std::string steering_lines(const std::string& mac, const std::string& releases) {
+std::string steering_lines(Ap& ap, const std::string& releases) {
   ReleaseAll release_all = ReleaseAll::no;
-  const std::string moves = ap_load_balance_rule(mac, release_all).value_or("");
+  const std::string moves = ap_load_balance_rule(ap, release_all).value_or("");
   if (release_all == ReleaseAll::yes) {
-    ap_block_remove(mac, Quiet::no, kOperation);
+    ap_block_remove(ap, Quiet::no, kOperation);
     return "";
   }
   const std::string lines = releases + moves;
@@ -126,38 +114,40 @@ std::string steering_lines(const std::string& mac, const std::string& releases) 
                        : M("type=%d\n%s", static_cast<int>(CommandType::steering), lines.c_str());
 }
 
-std::string auto_rf_line(const std::string& mac) {
-  return RI(kAutoRfSetting) == 0 ? "autoRF=0\n" : ap_auto_rf_rule(mac).value_or("");
+std::string auto_rf_line(Ap& ap) {
+  return RI(kAutoRfSetting) == 0 ? "autoRF=0\n" : ap_auto_rf_rule(ap).value_or("");
 }
 
-void work_off(const std::string& path, const std::string& ip, const std::string& mac) {
+void answer_report(Ap& ap, const std::string& path, const std::string& ip) {
   const int filter_mode = RI(kMacFilterSetting);
-  register_unknown_ap(ip, mac);
-  checkConnectionStatus(ip, mac);
-  const std::string releases = store_report(path, mac, filter_mode);
+  register_unknown_ap(ap, ip);
+  checkConnectionStatus(ap, ip);
+  const std::string releases = store_report(ap, path, filter_mode);
+  ap.db.close();  // all of it is stored before the report goes
   remove_report(path);
-  std::string lines = is_balancing(filter_mode) ? steering_lines(mac, releases) : "";
-  lines += auto_rf_line(mac);
+  std::string lines = is_balancing(filter_mode) ? steering_lines(ap, releases) : "";
+  lines += auto_rf_line(ap);
   if (filter_mode != 0) {
-    ap_block_remove(mac, Quiet::yes, kOperation);  // the filter says who may use the AP
+    ap_block_remove(ap, Quiet::yes, kOperation);  // the filter says who may use the AP
   }
-  lines += ap_mac_filter_conf(mac);
+  ap.db.close();
+  lines += ap_mac_filter_conf(ap.mac);
   lines = my_string(std::move(lines), "time=%lu\n", static_cast<unsigned long>(std::time(nullptr)));
-  ap_debug_log({kOperation, mac}, "[%s] cmd_content: %s", mac.c_str(), lines.c_str());
-  ap_conf_set(lines, mac, std::nullopt);
+  ap_debug_log({kOperation, ap.mac}, "[%s] cmd_content: %s", ap.mac.c_str(), lines.c_str());
+  ap_conf_set(ap, lines, CommandSlot::ordinary, Remedy::next_report);
 }
 
 }  // namespace
 
-void report_cycle(const std::string& path, const std::string& ip, const std::string& mac) {
-  if (ap_lock_take(mac) == Lock::held_by_another) {
+void report_cycle(Ap& ap, const std::string& path, const std::string& ip) {
+  if (ap_lock_take(ap.mac) == Lock::held_by_another) {
     return;
   }
-  ap_debug_log({kOperation, mac}, "=====START parsing %s data=====", mac.c_str());
+  ap_debug_log({kOperation, ap.mac}, "=====START parsing %s data=====", ap.mac.c_str());
   const std::string report = path.substr(0, kLongestPath);
   if (isRegularFile(report)) {
-    work_off(report, ip, mac);
+    answer_report(ap, report, ip);
   }
-  ap_debug_log({kOperation, mac}, "=====END parsing %s data=====\n\n", mac.c_str());
-  ap_lock_remove(mac);
+  ap_debug_log({kOperation, ap.mac}, "=====END parsing %s data=====\n\n", ap.mac.c_str());
+  ap_lock_remove(ap.mac);
 }

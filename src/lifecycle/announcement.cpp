@@ -2,8 +2,7 @@
 
 #include <unistd.h>
 
-#include "control/traced_command.h"
-#include "db/schema.h"
+#include "control/shell_command.h"
 #include "lifecycle/connection_log.h"
 #include "lifecycle/push_notice.h"
 #include "platform/files.h"
@@ -14,35 +13,39 @@ namespace {
 constexpr int kMailSetting = 92;  // 0: no notice mails
 constexpr const char* kMarkers = "/var/log/notice";
 
-bool is_marked(const std::string& mac) {
-  return access(M("%s/%s", kMarkers, mac.c_str()).c_str(), F_OK) == 0;
+std::string marker(const std::string& mac) {
+  return M("%s/%s", kMarkers, mac.c_str());
+}
+
+/// Whether the mobile users are told.
+bool is_pushed(const Ap& ap, NoticeEvent event) {
+  return event == NoticeEvent::leave || access(marker(ap.mac).c_str(), F_OK) == 0;
 }
 
 }  // namespace
 
-Announcement::Announcement(Connection& db, NoticeEvent event, const std::string& mac)
-    : db_(db), event_(event), mac_(mac) {
+void fetch_announcement(Ap& ap, NoticeEvent event) {
   if (RI(kMailSetting) != 0) {
-    times_ = ap_notice_times(db, mac);
+    ap.db.fetch_ahead(notice_times_query(ap.mac));
   }
-  if (event == NoticeEvent::leave || is_marked(mac)) {
-    recipients_ = ap_push_recipients(db);
+  if (is_pushed(ap, event)) {
+    ap.db.fetch_ahead(push_recipients_query());
   }
 }
 
-void Announcement::send(const std::optional<std::string>& name,
-                        const std::optional<std::string>& ip) const {
-  const std::string message = notice_message(event_, name, mac_);
-  if (times_) {
-    ap_notice_mail({event_, name, mac_, ip, std::nullopt, std::nullopt}, times_);
+void announce(Ap& ap, NoticeEvent event, const std::optional<std::string>& name,
+              const std::optional<std::string>& ip) {
+  const std::string message = notice_message(event, name, ap.mac);
+  if (RI(kMailSetting) != 0) {
+    ap_notice_mail(ap.db, {event, name, ap.mac, ip});
   }
-  if (recipients_) {
-    ap_push_notice(db_, *recipients_, message);
-    if (event_ == NoticeEvent::leave) {
-      traced_command({"ap_down_record", mac_}, "> %s/%s", kMarkers, mac_.c_str());
+  if (is_pushed(ap, event)) {
+    ap_push_notice(ap, message);
+    if (event == NoticeEvent::leave) {
+      run_command({"ap_down_record", ap.mac}, "> %s", marker(ap.mac));
     } else {
-      my_rm("%s/%s", kMarkers, mac_.c_str());
+      my_rm("%s", marker(ap.mac).c_str());
     }
   }
-  ap_connection_log(db_, message, kApControllerLog);
+  ap_connection_log(ap, message);
 }

@@ -3,25 +3,15 @@
 #include <optional>
 #include <string>
 
-#include "db/connection.h"
+#include "db/ap.h"
 #include "lifecycle/notice_mail.h"
 
-/// Tells everybody that an AP has joined or left: a mail (setting 92), a push message to the mobile
+/// Tells everybody that the AP has joined or left: a mail (setting 92), a push message to the mobile
 /// users, a line in the connection log, in this order. Users are told of a join only when they were
-/// told of the leave before it; a marker file (/var/log/notice/<MAC>) remembers that.
-class Announcement {
- public:
-  /// Sends the look-ups. That is apart from `send` so that their answers are waited for together
-  /// with that of the statement before them. All three have to outlive the announcement.
-  Announcement(Connection& db, NoticeEvent event, const std::string& mac);
+/// told of the leave before it; a marker file (/var/log/notice/<MAC>) remembers that. `name` and
+/// `ip` are the AP's as the mail shows them.
+void announce(Ap& ap, NoticeEvent event, const std::optional<std::string>& name,
+              const std::optional<std::string>& ip);
 
-  /// `name` and `ip` of the AP as the mail shows them.
-  void send(const std::optional<std::string>& name, const std::optional<std::string>& ip) const;
-
- private:
-  Connection& db_;
-  NoticeEvent event_;
-  const std::string& mac_;
-  std::optional<Question> times_;
-  std::optional<Question> recipients_;
-};
+/// Fetches ahead what that asks.
+void fetch_announcement(Ap& ap, NoticeEvent event);

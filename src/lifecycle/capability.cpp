@@ -5,8 +5,8 @@
 #include <optional>
 #include <vector>
 
-#include "control/traced_command.h"
-#include "db/connection.h"
+#include "control/shell_command.h"
+#include "control/support_marker.h"
 #include "platform/files.h"
 #include "platform/text.h"
 #include "values/channel_table.h"
@@ -17,7 +17,6 @@ namespace {
 
 constexpr const char* kInfoDirectory = "/database/ap/info";
 constexpr const char* kKeepFiles = "/database/ap/info/debug";
-constexpr const char* kSupportDirectory = "/database/ap/support";
 
 constexpr const char* kSystem = "SYSTEM";
 constexpr const char* kTwoFourGhz = "2.4G";
@@ -40,28 +39,33 @@ Value value_of(const Report& report, const char* section, const std::string& key
   return value ? Value(value->substr(0, kLongestValue)) : std::nullopt;
 }
 
-void assign(std::string& fragment, const std::string& column, std::string_view text) {
-  fragment = my_string(std::move(fragment), ", `%s`='%s'", column.c_str(), sql_text(text).c_str());
+void append(Statement& assignments, const Statement& assignment) {
+  assignments.text += assignment.text;
+  assignments.sound = assignments.sound && assignment.sound;
 }
 
-void assign(std::string& fragment, const std::string& column, int number) {
-  fragment = my_string(std::move(fragment), ", `%s`='%d'", column.c_str(), number);
+void assign(Statement& assignments, const Statement& column, std::string_view text) {
+  append(assignments, statement(", `%s`='%s'", column, text));
 }
 
-void assign_present(std::string& fragment, const std::string& column, const Value& text) {
+void assign(Statement& assignments, const Statement& column, int number) {
+  append(assignments, statement(", `%s`='%d'", column, number));
+}
+
+void assign_present(Statement& assignments, const Statement& column, const Value& text) {
   if (text) {
-    assign(fragment, column, *text);
+    assign(assignments, column, *text);
   }
 }
 
-void assign_modes(std::string& fragment, const std::string& column, const Value& text) {
+void assign_modes(Statement& assignments, const Statement& column, const Value& text) {
   if (text) {
-    assign(fragment, column, wireless_mode_mask_list(*text));
+    assign(assignments, column, wireless_mode_mask_list(*text));
   }
 }
 
-void assign_channel(std::string& fragment, const std::string& column, const Value& number) {
-  assign_present(fragment, column, number ? channel_label(decimal(*number)) : std::nullopt);
+void assign_channel(Statement& assignments, const Statement& column, const Value& number) {
+  assign_present(assignments, column, number ? channel_label(decimal(*number)) : std::nullopt);
 }
 
 bool is_decimal_number(std::string_view text) {
@@ -71,65 +75,67 @@ bool is_decimal_number(std::string_view text) {
 }
 
 void add_system(Capability& capability, const Report& report) {
-  assign_present(capability.initial, "fw_version", value_of(report, kSystem, "version"));
+  assign_present(capability.initial, statement("fw_version"), value_of(report, kSystem, "version"));
   if (const Value poe = value_of(report, kSystem, "poe_passthru")) {
-    assign(capability.initial, "poe", decimal(*poe) == 0 ? kUnable : 0);
+    assign(capability.initial, statement("poe"), decimal(*poe) == 0 ? kUnable : 0);
   }
   const std::string ports(value_of(report, kSystem, "ethernet_num").value_or("0"));
-  capability.refresh = my_string(std::move(capability.refresh), ", `wired_max`=%s",
-                                 is_decimal_number(ports) ? ports.c_str() : "0");
+  append(capability.refresh,
+         statement(", `wired_max`=%s",
+                   SqlNumber{is_decimal_number(ports) ? std::string_view(ports) : "0"}));
 }
 
 void add_two_four_ghz(Capability& capability, const Report& report) {
   const auto value = [&](const char* key) { return value_of(report, kTwoFourGhz, key); };
-  assign_present(capability.refresh, "ssid_max", value("ssid_max"));
-  assign_modes(capability.refresh, "wireless_mode_list", value("mode"));
+  assign_present(capability.refresh, statement("ssid_max"), value("ssid_max"));
+  assign_modes(capability.refresh, statement("wireless_mode_list"), value("mode"));
   const Value high_power = value("hi_txpower");
-  assign_present(capability.refresh, "high_txpower_list", high_power);
+  assign_present(capability.refresh, statement("high_txpower_list"), high_power);
   if (high_power == kNoHighPower) {
-    assign(capability.initial, "high_power", kUnable);
+    assign(capability.initial, statement("high_power"), kUnable);
   }
-  assign_present(capability.refresh, "txpower_list", value("txpower"));
+  assign_present(capability.refresh, statement("txpower_list"), value("txpower"));
   const ChannelList channels =
       channel_list_parse(value("channel").value_or(""), ChannelListHead::none);
   if (!channels.labels.empty()) {
-    assign(capability.refresh, "channel_list", channels.labels);
+    assign(capability.refresh, statement("channel_list"), channels.labels);
   }
-  assign_present(capability.refresh, "channel_ext_list", value("extension"));
-  assign_channel(capability.initial, "channel", value("defult_channel"));
+  assign_present(capability.refresh, statement("channel_ext_list"), value("extension"));
+  assign_channel(capability.initial, statement("channel"), value("defult_channel"));
 }
 
 void add_five_ghz(Capability& capability, const Report& report) {
   const auto value = [&](const std::string& key) { return value_of(report, kFiveGhz, key); };
-  assign_present(capability.refresh, "5G_ssid_max", value("ssid_max"));
-  assign_modes(capability.refresh, "5G_wireless_mode_list", value("mode"));
+  assign_present(capability.refresh, statement("5G_ssid_max"), value("ssid_max"));
+  assign_modes(capability.refresh, statement("5G_wireless_mode_list"), value("mode"));
   bool unable = false;
   for (int i = 1; i <= kSubBands; ++i) {
     const Value high_power = value(M("hi_txpower%d", i));
-    assign_present(capability.refresh, M("5G_high_txpower_list_%d", i), high_power);
-    assign_present(capability.refresh, M("5G_txpower_list_%d", i), value(M("txpower%d", i)));
+    assign_present(capability.refresh, statement("5G_high_txpower_list_%d", i), high_power);
+    assign_present(capability.refresh, statement("5G_txpower_list_%d", i),
+                   value(M("txpower%d", i)));
     unable = unable || high_power == kNoHighPower;
   }
   if (unable) {
-    assign(capability.initial, "5G_high_power", kUnable);
+    assign(capability.initial, statement("5G_high_power"), kUnable);
   }
   for (int i = 1; i <= kSubBands; ++i) {
     const ChannelList channels =
         channel_list_parse(value(M("channel%d", i)).value_or(""), ChannelListHead::power_and_band);
     if (!channels.labels.empty()) {
-      assign(capability.refresh, M("5G_channel_list_%d_toTxpower", i), channels.to_txpower);
-      assign(capability.refresh, M("5G_channel_list_%d_band", i), channels.band);
-      assign(capability.refresh, M("5G_channel_list_%d", i), channels.labels);
+      assign(capability.refresh, statement("5G_channel_list_%d_toTxpower", i), channels.to_txpower);
+      assign(capability.refresh, statement("5G_channel_list_%d_band", i), channels.band);
+      assign(capability.refresh, statement("5G_channel_list_%d", i), channels.labels);
     }
   }
-  assign_present(capability.refresh, "5G_channel_ext_list", value("extension"));
-  assign_channel(capability.initial, "5G_channel", value("defult_channel"));
+  assign_present(capability.refresh, statement("5G_channel_ext_list"), value("extension"));
+  assign_channel(capability.initial, statement("5G_channel"), value("defult_channel"));
 }
 
 void add_operation(Capability& capability, const Report& report) {
   if (const Value mode = value_of(report, "OPERATION", "mode")) {
-    capability.refresh = my_string(std::move(capability.refresh), ", `op_mode`=%d",
-                                   my_tolower(std::string(*mode)) == "mesh" ? 1 : 0);
+    append(capability.refresh,
+           statement(", `op_mode`=%d", my_tolower(std::string(*mode)) == "mesh" ? 1 : 0));
   }
 }
 
@@ -184,10 +190,10 @@ void store_support_marker(SupportMarker marker, const std::string& mac) {
     case SupportMarker::keep:
       break;
     case SupportMarker::set:
-      traced_command({"ap_info_load", mac}, "> %s/%s.update", kSupportDirectory, mac.c_str());
+      run_command({"ap_info_load", mac}, "> %s", support_marker(mac));
       break;
     case SupportMarker::clear:
-      my_rm("%s/%s.update", kSupportDirectory, mac.c_str());
+      my_rm("%s", support_marker(mac).c_str());
       break;
   }
 }

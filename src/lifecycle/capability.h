@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "db/statement.h"
 #include "reports/report.h"
 
 // What an AP says of itself when it joins: a capability file, /database/ap/info/<MAC>, with the
@@ -13,10 +14,10 @@
 enum class SupportMarker { keep, set, clear };
 
 /// What a capability file means for the AP's row in the registry: assignments that each begin with
-/// ", " and can stand behind another one in a statement. Empty for nothing.
+/// ", " and can follow another one in a statement. Empty for nothing.
 struct Capability {
-  std::string refresh;  // written at every join
-  std::string initial;  // written only when the AP is registered
+  Statement refresh;  // written at every join
+  Statement initial;  // written only when the AP is registered
   SupportMarker marker = SupportMarker::keep;
 };
 

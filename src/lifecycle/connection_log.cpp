@@ -1,9 +1,8 @@
 #include "lifecycle/connection_log.h"
 
-#include "control/traced_command.h"
+#include "control/shell_command.h"
 #include "db/schema.h"
 #include "platform/settings.h"
-#include "values/shell_word.h"
 
 namespace {
 
@@ -13,21 +12,15 @@ constexpr int kPrioritySetting = 121;
 
 }  // namespace
 
-void ap_connection_log(Connection& db, const std::optional<std::string>& message, int type) {
-  if (!message) {
-    return;
-  }
-  if (const std::optional<std::string> escaped = my_sqlescape(*message)) {
-    db.run(Step(kOperation),
-           "INSERT INTO `%s_%s`.`%s` (`STime`, `Program`, `Type`, `Msg`) "
-           "VALUES (NOW(), '%s', %d, '%s')",
-           CONNTRACK_LOG, my_getDate(0).c_str(), CONNTRACK_LOG_TABLE[type], kProgram, type,
-           escaped->c_str());
-  }
-  static constexpr const char* kForward =
-      "/usr/sbin/send_logmsg -u -d %s -t %s -m \"<%d>[ Connection Log - AP Controller ] %s\" > "
-      "/dev/null &";
-  traced_command({kOperation, db.key()}, kForward, CONNTRACK_LOG,
-                 CONNTRACK_LOG_TABLE[kApControllerLog], RI(kPrioritySetting),
-                 within_double_quotes(*message).c_str());
+void ap_connection_log(Ap& ap, const std::string& message) {
+  const char* const table = CONNTRACK_LOG_TABLE[kApControllerLog];
+  ap.db.run(Step(kOperation),
+            "INSERT INTO `%s_%s`.`%s` (`STime`, `Program`, `Type`, `Msg`) "
+            "VALUES (NOW(), '%s', %d, '%s')",
+            CONNTRACK_LOG, SqlNumber{my_getDate(0)}, SqlName::exported(table), kProgram,
+            kApControllerLog, message);
+  run_command({kOperation, ap.mac},
+              "/usr/sbin/send_logmsg -u -d %s -t %s -m \"<%d>[ Connection Log - AP Controller ] "
+              "%s\" > /dev/null &",
+              CONNTRACK_LOG.text(), table, RI(kPrioritySetting), message);
 }

@@ -2,7 +2,6 @@
 
 #include <optional>
 
-#include "db/connection.h"
 #include "db/schema.h"
 #include "lifecycle/join.h"
 #include "steering/block_table.h"
@@ -11,15 +10,13 @@ namespace {
 
 constexpr const char* kOperation = "checkConnectionStatus";
 
-bool is_back(const std::string& mac) {
-  Connection db(mac);
-  if (!db) {
+bool is_back(Ap& ap) {
+  if (!ap.db.open()) {
     return false;
   }
-  Rows rows = db.ask(Step(kOperation),
-                     "SELECT `Status`, `action` FROM `%s`.`ap_list` WHERE `MAC`=UPPER('%s')",
-                     AP_INFO, mac.c_str())
-                  .rows();
+  Rows rows = ap.db.ask(Step(kOperation),
+                        "SELECT `Status`, `action` FROM `%s`.`ap_list` WHERE `MAC`=UPPER('%s')",
+                        AP_INFO, ap.mac);
   const std::optional<Row> row = rows.next();
   return row && row->number(0) == kNotConnected &&
          row->number(1) == static_cast<int>(ApAction::none);
@@ -27,9 +24,9 @@ bool is_back(const std::string& mac) {
 
 }  // namespace
 
-void checkConnectionStatus(const std::string& ip, const std::string& mac) {
-  if (is_back(mac)) {
-    ap_block_remove(mac, Quiet::no, kOperation);
-    ap_up_register(ip, mac, Capability{});
+void checkConnectionStatus(Ap& ap, const std::string& ip) {
+  if (is_back(ap)) {
+    ap_block_remove(ap, Quiet::no, kOperation);
+    ap_up_register(ap, ip, Capability{});
   }
 }

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "db/ap.h"
 #include "lifecycle/capability.h"
 
 /// An AP has joined from the address `ip`, or has turned out to be back: makes its row in the
@@ -12,4 +13,4 @@
 ///
 /// When two processes register the same new AP at once, the one that comes second finds its row
 /// made and goes on as for a known AP, without announcing it again. The MAC has to be well formed.
-void ap_up_register(const std::string& ip, const std::string& mac, const Capability& capability);
+void ap_up_register(Ap& ap, const std::string& ip, const Capability& capability);

@@ -19,16 +19,6 @@ std::string add_time(std::string body, const char* what, const std::string& time
   return my_string(std::move(body), "%s: %s\r\n", what, time.c_str());
 }
 
-NoticeTimes read_times(const Question& question) {
-  Rows rows = question.rows();
-  const std::optional<Row> row = rows.next();
-  const auto text = [&](unsigned int column) {
-    const std::optional<std::string_view> value = row ? (*row)[column] : std::nullopt;
-    return value ? std::optional<std::string>(*value) : std::nullopt;
-  };
-  return {text(0), text(1)};
-}
-
 std::optional<std::string> unless_unset(const std::string& field) {
   return field == kMissingValue ? std::nullopt : std::optional<std::string>(field);
 }
@@ -67,10 +57,9 @@ std::string notice_message(NoticeEvent event, const std::optional<std::string>& 
            event == NoticeEvent::join ? "is connected." : "is disconnected.");
 }
 
-Question ap_notice_times(Connection& db, const std::string& mac) {
-  return db.ask(Step("ap_notice_mail"),
-                "SELECT `STime`, `ETime` FROM `%s`.`ap_list` WHERE `MAC`=UPPER('%s')", AP_INFO,
-                sql_text(mac).c_str());
+Query notice_times_query(const std::string& mac) {
+  return query(Step("ap_notice_mail"),
+               "SELECT `STime`, `ETime` FROM `%s`.`ap_list` WHERE `MAC`=UPPER('%s')", AP_INFO, mac);
 }
 
 std::string notice_body(const NoticeMail& mail, const NoticeTimes& times) {
@@ -78,9 +67,6 @@ std::string notice_body(const NoticeMail& mail, const NoticeTimes& times) {
   std::string body = M("Name: %s\r\nMAC: %s\r\nIP: %s\r\n",
                        own_name(mail.name, mail.mac) ? mail.name->c_str() : "---", mail.mac.c_str(),
                        mail.ip.value_or("---").c_str());
-  if (mail.time_text) {
-    return add_time(std::move(body), leave ? kLeaveTime : kJoinTime, *mail.time_text);
-  }
   if (times.joined || (leave && times.left)) {
     body += "\r\n";
   }
@@ -93,8 +79,10 @@ std::string notice_body(const NoticeMail& mail, const NoticeTimes& times) {
   return body;
 }
 
-void ap_notice_mail(const NoticeMail& mail, const std::optional<Question>& times) {
-  const NoticeTimes known = times ? read_times(*times) : NoticeTimes{};
-  _send_notice_mail(mail.subject.value_or(notice_message(mail.event, mail.name, mail.mac)),
-                    notice_body(mail, known));
+void ap_notice_mail(Connection& db, const NoticeMail& mail) {
+  Rows rows = db.ask(notice_times_query(mail.mac));
+  const std::optional<Row> row = rows.next();
+  const NoticeTimes times =
+      row ? NoticeTimes{row->text_or_none(0), row->text_or_none(1)} : NoticeTimes{};
+  _send_notice_mail(notice_message(mail.event, mail.name, mail.mac), notice_body(mail, times));
 }

@@ -18,8 +18,6 @@ struct NoticeMail {
   std::optional<std::string> name;  // of the registry
   std::string mac;
   std::optional<std::string> ip;
-  std::optional<std::string> time_text;  // of the event, in place of the registry's times
-  std::optional<std::string> subject;    // in place of the message
 };
 
 /// When an AP last joined and left, as the registry has it.
@@ -28,12 +26,11 @@ struct NoticeTimes {
   std::optional<std::string> left;
 };
 
-/// Asks for the times, for ap_notice_mail.
-[[nodiscard]] Question ap_notice_times(Connection& db, const std::string& mac);
-
 /// Lines that end in CR LF. Without times the lines of the times are left out.
 std::string notice_body(const NoticeMail& mail, const NoticeTimes& times);
 
 /// Sends the mail to the two recipients of the platform's mail record, as far as they are set.
-/// Times are only asked for by the caller of a mail without `time_text`.
-void ap_notice_mail(const NoticeMail& mail, const std::optional<Question>& times);
+void ap_notice_mail(Connection& db, const NoticeMail& mail);
+
+/// Its query, to be fetched ahead.
+Query notice_times_query(const std::string& mac);

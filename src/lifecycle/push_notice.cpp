@@ -1,8 +1,7 @@
 #include "lifecycle/push_notice.h"
 
-#include "control/traced_command.h"
+#include "control/shell_command.h"
 #include "db/schema.h"
-#include "values/shell_word.h"
 
 namespace {
 
@@ -10,17 +9,15 @@ constexpr const char* kOperation = "ap_push_notice";
 
 }  // namespace
 
-Question ap_push_recipients(Connection& db) {
-  return db.ask(Step(kOperation), "SELECT `ID`, `TYPE` FROM `%s`.`%s`", AP_USER,
-                table_name(InfoTable::app_login));
+Query push_recipients_query() {
+  return query(Step(kOperation), "SELECT `ID`, `TYPE` FROM `%s`.`%s`", AP_USER,
+               table_name(InfoTable::app_login));
 }
 
-void ap_push_notice(const Connection& db, const Question& recipients, const std::string& message) {
-  const std::string text = within_double_quotes(message);
-  Rows rows = recipients.rows();
-  for (const Row& row : rows) {
-    traced_command(
-        {kOperation, db.key()}, R"(/usr/sbin/mobile_pushmsg %s 0 "%s" "%s" 1 >/dev/null 2>&1 &)",
-        shell_word(row.text(1)).c_str(), within_double_quotes(row.text(0)).c_str(), text.c_str());
+void ap_push_notice(Ap& ap, const std::string& message) {
+  for (const Row& row : ap.db.ask(push_recipients_query())) {
+    run_command({kOperation, ap.mac},
+                R"(/usr/sbin/mobile_pushmsg %s 0 "%s" "%s" 1 >/dev/null 2>&1 &)", row.text(1),
+                row.text(0), message);
   }
 }

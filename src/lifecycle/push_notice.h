@@ -2,12 +2,10 @@
 
 #include <string>
 
-#include "db/connection.h"
+#include "db/ap.h"
 
-// Push messages to the mobile users that are registered (app_login).
+/// Starts the push program, in the background, for each mobile user that is registered (app_login).
+void ap_push_notice(Ap& ap, const std::string& message);
 
-/// Asks who they are, for ap_push_notice.
-[[nodiscard]] Question ap_push_recipients(Connection& db);
-
-/// Starts the push program for each of them, in the background; traced under the key of `db`.
-void ap_push_notice(const Connection& db, const Question& recipients, const std::string& message);
+/// Its query, to be fetched ahead.
+Query push_recipients_query();

@@ -1,18 +1,26 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 
 #include "db/connection.h"
+#include "values/cell_record.h"
 
-/// A list of hearing APs ("3,7,12") without the AP `sn`: what is left of it, possibly nothing.
+// The radios that no managed AP has reported as its own: one row of `illegal` each, with the values
+// of the AP that heard it last and the list of all APs that hear it ("3,7,12"). All APs share these
+// rows and change them at the same time, each by single statements, so that nothing is locked for as
+// long as a scan takes. What the server undoes in favour of another AP's statement (a deadlock) is
+// done again, at most 10 times.
+
+/// A list of hearing APs without the AP `sn`: what is left of it, possibly nothing.
 std::string without_hearer(std::string_view list, int sn);
 
-/// Withdraws the AP `sn` from the foreign radios of `illegal`: those that it alone has heard lose
-/// their row, and it goes out of the lists of the others. Does nothing for 0.
-///
-/// APs may change the same lists at the same time. A list is written back only while it is the one
-/// that was read. Where it was not, or the server has given a statement up in favour of another AP's
-/// (a deadlock), the withdrawal is repeated for what is left, now with lists that the server
-/// computes; at most 10 times.
+/// Withdraws the AP `sn`: radios that it alone has heard lose their row, and it goes out of the lists
+/// of the others. Does nothing for 0. A list is written back only while it is the one that was read;
+/// where it was not, the withdrawal is repeated with lists that the server computes.
 void delete_ap_illegal_table(Connection& db, int sn);
+
+/// Stores the cells as foreign radios that the AP `sn` hears: it is added to their lists, once. Of a
+/// radio that stands twice, the later values stay.
+void store_foreign_radios(Connection& db, int sn, std::span<const cell_record* const> cells);

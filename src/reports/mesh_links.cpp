@@ -71,38 +71,29 @@ mesh_route read_mesh_route(const Report& report) {
               : mesh_route{};
 }
 
-void update_ap_mesh_client_db(Connection& db, const std::string& mac, const Report& report) {
+void update_ap_mesh_client_db(Ap& ap, const Report& report) {
   const Listing<mesh_peer> peers = read_mesh_peers(report);
-  trace_stranded(db, Step(kOperation), peers.stranded);
+  trace_stranded(ap.db, Step(kOperation), peers.stranded);
   const PeerLists lists = peer_lists(peers.records);
   if (!lists.macs) {
     return;
   }
   const mesh_route route = read_mesh_route(report);
-  const std::string ap = sql_text(mac);
-  const std::string macs = sql_text(*lists.macs);
-  const std::string levels = sql_text(*lists.levels);
-  const std::string gateway = sql_text(route.gateway);
-  const std::string ttl = sql_text(route.ttl);
-  const std::string hop = sql_text(route.hop);
-
-  const Rows known = db.ask(Step(kOperation), "SELECT * FROM `%s`.`client` WHERE `mac`=UPPER('%s')",
-                            AP_CLIENT, ap.c_str())
-                         .rows();
+  const Rows known = ap.db.ask(
+      Step(kOperation), "SELECT * FROM `%s`.`client` WHERE `mac`=UPPER('%s')", AP_CLIENT, ap.mac);
   if (!known) {
     return;
   }
   if (known.count() > 0) {
-    db.run(Step(kOperation),
-           "UPDATE `%s`.`client` SET `cmac`='%s', `rssi`='%s', `gateway`='%s', `ttl`='%s', "
-           "`hop`='%s' WHERE `mac`=UPPER('%s')",
-           AP_CLIENT, macs.c_str(), levels.c_str(), gateway.c_str(), ttl.c_str(), hop.c_str(),
-           ap.c_str());
-  } else if (const std::optional<std::string> name = get_ap_name_by_mac(db, mac)) {
-    db.run(Step(kOperation),
-           "INSERT INTO `%s`.`client` (`mac`, `name`, `cmac`, `rssi`, `gateway`, `ttl`, `hop`) "
-           "VALUES (UPPER('%s'), '%s', UPPER('%s'), '%s', '%s', '%s', '%s')",
-           AP_CLIENT, ap.c_str(), sql_text(*name).c_str(), macs.c_str(), levels.c_str(),
-           gateway.c_str(), ttl.c_str(), hop.c_str());
+    ap.db.run(Step(kOperation),
+              "UPDATE `%s`.`client` SET `cmac`='%s', `rssi`='%s', `gateway`='%s', `ttl`='%s', "
+              "`hop`='%s' WHERE `mac`=UPPER('%s')",
+              AP_CLIENT, *lists.macs, *lists.levels, route.gateway, route.ttl, route.hop, ap.mac);
+  } else if (const std::optional<std::string> name = get_ap_name_by_mac(ap.db, ap.mac)) {
+    ap.db.run(Step(kOperation),
+              "INSERT INTO `%s`.`client` (`mac`, `name`, `cmac`, `rssi`, `gateway`, `ttl`, `hop`) "
+              "VALUES (UPPER('%s'), '%s', UPPER('%s'), '%s', '%s', '%s', '%s')",
+              AP_CLIENT, ap.mac, *name, *lists.macs, *lists.levels, route.gateway, route.ttl,
+              route.hop);
   }
 }

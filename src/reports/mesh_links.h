@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "db/connection.h"
+#include "db/ap.h"
 #include "reports/numbered_sections.h"
 
 /// A peer that the AP is linked to over the air.
@@ -28,5 +28,5 @@ mesh_route read_mesh_route(const Report& report);
 
 /// Makes the AP's row of the mesh links those of the report, when there are any: peers without a
 /// level are left out. An AP without a name is not given a row. A new row has the MACs of the peers
-/// in upper case, an updated one as they were reported. `mac` is the AP's.
-void update_ap_mesh_client_db(Connection& db, const std::string& mac, const Report& report);
+/// in upper case, an updated one as they were reported.
+void update_ap_mesh_client_db(Ap& ap, const Report& report);

@@ -4,13 +4,17 @@
 
 #include "db/registry.h"
 #include "db/schema.h"
-#include "reports/together.h"
+#include "reports/store_in_order.h"
 #include "values/client_record.h"
 
 namespace {
 
 constexpr const char* kOperation = "ap_interface_parse";
 constexpr const char* kStoring = "update_ap_legal_table";
+
+unsigned int profile_of(Connection& db, const std::string& essid) {
+  return static_cast<unsigned int>(get_profile_sn_by_ssid(db, essid));
+}
 
 enum class Interface { access_point, mesh };
 
@@ -38,56 +42,42 @@ radio_record read_radio(const Report& report, const std::string& section, Band b
   return radio;
 }
 
-std::string sql_value(const std::string& text) {
-  return sql_text(stored_text(text));
+void update_known(Ap& ap, const radio_record& radio) {
+  ap.db.run(Step(kStoring, "(2/2) "),
+            "UPDATE `%s`.`legal` SET `utime`=NOW(), `essid`='%s', `essid_sn`=%u, `mode`=%u, "
+            "`rate`='%s', `channel`=%u, `transmit_power`='%s', `quality`='%s', `signal`='%s', "
+            "`noise`='%s', `security`='%s' WHERE `ap`=%d AND `refer_ap`=0 AND `mac`=UPPER('%s')",
+            AP_CLIENT, stored_text(radio.essid), profile_of(ap.db, radio.essid), radio.mode,
+            stored_text(radio.rate), radio.channel, stored_text(radio.transmit_power),
+            stored_text(radio.quality), stored_text(radio.signal), stored_text(radio.noise),
+            stored_text(radio.security), ap.sn, radio.mac);
 }
 
-void update_known(Connection& db, int sn, const radio_record& radio, int essid_sn) {
-  db.run(Step(kStoring, "(2/2) "),
-         "UPDATE `%s`.`legal` SET `utime`=NOW(), `essid`='%s', `essid_sn`=%u, `mode`=%u, "
-         "`rate`='%s', `channel`=%u, `transmit_power`='%s', `quality`='%s', `signal`='%s', "
-         "`noise`='%s', `security`='%s' WHERE `ap`=%d AND `refer_ap`=0 AND `mac`=UPPER('%s')",
-         AP_CLIENT, sql_value(radio.essid).c_str(), static_cast<unsigned int>(essid_sn), radio.mode,
-         sql_value(radio.rate).c_str(), radio.channel, sql_value(radio.transmit_power).c_str(),
-         sql_value(radio.quality).c_str(), sql_value(radio.signal).c_str(),
-         sql_value(radio.noise).c_str(), sql_value(radio.security).c_str(), sn,
-         sql_text(radio.mac).c_str());
+void insert_new(Ap& ap, const radio_record& radio) {
+  ap.db.run(Step(kStoring, "(2/2) "),
+            "INSERT INTO `%s`.`legal` (`utime`, `ap`, `mac`, `essid`, `essid_sn`, `mode`, `rate`, "
+            "`channel`, `transmit_power`, `quality`, `signal`, `noise`, `security`) VALUES (NOW(), "
+            "%d, UPPER('%s'), '%s', %u, %u, '%s', %u, '%s', '%s', '%s', '%s', '%s') ",
+            AP_CLIENT, ap.sn, radio.mac, stored_text(radio.essid), profile_of(ap.db, radio.essid),
+            radio.mode, stored_text(radio.rate), radio.channel, stored_text(radio.transmit_power),
+            stored_text(radio.quality), stored_text(radio.signal), stored_text(radio.noise),
+            stored_text(radio.security));
 }
 
-void insert_new(Connection& db, int sn, const radio_record& radio, int essid_sn) {
-  db.run(Step(kStoring, "(2/2) "),
-         "INSERT INTO `%s`.`legal` (`utime`, `ap`, `mac`, `essid`, `essid_sn`, `mode`, `rate`, "
-         "`channel`, `transmit_power`, `quality`, `signal`, `noise`, `security`) VALUES (NOW(), "
-         "%d, UPPER('%s'), '%s', %u, %u, '%s', %u, '%s', '%s', '%s', '%s', '%s') ",
-         AP_CLIENT, sn, sql_text(radio.mac).c_str(), sql_value(radio.essid).c_str(),
-         static_cast<unsigned int>(essid_sn), radio.mode, sql_value(radio.rate).c_str(),
-         radio.channel, sql_value(radio.transmit_power).c_str(), sql_value(radio.quality).c_str(),
-         sql_value(radio.signal).c_str(), sql_value(radio.noise).c_str(),
-         sql_value(radio.security).c_str());
+/// Finds the AP's own row of the radio.
+Query known_query(const Ap& ap, const radio_record& radio) {
+  return query(Step(kStoring, "(1/2) "),
+               "SELECT `ap` FROM `%s`.`legal` WHERE `ap`=%d AND `refer_ap`=0 AND "
+               "`mac`=UPPER('%s')",
+               AP_CLIENT, ap.sn, radio.mac);
 }
 
-/// Stores radios of which none comes twice; their look-ups go out together.
-void store_together(Connection& db, int sn, std::span<const radio_record> radios) {
-  std::vector<Question> known;
-  std::vector<Question> profiles;
-  for (const radio_record& radio : radios) {
-    known.push_back(db.ask_ahead(
-        Step(kStoring, "(1/2) "),
-        "SELECT `ap` FROM `%s`.`legal` WHERE `ap`=%d AND `refer_ap`=0 AND `mac`=UPPER('%s')",
-        AP_CLIENT, sn, sql_text(radio.mac).c_str()));
-    profiles.push_back(ask_profile_sn_by_ssid(db, radio.essid));
-  }
-  for (std::size_t i = 0; i < radios.size(); ++i) {
-    known[i].trace();
-    const Rows rows = known[i].rows();
-    if (!rows) {
-      continue;
-    }
-    if (rows.count() > 0) {
-      update_known(db, sn, radios[i], profile_sn(profiles[i]));
-    } else {
-      insert_new(db, sn, radios[i], profile_sn(profiles[i]));
-    }
+void store_radio(Ap& ap, const radio_record& radio) {
+  const Rows known = ap.db.ask(known_query(ap, radio));
+  if (known.count() > 0) {
+    update_known(ap, radio);
+  } else if (known) {
+    insert_new(ap, radio);
   }
 }
 
@@ -106,27 +96,32 @@ Listing<radio_record> read_radios(const Report& report) {
   return radios;
 }
 
-int ap_interface_parse(const std::string& mac, const Report& report) {
-  Connection db(mac);
-  if (!db) {
-    return db.result();
+void ap_interface_parse(Ap& ap, const Report& report) {
+  if (!ap.db.open()) {
+    return;
   }
-  const int sn = get_reporting_ap_sn(db, mac, kOperation);
-  if (sn != 0) {
-    delete_ap_legal_table(db, sn);
-  }
+  ap.look_up_reporting(kOperation);
   Listing<radio_record> radios = read_radios(report);
-  trace_stranded(db, Step(kOperation), radios.stranded);
   std::erase_if(radios.records, [](const radio_record& radio) { return radio.essid.empty(); });
-  update_ap_legal_table(db, sn, radios.records);
-  return db.close();
+  if (ap.sn != 0) {
+    ap.db.in_transaction(Step(kOperation), [&] {
+      delete_ap_legal_table(ap.db, ap.sn);
+      trace_stranded(ap.db, Step(kOperation), radios.stranded);
+      update_ap_legal_table(ap, radios.records);
+    });
+  }
 }
 
-void update_ap_legal_table(Connection& db, int sn, std::span<const radio_record> radios) {
-  while (sn != 0 && !radios.empty()) {
-    const std::size_t together = count_together(radios, &radio_record::mac);
-    store_together(db, sn, radios.first(together));
-    radios = radios.subspan(together);
+void update_ap_legal_table(Ap& ap, std::span<const radio_record> radios) {
+  const auto fetch_ahead = [&](std::span<const radio_record> next) {
+    for (const radio_record& radio : next) {
+      ap.db.fetch_ahead(known_query(ap, radio));
+      ap.db.fetch_ahead(profile_sn_query(radio.essid));
+    }
+  };
+  if (ap.sn != 0) {
+    store_in_order(radios, &radio_record::mac, fetch_ahead,
+                   [&](const radio_record& radio) { store_radio(ap, radio); });
   }
 }
 

@@ -4,7 +4,7 @@
 #include <span>
 #include <string>
 
-#include "db/connection.h"
+#include "db/ap.h"
 #include "reports/numbered_sections.h"
 
 /// One of the AP's own radios. A text that the report lacks is kMissingValue.
@@ -27,12 +27,12 @@ Listing<radio_record> read_radios(const Report& report);
 
 /// Makes the AP's own rows of `legal` those of the report, in which radios whose SSID is given, but
 /// empty, do not count. A BSSID that stands twice keeps the later values; one that another AP has
-/// claimed before stays that AP's. Does nothing for an AP that is not registered. Returns the
-/// negative result of a connection that did not open, else that of closing it.
-int ap_interface_parse(const std::string& mac, const Report& report);
+/// claimed before stays that AP's. Does nothing for an AP that is not registered. The
+/// rows change together: no other process sees the AP without radios.
+void ap_interface_parse(Ap& ap, const Report& report);
 
-/// Writes own radios of AP `sn`; does nothing for 0.
-void update_ap_legal_table(Connection& db, int sn, std::span<const radio_record> radios);
+/// Writes own radios of the AP; does nothing for one that is not registered.
+void update_ap_legal_table(Ap& ap, std::span<const radio_record> radios);
 
 /// Takes out the own radios of AP `sn`.
 void delete_ap_legal_table(Connection& db, int sn);

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "db/ap.h"
 #include "reports/numbered_sections.h"
 
 /// A station that the AP reports as poorly served.
@@ -21,6 +22,5 @@ Listing<poor_client_record> read_poor_clients(const Report& report, Band band);
 /// Makes the AP's poor-client table anew from the report. The sections do not tell the SSID slot:
 /// each station is stored once for every slot of its band that has a profile, and keeps the profile
 /// of the highest; a band without profiles stores none. Nothing is stored for an AP that is not
-/// registered, but a table of AP 0 is made. Returns the negative result of a connection that did
-/// not open, else that of closing it.
-int update_ap_poor_client_db(const std::string& mac, const Report& report);
+/// registered, but a table of AP 0 is made.
+void update_ap_poor_client_db(Ap& ap, const Report& report);

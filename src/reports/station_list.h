@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "db/ap.h"
 #include "reports/numbered_sections.h"
 #include "values/client_record.h"
 
@@ -27,5 +28,4 @@ bool is_served(const client_record& client);
 /// and setting 30 is no all-zero address. Then stores the mesh links.
 ///
 /// An AP that is not registered: nothing is stored but its mesh links, and a table of AP 0 is made.
-/// Returns the negative result of a connection that did not open, else that of closing it.
-int update_ap_client_db(const std::string& mac, const Report& report);
+void update_ap_client_db(Ap& ap, const Report& report);

@@ -1,6 +1,5 @@
 #include "reports/system_status.h"
 
-#include "db/connection.h"
 #include "db/schema.h"
 #include "trace/trace_log.h"
 
@@ -21,11 +20,6 @@ void trace_values(const std::string& mac, const Report& report) {
   }
 }
 
-/// Whether `text` can stand between single quotes as it is.
-bool is_sound(const std::string& text) {
-  return text.find_first_of("'\\") == std::string::npos;
-}
-
 }  // namespace
 
 system_record read_system_status(const Report& report) {
@@ -40,21 +34,18 @@ system_record read_system_status(const Report& report) {
   return record;
 }
 
-void ap_system_parse(const std::string& mac, const Report& report) {
-  Connection db(mac);
-  if (!db) {
+void ap_system_parse(Ap& ap, const Report& report) {
+  if (!ap.db.open()) {
     return;
   }
-  trace_values(mac, report);
+  trace_values(ap.mac, report);
   const system_record status = read_system_status(report);
   if (status.version_given_empty) {
     return;
   }
-  const bool sound = is_sound(status.mac) && is_sound(status.cpu) && is_sound(status.memory) &&
-                     is_sound(status.version) && is_sound(status.uptime);
-  db.run(Step("ap_system_parse"), sound ? Delivery::send : Delivery::withhold,
-         "UPDATE `%s`.`ap_list` SET `cpu_util`='%s', `memory_util`='%s', `fw_version`='%s', "
-         "`uptime`='%s' WHERE `MAC`=UPPER('%s') AND `fw_version`!='%s'",
-         AP_INFO, status.cpu.c_str(), status.memory.c_str(), status.version.c_str(),
-         status.uptime.c_str(), status.mac.c_str(), status.version.c_str());
+  ap.db.run(Step("ap_system_parse"),
+            "UPDATE `%s`.`ap_list` SET `cpu_util`='%s', `memory_util`='%s', `fw_version`='%s', "
+            "`uptime`='%s' WHERE `MAC`=UPPER('%s') AND `fw_version`!='%s'",
+            AP_INFO, AsReceived{status.cpu}, AsReceived{status.memory}, AsReceived{status.version},
+            AsReceived{status.uptime}, AsReceived{status.mac}, AsReceived{status.version});
 }

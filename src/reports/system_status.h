@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "db/ap.h"
 #include "reports/report.h"
 
 /// The system status section of a report.
@@ -20,6 +21,6 @@ system_record read_system_status(const Report& report);
 
 /// Stores the system status in the registry row of the AP that the report names, when its firmware
 /// version differs from the stored one; a report whose version is there but empty stores nothing.
-/// `mac` is the AP that delivered the report, the key of the trace lines. The values go unescaped
-/// into the statement; one that would break it is traced and not sent.
-void ap_system_parse(const std::string& mac, const Report& report);
+/// `ap` is the AP that delivered the report. The values go unescaped into the statement; one that
+/// would break it is traced and not sent.
+void ap_system_parse(Ap& ap, const Report& report);

@@ -1,9 +1,26 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
+
+#include "db/ap.h"
+
+/// How well the other APs hear an AP: whether rows of that kind exist (the number of groups, 0 or
+/// 1).
+struct Hearing {
+  std::uint64_t strongly = 0;  // above the level
+  std::uint64_t at_all = 0;
+  std::uint64_t weakly = 0;  // below the level
+};
+
+/// What an AP is told to do with its radio power.
+enum class PowerStep { none, down, up };
+
+/// Down for an AP that somebody hears strongly, up for one that is heard and only weakly.
+PowerStep power_step(const Hearing& hearing);
 
 /// Whether the AP should step its radio power down (another managed AP hears it above -70 dBm) or
 /// up (others hear it, all below): the "autoRF" line of its command. None when it should stay, or
 /// without a database.
-std::optional<std::string> ap_auto_rf_rule(const std::string& mac);
+std::optional<std::string> ap_auto_rf_rule(Ap& ap);

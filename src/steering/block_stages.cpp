@@ -1,14 +1,13 @@
 #include "steering/block_stages.h"
 
 #include <algorithm>
-#include <optional>
 #include <span>
 #include <vector>
 
 #include "db/registry.h"
 #include "db/schema.h"
 #include "steering/block_table.h"
-#include "steering/choice.h"
+#include "steering/numbered_lines.h"
 #include "trace/trace_log.h"
 #include "values/client_record.h"
 #include "values/decimal.h"
@@ -27,12 +26,12 @@ constexpr int kLinkThreshold = 20;
 /// Another AP that is heard above this level, in dBm, is near enough to take a station over.
 constexpr int kNeighbourSignal = -70;
 
-/// Candidates that are asked about at once: about as many as can be sent ahead, so that what is
-/// kept of them does not grow with the AP.
-constexpr std::size_t kAtOnce = 32;
-
 /// Bytes of a text column that a record keeps.
 constexpr std::size_t kLongestText = 19;
+
+/// The columns of a client table that make a record.
+constexpr unsigned int kIdleColumn = 8;
+constexpr unsigned int kFiveGhzColumn = 11;  // behind them
 
 /// The station in a row of an AP's client table, columns in the order of the record.
 client_record read_client(const Row& row) {
@@ -47,136 +46,22 @@ client_record read_client(const Row& row) {
   client.tx_rate = text(5);
   client.rx_rate = text(6);
   client.rssi = cut_to<std::int32_t>(number(7));
-  client.idle = cut_to<std::uint32_t>(number(8));
+  client.idle = cut_to<std::uint32_t>(number(kIdleColumn));
   client.tx_seq = cut_to<std::uint32_t>(number(9));
   client.rx_seq = cut_to<std::uint32_t>(number(10));
   return client;
 }
 
-/// A station that could be refused, and what has been asked about it, ahead of its place in the
-/// trace.
+/// A station that could be refused.
 struct Candidate {
   client_record client;
   bool five_ghz = false;
-  std::optional<Question> ssid;
-  std::optional<Question> heard;   // the APs that would serve it
-  std::optional<Question> exists;  // asked when there are any
-  bool answered = false;           // the query for them did not fail
-  BlockCandidate facts;
+
+  int profile() const { return cut_to<int>(client.ssid); }
 };
 
-using Candidates = std::span<Candidate>;
-
-Question ask_alternatives(Connection& db, int sn, const std::string& ssid, bool five_ghz) {
-  return db.ask_ahead(Step(kSnrStage, "(2/2) "),
-                      "SELECT `ap` FROM `%s`.`legal` WHERE `ap`!=%d AND `refer_ap`=%d AND "
-                      "CAST(`signal` AS SIGNED)>%d AND `essid`='%s' AND `channel`%s14 "
-                      "ORDER BY CAST(`signal` AS SIGNED) DESC",
-                      AP_CLIENT, sn, sn, kNeighbourSignal, ssid.c_str(), five_ghz ? ">" : "<=");
-}
-
-/// Fills in the facts of all candidates, one round trip for each kind of question.
-void inquire(Connection& db, int sn, Candidates candidates) {
-  for (Candidate& candidate : candidates) {
-    candidate.ssid = ask_profile_ssid(db, cut_to<int>(candidate.client.ssid));
-  }
-  for (Candidate& candidate : candidates) {
-    candidate.heard =
-        ask_alternatives(db, sn, profile_ssid(*candidate.ssid).value_or(""), candidate.five_ghz);
-  }
-  for (Candidate& candidate : candidates) {
-    const Rows rows = candidate.heard->rows();
-    candidate.answered = static_cast<bool>(rows);
-    candidate.facts.alternatives = rows.count();
-    if (candidate.facts.alternatives > 0) {
-      candidate.exists = ask_block_exists(db, candidate.client.mac);
-    }
-  }
-  for (Candidate& candidate : candidates) {
-    candidate.facts.refused = candidate.exists && ap_block_exists(*candidate.exists);
-  }
-}
-
-/// Looks the station up once more for each further AP that would serve it. By then it is refused,
-/// by us or by another AP, so that only the trace has something from it: among many neighbours
-/// these looks would be nearly all that a pass does.
-void look_again(Connection& db, const Candidate& candidate) {
-  if (!is_tracing()) {
-    return;
-  }
-  std::vector<Question> looks;
-  for (std::size_t i = 1; i < candidate.facts.alternatives; ++i) {
-    looks.push_back(ask_block_exists(db, candidate.client.mac));
-  }
-  for (const Question& asked : looks) {
-    trace_block_exists(db, asked, candidate.client.mac, ap_block_exists(asked));
-  }
-}
-
-enum class Chosen { no, yes };
-
-/// Traces what was found out about a candidate and refuses it if it is chosen.
-void settle(Connection& db, int sn, int ret, const Candidate& candidate, Chosen chosen,
-            NumberedLines& lines) {
-  const Step second(kSnrStage, "(2/2) ");
-  candidate.ssid->trace();
-  candidate.heard->trace();
-  if (!candidate.exists) {
-    if (candidate.answered) {
-      db.note(second, "no matched.");
-    }
-    return;
-  }
-  trace_block_exists(db, *candidate.exists, candidate.client.mac, candidate.facts.refused);
-  if (chosen == Chosen::yes && ap_block_add(db, sn, candidate.client)) {
-    lines.add(candidate.client.mac);
-    db.note(second, "@@ %s", lines.text().c_str());
-    if (lines.count() == ret) {
-      return;
-    }
-  }
-  look_again(db, candidate);
-}
-
-/// Works off candidates of which all have to be considered, because even if each of them is refused
-/// the limit is not exceeded.
-void work_off(Connection& db, int sn, int ret, Candidates candidates, NumberedLines& lines) {
-  inquire(db, sn, candidates);
-  std::vector<BlockCandidate> facts;
-  for (const Candidate& candidate : candidates) {
-    facts.push_back(candidate.facts);
-  }
-  const std::vector<std::size_t> chosen = choose_blocks(facts, ret - lines.count());
-  for (std::size_t i = 0; i < candidates.size(); ++i) {
-    const bool is_chosen = std::binary_search(chosen.begin(), chosen.end(), i);
-    settle(db, sn, ret, candidates[i], is_chosen ? Chosen::yes : Chosen::no, lines);
-  }
-}
-
-}  // namespace
-
-std::string ap_block_idle_rule(Connection& db, int sn, int ret) {
-  const Step step(kIdleStage, "(1/1) ");
-  Rows rows =
-      db.ask(step,
-             "SELECT `mac`, `utime`, `ssid`, `aid`, `channel`, `tx_rate`, `rx_rate`, `rssi`, "
-             "`idle`, `tx_seq`, `rx_seq` FROM `%s`.`AP_%03d` WHERE `idle` > '%d' ORDER BY `idle` "
-             "DESC LIMIT %d",
-             AP_CLIENT, sn, kIdleThreshold, ret)
-          .rows();
-  if (rows && rows.count() == 0) {
-    db.note(step, "no matched.");
-  }
-  NumberedLines lines("kick");
-  for (const Row& row : rows) {
-    lines.add(read_client(row).mac);
-    db.note(step, "@@ %s", lines.text().c_str());
-  }
-  return lines.text();
-}
-
-Question ask_block_candidates(Connection& db, int sn) {
-  return db.ask_ahead(
+Query candidates_query(int sn) {
+  return query(
       Step(kSnrStage, "(1/2) "),
       "SELECT `mac`, `utime`, `ssid`, `aid`, `channel`, `tx_rate`, `rx_rate`, `rssi`, `idle`, "
       "`tx_seq`, `rx_seq`, IF(`channel` > 14, 1, 0) AS `is5G` FROM `%s`.`AP_%03d` WHERE `rssi` > "
@@ -184,23 +69,104 @@ Question ask_block_candidates(Connection& db, int sn) {
       AP_CLIENT, sn, kLinkThreshold);
 }
 
-std::string ap_block_snr_rule(Connection& db, const Question& asked, int sn, int ret) {
-  asked.trace();
-  Rows rows = asked.rows();
+/// Finds the APs that would serve a station as well, the loudest first.
+Query alternatives_query(int sn, const SqlText& ssid, const Candidate& candidate) {
+  return query(Step(kSnrStage, "(2/2) "),
+               "SELECT `ap` FROM `%s`.`legal` WHERE `ap`!=%d AND `refer_ap`=%d AND "
+               "CAST(`signal` AS SIGNED)>%d AND `essid`='%s' AND `channel`%s14 "
+               "ORDER BY CAST(`signal` AS SIGNED) DESC",
+               AP_CLIENT, sn, sn, kNeighbourSignal, ssid,
+               candidate.five_ghz ? SqlName(">") : SqlName("<="));
+}
+
+/// Fetches ahead what `consider` will ask about each of these candidates.
+void fetch_ahead(Ap& ap, std::span<const Candidate> candidates) {
+  for (const Candidate& candidate : candidates) {
+    ap.db.fetch_ahead(profile_ssid_query(candidate.profile()));
+  }
+  const auto alternatives = [&](const Candidate& candidate) {
+    const SqlText ssid = peek_profile_ssid(ap.db, candidate.profile()).value_or(SqlText());
+    return alternatives_query(ap.sn, ssid, candidate);
+  };
+  for (const Candidate& candidate : candidates) {
+    ap.db.fetch_ahead(alternatives(candidate));
+  }
+  for (const Candidate& candidate : candidates) {
+    if (ap.db.peek(alternatives(candidate)).count() > 0) {
+      ap.db.fetch_ahead(block_exists_query(candidate.client.mac));
+    }
+  }
+}
+
+/// Refuses the station if another AP would serve it and no AP refuses it yet; `lines` tells.
+void consider(Ap& ap, int ret, const Candidate& candidate, NumberedLines& lines) {
+  const Step second(kSnrStage, "(2/2) ");
+  const std::string& mac = candidate.client.mac;
+  const SqlText ssid = get_profile_ssid_by_sn(ap.db, candidate.profile()).value_or(SqlText());
+  const Rows others = ap.db.ask(alternatives_query(ap.sn, ssid, candidate));
+  if (others && others.count() == 0) {
+    ap.db.note(second, "no matched.");
+  }
+  bool is_refused = false;  // by any AP
+  for (std::uint64_t i = 0; i < others.count() && lines.count() < ret; ++i) {
+    if (is_refused && !is_tracing()) {
+      return;  // the looks at the table that remain would only tell the trace the same
+    }
+    is_refused = ap_block_exists(ap.db, mac);
+    if (!is_refused && ap_block_add(ap.db, ap.sn, candidate.client)) {
+      is_refused = true;
+      lines.add(mac);
+      ap.db.note(second, "@@ %s", lines.text().c_str());
+    }
+  }
+}
+
+}  // namespace
+
+std::string ap_block_idle_rule(Ap& ap, int ret) {
+  const Step step(kIdleStage, "(1/1) ");
+  Rows rows =
+      ap.db.ask(step,
+                "SELECT `mac`, `utime`, `ssid`, `aid`, `channel`, `tx_rate`, `rx_rate`, `rssi`, "
+                "`idle`, `tx_seq`, `rx_seq` FROM `%s`.`AP_%03d` WHERE `idle` > '%d' ORDER BY "
+                "`idle` DESC LIMIT %d",
+                AP_CLIENT, ap.sn, kIdleThreshold, ret);
   if (rows && rows.count() == 0) {
-    db.note(Step(kSnrStage, "(1/2) "), "no matched.");
+    ap.db.note(step, "no matched.");
+  }
+  NumberedLines lines("kick");
+  for (const Row& row : rows) {
+    const std::string mac = row.text(0).substr(0, kLongestText);
+    ap.db.note(step, "%s has been idle for %d seconds", mac.c_str(), row.number(kIdleColumn));
+    lines.add(mac);
+    ap.db.note(step, "@@ %s", lines.text().c_str());
+  }
+  return lines.text();
+}
+
+void fetch_block_candidates(Ap& ap) {
+  ap.db.fetch_ahead(candidates_query(ap.sn));
+}
+
+std::string ap_block_snr_rule(Ap& ap, int ret) {
+  Rows rows = ap.db.ask(candidates_query(ap.sn));
+  if (rows && rows.count() == 0) {
+    ap.db.note(Step(kSnrStage, "(1/2) "), "no matched.");
   }
   std::vector<Candidate> candidates;
   for (const Row& row : rows) {
-    candidates.emplace_back().client = read_client(row);
-    candidates.back().five_ghz = row.number(11) != 0;
+    candidates.push_back({read_client(row), row.number(kFiveGhzColumn) != 0});
   }
   NumberedLines lines("block");
-  for (std::size_t done = 0; done < candidates.size() && lines.count() < ret;) {
-    const auto room = static_cast<std::size_t>(ret - lines.count());
-    const std::size_t run = std::min({candidates.size() - done, room, kAtOnce});
-    work_off(db, sn, ret, Candidates(candidates).subspan(done, run), lines);
-    done += run;
+  std::size_t fetched = 0;
+  for (std::size_t i = 0; i < candidates.size() && lines.count() < ret; ++i) {
+    if (i == fetched) {  // no more than can still be refused: all of these will be considered
+      const auto room = static_cast<std::size_t>(ret - lines.count());
+      const std::size_t more = std::min({candidates.size() - i, room, kMostSentAhead});
+      fetch_ahead(ap, std::span<const Candidate>(candidates).subspan(i, more));
+      fetched += more;
+    }
+    consider(ap, ret, candidates[i], lines);
   }
   return lines.text();
 }

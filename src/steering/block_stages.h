@@ -2,20 +2,19 @@
 
 #include <string>
 
-#include "db/connection.h"
+#include "db/ap.h"
 
-// The two stages of a load-balancing pass that send stations away from the AP `sn`, `ret` (1 or
-// more) of them at most each. A station may be chosen by both.
+// The two stages of a load-balancing pass that send stations away from the AP, `ret` (1 or more) of
+// them at most each. A station may be chosen by both.
 
 /// Chooses stations to disconnect: the longest idle first, none below 31 seconds. Their "kick"
 /// lines, empty for none.
-std::string ap_block_idle_rule(Connection& db, int sn, int ret);
+std::string ap_block_idle_rule(Ap& ap, int ret);
 
-/// Asks for the stations that ap_block_snr_rule looks at.
-[[nodiscard]] Question ask_block_candidates(Connection& db, int sn);
+/// Fetches ahead the stations that ap_block_snr_rule looks at.
+void fetch_block_candidates(Ap& ap);
 
 /// Chooses stations to refuse: those with the best link first, of those that another managed AP,
 /// heard above -70 dBm on the same SSID and band, would serve as well and that no AP refuses yet.
-/// They are entered into the block table. Their "block" lines, empty for none. `asked` is the
-/// question of ask_block_candidates.
-std::string ap_block_snr_rule(Connection& db, const Question& asked, int sn, int ret);
+/// They are entered into the block table. Their "block" lines, empty for none.
+std::string ap_block_snr_rule(Ap& ap, int ret);

@@ -18,11 +18,3 @@ Share share_of(const Demand& demand) {
 int stations_to_move(const Demand& demand) {
   return demand.fits() ? demand.users : demand.users - share_of(demand).max;
 }
-
-int stations_to_move(int amount, std::span<const int> neighbours) {
-  Demand demand(amount);
-  for (const int clients : neighbours) {
-    demand.add_neighbour(clients);
-  }
-  return stations_to_move(demand);
-}

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <span>
-
 // How many stations a crowded AP should pass on, from the station counts of the AP and of the
 // managed APs that it hears.
 
@@ -36,6 +34,3 @@ Share share_of(const Demand& demand);
 
 /// How many stations to move; 0 or less for none.
 int stations_to_move(const Demand& demand);
-
-/// The same from the counts alone.
-int stations_to_move(int amount, std::span<const int> neighbours);

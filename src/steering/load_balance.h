@@ -3,6 +3,8 @@
 #include <optional>
 #include <string>
 
+#include "db/ap.h"
+
 /// Whether an AP must give up all its blocks.
 enum class ReleaseAll { no, yes };
 
@@ -13,4 +15,4 @@ enum class ReleaseAll { no, yes };
 /// Returns the "kick" and "block" lines of its command, an empty text for none. When all blocks are
 /// to go, sets `release_all` (which the caller has set to `no`) and returns none; so it does,
 /// without setting it, when there is no database.
-std::optional<std::string> ap_load_balance_rule(const std::string& mac, ReleaseAll& release_all);
+std::optional<std::string> ap_load_balance_rule(Ap& ap, ReleaseAll& release_all);

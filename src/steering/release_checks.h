@@ -1,14 +1,12 @@
 #pragma once
 
-#include <string>
-
-#include "db/connection.h"
+#include "db/ap.h"
 
 // When an AP has to give up all its blocks, because the stations that it refuses may find nobody
 // else: one of its own SSIDs has lost its neighbours while the AP holds blocks for that SSID.
 
 /// Whether no other AP hears this AP on such an SSID.
-bool ap_release_ssid_rule(Connection& db, const std::string& mac, int sn);
+bool ap_release_ssid_rule(Ap& ap);
 
 /// Whether the AP itself hears no radio of such an SSID above -75 dBm.
-bool ap_release_signal_rule(Connection& db, const std::string& mac);
+bool ap_release_signal_rule(Ap& ap);

@@ -21,27 +21,21 @@ class BlockTable : public HookTest {
   }
 };
 
-bool is_blocked(Connection& db, const std::string& mac) {
-  const Question asked = ask_block_exists(db, mac);
-  const bool blocked = ap_block_exists(asked);
-  trace_block_exists(db, asked, mac, blocked);
-  return blocked;
-}
-
 TEST_F(BlockTable, AStationIsRefusedOnceAndFoundInEitherCase) {
   client_record client{"00:00:5e:00:53:0a", 0, 3, 65535, 149, "^o^", "65M", -71, 4294967295U};
-  Connection db(kMac);
-  EXPECT_FALSE(is_blocked(db, "a"));
-  EXPECT_TRUE(ap_block_add(db, 7, client));
+  Ap ap(kMac, {"test", Remedy::none});
+  ASSERT_TRUE(ap.db.open());
+  EXPECT_FALSE(ap_block_exists(ap.db, "a"));
+  EXPECT_TRUE(ap_block_add(ap.db, 7, client));
   client.mac = "00:00:5E:00:53:0A";
-  EXPECT_FALSE(ap_block_add(db, 8, client)) << "whichever AP refuses it";
-  EXPECT_TRUE(is_blocked(db, "00:00:5e:00:53:0A"));
-  EXPECT_TRUE(ap_release_rule(db, 3, kMac));
-  EXPECT_FALSE(ap_release_rule(db, 4, kMac));
-  ap_block_count(db, ask_block_list(db), "caller", 535);
-  EXPECT_EQ(get_ap_client_amount(db, 7), 0) << "no table";
-  create_client_table(db, 1000);
-  EXPECT_EQ(get_ap_client_amount(db, 1000), 0);
+  EXPECT_FALSE(ap_block_add(ap.db, 8, client)) << "whichever AP refuses it";
+  EXPECT_TRUE(ap_block_exists(ap.db, "00:00:5e:00:53:0A"));
+  EXPECT_TRUE(ap_release_rule(ap, 3));
+  EXPECT_FALSE(ap_release_rule(ap, 4));
+  ap_block_count(ap.db, "caller", 535);
+  EXPECT_EQ(get_ap_client_amount(ap.db, 7), 0) << "no table";
+  create_client_table(ap.db, 1000);
+  EXPECT_EQ(get_ap_client_amount(ap.db, 1000), 0);
   EXPECT_EQ(trace(), R"(
 ap_block_exists: SELECT * FROM `AP_CLIENT`.`block` WHERE `mac`='a'
 ap_block_exists: a not exists in block table.
@@ -56,6 +50,7 @@ ap_release_rule:         (1/1) SELECT * FROM `AP_CLIENT`.`block` WHERE `ssid`=4 
 ap_release_rule:         (1/1) no matched
 ap_block_count: **BLOCK LIST** (1/1) callby=>caller:535, client_mac:00:00:5E:00:53:0A, block_ap:7
 get_ap_client_amount: SELECT COUNT(*) FROM `AP_CLIENT`.`AP_007`
+get_ap_client_amount: failed: 1146 Table 'AP_CLIENT.AP_007' doesn't exist
 get_ap_client_amount: SELECT COUNT(*) FROM `AP_CLIENT`.`AP_1000`
 get_ap_client_amount: amount:0
 )");
@@ -64,9 +59,12 @@ get_ap_client_amount: amount:0
 TEST_F(BlockTable, BlocksAreLiftedOneByOneQuietlyOrAloud) {
   const auto left = [] { return sql_rows("SELECT mac FROM AP_CLIENT.block ORDER BY mac"); };
   sql("INSERT INTO AP_CLIENT.block (mac, refer_ap_sn) VALUES ('AA', 7), ('BB', 7), ('CC', 8)");
-  ap_block_remove_client(kMac, "aa", "x");
-  ap_block_remove_client(kMac, "CC", "x");
-  ap_block_remove(kOtherMac, Quiet::no, "not registered");
+  Ap ap(kMac, {"test", Remedy::none});
+  ap_block_remove_client(ap, "aa", "x");
+  ap_block_remove_client(ap, "CC", "x");
+  Ap other(kOtherMac, {"test", Remedy::none});
+  ap_block_remove(other, Quiet::no, "not registered");
+  ap.db.close();
   EXPECT_EQ(left(), (Lines{"BB", "CC"}));
   configure("[settings]\n135 = 2\n");
   EXPECT_EQ(run_hook({"ap-command", "1", deliver_report(""), kAddress, kMac}), 0);

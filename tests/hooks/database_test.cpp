@@ -15,48 +15,61 @@ using std::chrono::steady_clock;
 
 class Database : public HookTest {};
 
-/// The trace key of connections that a test opens itself: none.
-constexpr const char* kNoKey = nullptr;
+/// An open connection of the test's own.
+class TestConnection : public Connection {
+ public:
+  TestConnection() : Connection(kMac, {"test", Remedy::none}) { EXPECT_TRUE(open()); }
 
-std::string first_text(Rows rows) {
-  const std::optional<Row> row = rows.next();
-  return row ? row->text(0) : "(no row)";
+  std::string id() { return ask(untraced, "SELECT CONNECTION_ID()").first_text().value_or(""); }
+};
+
+Query profile_query(int sn) {
+  return query(untraced, "SELECT SSID FROM AP_INFO.ap_profile WHERE SN=%d", sn);
 }
 
-TEST_F(Database, AnswersBelongToTheirStatements) {
-  Connection db(kNoKey);
-  ASSERT_TRUE(db);
-  const Question one = db.ask(untraced, "SELECT 1");
+TEST_F(Database, AnswersBelongToTheirQueries) {
+  TestConnection db;
   db.run(untraced, "INSERT INTO AP_INFO.ap_profile (SN, SSID) VALUES (5, 'five')");
-  const Question bad = db.ask(untraced, "SELECT nothing FROM nowhere");
-  const Question none = db.ask(untraced, "SELECT SSID FROM AP_INFO.ap_profile WHERE SN=6");
-  const Question five = db.ask(untraced, "SELECT SSID FROM AP_INFO.ap_profile WHERE SN=5");
-  EXPECT_EQ(first_text(five.rows()), "five");
-  EXPECT_FALSE(bad.rows());
-  EXPECT_EQ(first_text(one.rows()), "1");
-  Rows empty = none.rows();
+  const Query bad = query(untraced, "SELECT nothing FROM nowhere");
+  for (const Query& query : {profile_query(5), bad, profile_query(6)}) {
+    db.fetch_ahead(query);
+  }
+  db.run(untraced, "INSERT INTO AP_INFO.ap_list (SN, MAC) VALUES (41, 'A')");
+  EXPECT_EQ(db.peek(profile_query(5)).first_text(), "five");
+  EXPECT_EQ(db.ask(profile_query(5)).first_text(), "five") << "peeking takes nothing away";
+  db.run(untraced, "UPDATE AP_INFO.ap_profile SET SSID='six' WHERE SN=5");
+  EXPECT_EQ(db.ask(profile_query(5)).first_text(), "six") << "an answer is taken once";
+  EXPECT_FALSE(db.ask(bad));
+  Rows empty = db.ask(profile_query(6));
   EXPECT_TRUE(empty);
   EXPECT_EQ(empty.count(), 0U);
-}
-
-TEST_F(Database, InsertIdIsThatOfTheLastStatement) {
-  Connection db(kNoKey);
-  db.run(untraced, "INSERT INTO AP_INFO.ap_list (SN, MAC) VALUES (41, 'A')");
   db.run(untraced, "INSERT INTO AP_INFO.ap_list (MAC) VALUES ('B')");
   EXPECT_EQ(db.insert_id(), 42U);
   db.run(untraced, "INSERT INTO AP_INFO.ap_list (MAC) VALUES ('B')");
   EXPECT_EQ(db.insert_id(), 0U) << "the key refused it";
 }
 
+TEST_F(Database, FactsAreRememberedOnceFoundAndAskedAgainForTheTrace) {
+  TestConnection db;
+  EXPECT_EQ(get_profile_ssid_by_sn(db, 5), std::nullopt);
+  sql("INSERT INTO AP_INFO.ap_profile (SN, SSID) VALUES (5, 'five')");
+  EXPECT_EQ(get_profile_ssid_by_sn(db, 5)->text(), "five") << "nothing found is not remembered";
+  sql("UPDATE AP_INFO.ap_profile SET SSID='six'");
+  EXPECT_EQ(get_profile_ssid_by_sn(db, 5)->text(), "five");
+  trace_on(kMac);
+  EXPECT_EQ(get_profile_ssid_by_sn(db, 5)->text(), "six");
+}
+
 TEST_F(Database, ManyStatementsAndLongRowsGoAheadOfTheirAnswers) {
-  Connection db(kNoKey);
-  std::vector<Question> questions;
+  TestConnection db;
+  const auto numbered = [](int i) {
+    return query(untraced, "SELECT REPEAT('x', 100000), '%s', %d", std::string(400, 'y'), i);
+  };
   for (int i = 0; i < 300; ++i) {
-    questions.push_back(
-        db.ask(untraced, "SELECT REPEAT('x', 100000), '%s', %d", std::string(400, 'y').c_str(), i));
+    db.fetch_ahead(numbered(i));
   }
   for (int i = 299; i >= 0; --i) {
-    Rows rows = questions[static_cast<std::size_t>(i)].rows();
+    Rows rows = db.ask(numbered(i));
     const std::optional<Row> row = rows.next();
     ASSERT_TRUE(row);
     EXPECT_EQ(row->number(2), i);
@@ -64,55 +77,82 @@ TEST_F(Database, ManyStatementsAndLongRowsGoAheadOfTheirAnswers) {
   }
 }
 
-TEST_F(Database, OperationsShareOneServerConnection) {
-  const auto id = [](Connection& db) {
-    return first_text(db.ask(untraced, "SELECT CONNECTION_ID()").rows());
-  };
-  std::string first;
+TEST_F(Database, AProcessHasOneServerConnectionAndReplacesALostOne) {
+  TestConnection outer;
+  outer.run(untraced, "INSERT INTO AP_INFO.ap_profile (SN, SSID) VALUES (1, 'x')");
   {
-    Connection db(kNoKey);
-    first = id(db);
-    db.run(untraced, "INSERT INTO AP_INFO.ap_profile (SN, SSID) VALUES (1, 'x')");
-    const Question outer = db.ask(untraced, "SELECT 'outer'");
-    {
-      Connection nested(kNoKey);
-      EXPECT_EQ(id(nested), first);
-      EXPECT_EQ(get_profile_sn_by_ssid(nested, "x"), 1) << "what the outer one sent is there";
-      EXPECT_EQ(nested.close(), 0);
-    }
-    EXPECT_EQ(first_text(outer.rows()), "outer");
-    sql("KILL " + first);
-    Connection nested(kNoKey);
-    EXPECT_TRUE(nested) << "the lost connection of the outer one is not shared";
-    EXPECT_NE(id(nested), first);
-    EXPECT_NE(db.close(), 0);
-    first = id(nested);
+    TestConnection nested;
+    EXPECT_EQ(nested.id(), outer.id());
+    EXPECT_EQ(get_profile_sn_by_ssid(nested, "x"), 1) << "what the outer one sent is there";
   }
-  Connection db(kNoKey);
-  EXPECT_EQ(id(db), first);
-  EXPECT_EQ(db.close(), 0);
-  sql("KILL " + first);
-  Connection again(kNoKey);
-  ASSERT_TRUE(again) << "a dropped connection is replaced";
-  EXPECT_NE(id(again), first);
+  const std::string lost = outer.id();
+  sql("KILL " + lost);
+  EXPECT_EQ(outer.id(), "");
+  ASSERT_TRUE(outer.open());
+  EXPECT_NE(outer.id(), lost);
 }
 
 TEST_F(Database, WhatWasSentIsThereAtClose) {
   for (int i = 0; i < 50; ++i) {
-    Connection db(kNoKey);
+    TestConnection db;
     db.run(untraced, "REPLACE INTO AP_INFO.ap_profile (SN, SSID) VALUES (1, '%d')", i);
-    EXPECT_EQ(db.close(), 0);
+    db.close();
     EXPECT_EQ(sql_value("SELECT SSID FROM AP_INFO.ap_profile"), std::to_string(i));
   }
 }
 
 TEST_F(Database, ConnectionsAreLaxAndLatin1) {
-  Connection db(kNoKey);
-  EXPECT_EQ(first_text(db.ask(untraced, "SELECT @@SESSION.sql_mode").rows()), "");
-  EXPECT_EQ(first_text(db.ask(untraced, "SELECT @@character_set_client").rows()), "latin1");
+  TestConnection db;
+  EXPECT_EQ(db.ask(untraced, "SELECT @@SESSION.sql_mode").first_text(), "");
+  EXPECT_EQ(db.ask(untraced, "SELECT @@character_set_client").first_text(), "latin1");
   db.run(untraced, "LOAD DATA LOCAL INFILE '/etc/passwd' INTO TABLE AP_INFO.ap_profile");
   db.run(untraced, "DO 1; INSERT INTO AP_INFO.ap_profile (SN) VALUES (9)");
-  EXPECT_EQ(first_text(db.ask(untraced, "SELECT COUNT(*) FROM AP_INFO.ap_profile").rows()), "0");
+  EXPECT_EQ(db.ask(untraced, "SELECT COUNT(*) FROM AP_INFO.ap_profile").first_text(), "0");
+}
+
+TEST_F(Database, AFailureStandsBelowItsStatement) {
+  trace_on(kMac);
+  TestConnection db;
+  db.run(Step("one"), "INSERT INTO AP_INFO.nowhere VALUES ('%s')", "x");
+  EXPECT_FALSE(db.ask(Step("two", "(1/2) "), "SELECT nothing FROM AP_INFO.ap_list"));
+  db.run(untraced, "DROP TABLE AP_INFO.nowhere");
+  db.run(Step("three"), "UPDATE AP_INFO.ap_list SET Name='%s'", AsReceived{"it's"});
+  const std::string missing = "failed: 1146 Table 'AP_INFO.nowhere' doesn't exist";
+  EXPECT_EQ(trace_of(kMac),
+            (Lines{"one: INSERT INTO AP_INFO.nowhere VALUES ('x')", "one: " + missing,
+                   "two: (1/2) SELECT nothing FROM AP_INFO.ap_list",
+                   "two: (1/2) failed: 1054 Unknown column 'nothing' in 'SELECT'",
+                   "database: DROP TABLE AP_INFO.nowhere failed: 1051 Unknown table "
+                   "'AP_INFO.nowhere'",
+                   "three: UPDATE AP_INFO.ap_list SET Name='it's'",
+                   "three: not sent: a value would break the statement"}));
+}
+
+TEST_F(Database, ATransactionIsSeenWholeAndRepeatedWhenUndone) {
+  sql("INSERT INTO AP_INFO.ap_profile (SN, SSID) VALUES (1, ''), (2, ''), (3, ''), (4, '')");
+  TestConnection db;
+  int runs = 0;
+  db.in_transaction(Step("test"), [&] {
+    db.run(untraced, "UPDATE AP_INFO.ap_profile SET SSID=CONCAT(SSID, 'a') WHERE SN=1");
+    EXPECT_TRUE(db.ask(profile_query(1)));
+    EXPECT_EQ(sql_value("SELECT SSID FROM AP_INFO.ap_profile WHERE SN=1"), runs == 0 ? "" : "b");
+    if (++runs == 1) {  // a rival with more to lose holds what we want next, and wants what we hold
+      std::thread([] {
+        EXPECT_EQ(std::system("mariadb -e \"BEGIN; UPDATE AP_INFO.ap_profile SET SSID='b' WHERE SN "
+                              "> 1; UPDATE AP_INFO.ap_profile SET SSID='b' WHERE SN = 1; COMMIT\""),
+                  0);
+      }).detach();
+      EXPECT_TRUE(eventually([] {
+        return sql_value(
+                   "SELECT COUNT(*) FROM information_schema.PROCESSLIST WHERE INFO LIKE 'UPDATE % SN = 1'") ==
+               "1";
+      }));
+    }
+    db.run(untraced, "UPDATE AP_INFO.ap_profile SET SSID=CONCAT(SSID, 'a') WHERE SN=2");
+  });
+  EXPECT_EQ(runs, 2);
+  EXPECT_EQ(sql_rows("SELECT SSID FROM AP_INFO.ap_profile ORDER BY SN"),
+            (Lines{"ba", "ba", "b", "b"}));
 }
 
 TEST_F(Database, NoServersModeChangesEscaping) {
@@ -130,9 +170,9 @@ TEST_F(Database, OptionFileNamesTheServerAndTheCharacterSet) {
   sql("GRANT ALL ON AP_INFO.* TO hook@localhost");
   my_mysql_release();
   {
-    Connection db(kNoKey);
-    EXPECT_EQ(first_text(db.ask(untraced, "SELECT USER()").rows()), "hook@localhost");
-    EXPECT_EQ(first_text(db.ask(untraced, "SELECT @@character_set_client").rows()), "utf8mb4");
+    TestConnection db;
+    EXPECT_EQ(db.ask(untraced, "SELECT USER()").first_text(), "hook@localhost");
+    EXPECT_EQ(db.ask(untraced, "SELECT @@character_set_client").first_text(), "utf8mb4");
   }
   my_mysql_release();
   sql("DROP USER hook@localhost");
@@ -143,14 +183,13 @@ TEST_F(Database, SsidsAreBytes) {
   for (int i = 0; i < 256; ++i) {
     every_byte += static_cast<char>(i);
   }
-  Connection db(kNoKey);
+  TestConnection db;
   for (std::size_t at = 0; at < every_byte.size(); at += 32) {
     const std::string ssid = every_byte.substr(at, 32);
     const int sn = static_cast<int>(at / 32) + 1;
-    db.run(untraced, "INSERT INTO AP_INFO.ap_profile (SN, SSID) VALUES (%d, '%s')", sn,
-           sql_text(ssid).c_str());
+    db.run(untraced, "INSERT INTO AP_INFO.ap_profile (SN, SSID) VALUES (%d, '%s')", sn, ssid);
     EXPECT_EQ(get_profile_sn_by_ssid(db, ssid), sn);
-    EXPECT_EQ(get_profile_ssid_by_sn(db, sn), sql_text(ssid));
+    EXPECT_EQ(get_profile_ssid_by_sn(db, sn)->text(), SqlText::escaped(ssid)->text());
   }
   EXPECT_EQ(get_profile_sn_by_ssid(db, every_byte.substr('a', 5)), 0);
 }
@@ -158,7 +197,7 @@ TEST_F(Database, SsidsAreBytes) {
 TEST_F(Database, RegistryFindsMacsInEitherCase) {
   register_ap(7, "00:aa:bb:cc:dd:ee", "Lobby");
   sql("INSERT INTO AP_INFO.ap_profile (SN, SSID) VALUES (3, ''), (4, 'it\\'s')");
-  Connection db(kNoKey);
+  TestConnection db;
   EXPECT_EQ(get_ap_sn_by_mac(db, "00:aa:BB:cc:dd:ee"), 7);
   EXPECT_EQ(get_ap_name_by_mac(db, "00:AA:BB:CC:DD:EE"), "Lobby");
   EXPECT_EQ(get_ap_ip_by_mac(db, "00:aa:bb:cc:dd:ee"), kAddress);
@@ -167,7 +206,7 @@ TEST_F(Database, RegistryFindsMacsInEitherCase) {
   EXPECT_EQ(get_ap_ip_by_mac(db, "' OR '1'='1"), std::nullopt);
   EXPECT_EQ(get_profile_sn_by_ssid(db, "^o^"), 3);
   EXPECT_EQ(get_profile_sn_by_ssid(db, "it's"), 4);
-  EXPECT_EQ(get_profile_ssid_by_sn(db, 4), "it\\'s");
+  EXPECT_EQ(get_profile_ssid_by_sn(db, 4)->text(), "it\\'s");
   EXPECT_EQ(get_profile_ssid_by_sn(db, 5), std::nullopt);
 }
 
@@ -230,11 +269,11 @@ TEST_F(Database, AServerThatHangsAgainAndAgainIsGivenUp) {
   const pid_t waiter = fork();
   if (waiter == 0) {
     for (;;) {
-      Connection db(kNoKey);
-      if (!db) {
+      Connection db(kMac, {"test", Remedy::none});
+      if (!db.open()) {
         _exit(0);
       }
-      (void)db.ask(untraced, "SELECT SLEEP(9)").rows();
+      (void)db.ask(untraced, "SELECT SLEEP(9)");
     }
   }
   const auto start = steady_clock::now();

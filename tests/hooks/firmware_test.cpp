@@ -79,12 +79,14 @@ TEST_F(Firmware, ACapableApIsOfferedFilesForDownload) {
   EXPECT_EQ(offer_of("ap-2.1.bin"), offer("3", kImage, kAddress));
   EXPECT_EQ(state(), "2|0|0.0.0.0|" + kImage);
   const Lines trace = trace_of(kMac);
-  ASSERT_EQ(trace.size(), 7U);
+  ASSERT_EQ(trace.size(), 11U);
   EXPECT_TRUE(trace[0].starts_with("get_ap_name_by_mac: ")) << trace[0];
   EXPECT_TRUE(trace[1].ends_with("11, 'AP Lobby updated.')")) << trace[1];
   EXPECT_TRUE(trace[3].starts_with("get_ap_ip_by_mac: ")) << trace[3];
   EXPECT_EQ(trace[4], "setAction: Called by func(command), action: 2 " + kImage);
-  EXPECT_TRUE(trace[6].starts_with("ap_conf_set: [command]\ntype=3\n")) << trace[6];
+  EXPECT_EQ(trace[9], "wum_update_check: /sbin/iptables -t filter -A ap_update_out -d " + kAddress +
+                          " -j ACCEPT");
+  EXPECT_TRUE(trace[10].starts_with("ap_conf_set: [command]\ntype=3\n")) << trace[10];
 
   write_file(slot_of(kMac), "an ordinary command does not hold downloads up");
   fs::create_directories("/firmware/next");

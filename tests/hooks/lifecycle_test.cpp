@@ -126,7 +126,7 @@ TEST_F(Lifecycle, OfAnApWithANameForEveryQuote) {
       "field4 = two@example.org\n");
   register_ap(1, kMac, "");
   const std::string name = "B\xC3\xBCro \"$(touch /tmp/run)` \\'\r\nBcc: x@example.org";
-  sql("UPDATE AP_INFO.ap_list SET Status=0, Name='" + sql_text(name) + "'");
+  sql("UPDATE AP_INFO.ap_list SET Status=0, Name='" + SqlText::escaped_or_empty(name).text() + "'");
   sql("INSERT INTO AP_USER.app_login VALUES ('\"`touch /tmp/run`$HOME', '; touch /tmp/run')");
   write_file("/var/log/notice/" + kMac, "");
   EXPECT_EQ(up("10.0.0.1"), 0);

@@ -194,7 +194,10 @@ TEST_F(ReportCycle, AnAnswerThatIsNeverFetchedIsLost) {
   EXPECT_EQ(report(deliver_report("")), 0);
   EXPECT_GE(std::chrono::steady_clock::now() - start, seconds(15));
   EXPECT_EQ(content(slot_of(kMac)), "taken");
-  EXPECT_EQ(trace_of(kMac, "ap_conf_set"), Lines{});
+  const std::string lost =
+      "command lost: " + slot_of(kMac) + ": the slot stayed taken for 15 seconds";
+  EXPECT_EQ(trace_of(kMac, "ap_conf_set"), Lines{lost});
+  EXPECT_NE(content("/recorded/syslog").find("AP " + kMac + ": " + lost), std::string::npos);
   EXPECT_EQ(names_in("/database/ap/lock"), Lines{});
 }
 

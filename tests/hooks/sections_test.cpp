@@ -252,9 +252,8 @@ TEST_F(Sections, AnySsidIsMatchedByItsBytes) {
     bytes += static_cast<char>(0x80 + 7 * i);  // no UTF-8
   }
   for (const std::string& ssid : {bytes, std::string("a"), std::string("caf\xe9"), std::string()}) {
-    Connection db(nullptr);
-    db.run(untraced, "UPDATE AP_INFO.ap_profile SET SSID='%s' WHERE SN=3", sql_text(ssid).c_str());
-    db.close();
+    sql("UPDATE AP_INFO.ap_profile SET SSID='" + SqlText::escaped_or_empty(ssid).text() +
+        "' WHERE SN=3");
     const std::string line = ssid.empty() ? "" : "ESSID=" + ssid + "\n";
     report("[01]\nAddress=0a:00:00:00:00:08\n" + line, kOtherMac);
     report("[Cell 01]\nAddress=0a:00:00:00:00:08\n" + line + "[Cell 02]\nAddress=c\n" + line);

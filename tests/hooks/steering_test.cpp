@@ -8,6 +8,8 @@
 
 namespace {
 
+constexpr Event kTest{"test", Remedy::none};
+
 using std::chrono::seconds;
 using std::chrono::steady_clock;
 
@@ -60,8 +62,9 @@ class Steering : public HookTest {
 };
 
 TEST_F(Steering, APassTellsItsWholeStory) {
+  Ap ap(kMac, kTest);
   ReleaseAll release_all = ReleaseAll::no;
-  EXPECT_EQ(ap_load_balance_rule(kMac, release_all), kMoves);
+  EXPECT_EQ(ap_load_balance_rule(ap, release_all), kMoves);
   EXPECT_EQ(release_all, ReleaseAll::no);
   EXPECT_EQ(sql_rows("SELECT mac, ssid, aid, channel, tx_rate, rx_rate, rssi, idle, tx_seq, "
                      "rx_seq, refer_ap_sn FROM AP_CLIENT.block WHERE tx_seq=7"),
@@ -69,7 +72,7 @@ TEST_F(Steering, APassTellsItsWholeStory) {
   EXPECT_EQ(whole_trace(), content("/source/tests/hooks/load_balance.trace"));
 
   // The next report finds the station refused, in whichever case, and nobody else to refuse.
-  EXPECT_EQ(ap_load_balance_rule(kMac, release_all), kMoves.substr(0, kMoves.find("block")));
+  EXPECT_EQ(ap_load_balance_rule(ap, release_all), kMoves.substr(0, kMoves.find("block")));
   EXPECT_EQ(blocks().size(), 3U);
 }
 
@@ -89,7 +92,8 @@ TEST_F(Steering, AllBlocksAreLiftedForALoneStationOrAnSsidOutOfHearing) {
     SetUp();
     sql(change);
     ReleaseAll release_all = ReleaseAll::no;
-    EXPECT_EQ(ap_load_balance_rule(kMac, release_all).has_value(), !released) << change;
+    Ap ap(kMac, kTest);
+    EXPECT_EQ(ap_load_balance_rule(ap, release_all).has_value(), !released) << change;
     EXPECT_EQ(release_all == ReleaseAll::yes, released) << change;
     EXPECT_EQ(blocks().size(), left) << change;
     EXPECT_EQ(trace_of(kMac, "ap_load_balance_rule").size(), released ? 1U : 0U);
@@ -103,8 +107,9 @@ TEST_F(Steering, ABlockIsLiftedWhenNoNeighbourServesTheStation) {
       "('02:00:00:00:00:97', 2, 1), ('02:00:00:00:00:0a', 1, 1)");
   sql("INSERT INTO AP_CLIENT.AP_002 (mac) VALUES ('02:00:00:00:00:0A')");
   const auto released = [](const std::string& mac) {
-    Connection db(mac);
-    return ap_release_block_rule(db, mac);
+    Ap ap(mac, kTest);
+    ap.db.open();
+    return ap_release_block_rule(ap);
   };
   EXPECT_EQ(released(kMac), "release0=02:00:00:00:00:99\nrelease1=02:00:00:00:00:97\n");
   EXPECT_EQ(blocks(), (Lines{"02:00:00:00:00:02|9", "02:00:00:00:00:0a|1", "02:00:00:00:00:98|1"}));
@@ -117,14 +122,15 @@ TEST_F(Steering, ABlockIsLiftedWhenNoNeighbourServesTheStation) {
 }
 
 TEST_F(Steering, PowerStepsFollowWhatOthersHear) {
+  Ap ap(kMac, kTest);
   std::string told;
   for (const char* levels : {"'-65', '-90'", "'-75', '-90'", "'-70', '-70'", "'-60', '-75'"}) {
     sql(std::string("UPDATE AP_CLIENT.legal SET `signal`=ELT(2 - (essid='Guest'), ") + levels +
         ") WHERE refer_ap=2");
-    told += ap_auto_rf_rule(kMac).value_or("none\n");
+    told += ap_auto_rf_rule(ap).value_or("none\n");
   }
   sql("DELETE FROM AP_CLIENT.legal WHERE refer_ap=2");
-  EXPECT_EQ(told + ap_auto_rf_rule(kMac).value_or("none\n"),
+  EXPECT_EQ(told + ap_auto_rf_rule(ap).value_or("none\n"),
             "autoRF=-1\nautoRF=1\nnone\nautoRF=-1\nnone\n");
   EXPECT_EQ(whole_trace(), content("/source/tests/hooks/auto_rf.trace"));
 }

@@ -7,8 +7,8 @@
 #include "reports/mesh_links.h"
 #include "reports/neighbour_scan.h"
 #include "reports/own_radios.h"
-#include "reports/profile_slots.h"
 #include "reports/station_list.h"
+#include "values/profile_slots.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <random>
-#include <set>
+#include <vector>
 
-#include "steering/choice.h"
+#include "steering/auto_rf.h"
 #include "steering/demand.h"
 #include "steering/mac_filter.h"
 
@@ -15,12 +15,20 @@ int roll(int most) {
   return static_cast<int>(dice() % static_cast<unsigned>(most + 1));
 }
 
+int moved(int amount, const std::vector<int>& neighbours) {
+  Demand demand(amount);
+  for (const int clients : neighbours) {
+    demand.add_neighbour(clients);
+  }
+  return stations_to_move(demand);
+}
+
 TEST(Demand, MovesWhatTheNeighboursCanTakeOrTheEvenShare) {
   const std::tuple<int, std::vector<int>, int> cases[] = {
       {4, {}, 0},  {50, {}, 0}, {6, {1, 2}, 3}, {7, {1, 2}, 3}, {8, {5}, 1},
       {4, {3}, 0}, {4, {2}, 1}, {4, {3, 3}, 0}, {5, {3, 3}, 1}, {5, {10}, -3}};
-  for (const auto& [amount, neighbours, moved] : cases) {
-    EXPECT_EQ(stations_to_move(amount, neighbours), moved) << amount;
+  for (const auto& [amount, neighbours, expected] : cases) {
+    EXPECT_EQ(moved(amount, neighbours), expected) << amount;
   }
   for (int round = 0; round < 1000; ++round) {
     std::vector<int> neighbours(1U + static_cast<unsigned>(roll(20)));
@@ -33,57 +41,12 @@ TEST(Demand, MovesWhatTheNeighboursCanTakeOrTheEvenShare) {
       all += clients;
     }
     const int aps = static_cast<int>(neighbours.size()) + 1;
-    EXPECT_EQ(amount - stations_to_move(amount, neighbours),
-              room >= amount - 3 ? 3 : (all + aps - 1) / aps)
+    EXPECT_EQ(amount - moved(amount, neighbours), room >= amount - 3 ? 3 : (all + aps - 1) / aps)
         << "what the AP keeps";
   }
 }
 
-TEST(Choice, BlocksKeepTheLimitAndTakeNobodyTwice) {
-  std::set<int> block_table;
-  for (int ap = 0; ap < 300; ++ap) {
-    std::vector<BlockCandidate> candidates;
-    const int first = roll(4000);
-    for (int client = first; client < first + 40; ++client) {
-      candidates.push_back({static_cast<std::size_t>(roll(2)), block_table.contains(client)});
-    }
-    const int limit = roll(12);
-    NumberedLines lines("block");
-    std::string expected;
-    std::size_t passed = 0;  // candidates that could have been taken
-    for (const std::size_t i : choose_blocks(candidates, limit)) {
-      for (; passed < i; ++passed) {
-        EXPECT_TRUE(candidates[passed].alternatives == 0 || candidates[passed].refused);
-      }
-      ++passed;
-      EXPECT_GT(candidates[i].alternatives, 0U);
-      EXPECT_TRUE(block_table.insert(first + static_cast<int>(i)).second) << "twice";
-      expected += "block" + std::to_string(lines.count()) + "=" + std::to_string(i) + "\n";
-      lines.add(std::to_string(i));
-    }
-    EXPECT_LE(lines.count(), limit);
-    EXPECT_EQ(lines.text(), expected);
-  }
-}
-
-TEST(Choice, BlocksGoWhereNobodyServesOrHears) {
-  std::vector<int> asked;
-  const auto serves = [&](int ap) { return asked.push_back(ap), ap == 8; };
-  EXPECT_EQ(serving_neighbour(std::vector{7, 8, 9}, serves), 8);
-  EXPECT_EQ(asked, (std::vector{7, 8})) << "the third is not asked";
-  EXPECT_EQ(serving_neighbour(std::vector{7, 9}, serves), std::nullopt);
-  EXPECT_EQ(serving_neighbour({}, serves), std::nullopt);
-
-  const std::optional<std::uint64_t> hearing[] = {1, std::nullopt, 0, 0, 2};
-  for (std::size_t holder = 0; holder < 6; ++holder) {
-    EXPECT_EQ(must_release_all(
-                  5, [&](std::size_t i) { return hearing[i]; },
-                  [&](std::size_t i) { return i == holder; }),
-              holder == 2 || holder == 3);
-  }
-}
-
-TEST(Choice, PowerGoesDownForTheLoudAndUpForTheFaint) {
+TEST(AutoRf, PowerGoesDownForTheLoudAndUpForTheFaint) {
   const std::pair<Hearing, PowerStep> cases[] = {{{1, 1, 1}, PowerStep::down},
                                                  {{1, 1, 0}, PowerStep::down},
                                                  {{0, 1, 1}, PowerStep::up},

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <functional>
+#include <set>
+#include <span>
+#include <string>
+
+#include "platform/database.h"
+#include "platform/text.h"
+#include "values/mac_address.h"
+
+/// How many of `records`, from the first on, may be looked up ahead together: at least one if there
+/// are any. Storing a record changes what is found under its MAC, which `mac_of` tells, so all MACs
+/// are distinct. A text that is no MAC is looked up alone: the server may take it for the same as
+/// another.
+template <typename Record, typename MacOf>
+std::size_t count_together(std::span<const Record> records, MacOf mac_of) {
+  const std::size_t most = std::min(records.size(), kMostSentAhead);
+  std::set<std::string> seen;
+  for (std::size_t count = 0; count < most; ++count) {
+    const std::string& mac = std::invoke(mac_of, records[count]);
+    if (!is_mac(mac)) {
+      return std::max<std::size_t>(count, 1);
+    }
+    if (!seen.insert(my_tolower(mac)).second) {
+      return count;
+    }
+  }
+  return most;
+}
+
+/// Calls `store` for each record, in order, and `fetch_ahead` for the next few whenever those it has
+/// been called for are stored.
+template <typename Record, typename MacOf, typename FetchAhead, typename Store>
+void store_in_order(std::span<const Record> records, MacOf mac_of, FetchAhead fetch_ahead,
+                    Store store) {
+  while (!records.empty()) {
+    const std::span<const Record> next = records.first(count_together(records, mac_of));
+    fetch_ahead(next);
+    std::for_each(next.begin(), next.end(), store);
+    records = records.subspan(next.size());
+  }
+}
