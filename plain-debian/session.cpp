@@ -171,9 +171,12 @@ int MySession::socket() const {
 }
 
 MyTicket MySession::send(std::string_view statement) {
-  while (!lost_ && !sent_.empty() &&
-         (sent_.size() >= kMostSentAhead || sent_bytes_ + statement.size() > kMostBytesSentAhead)) {
-    collect_one();
+  if (sent_.size() >= kMostSentAhead || sent_bytes_ + statement.size() > kMostBytesSentAhead) {
+    // Half at once: a turn from sending to reading for each statement would cost more.
+    while (sent_.size() > kMostSentAhead / 2 ||
+           (!sent_.empty() && sent_bytes_ + statement.size() > kMostBytesSentAhead / 2)) {
+      collect_one();
+    }
   }
   if (lost_) {
     return 0;

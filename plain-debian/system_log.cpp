@@ -6,6 +6,8 @@
 #include <charconv>
 #include <utility>
 
+#include "values/visible_text.h"
+
 void my_syslog(const std::string& line) {
   int priority = LOG_INFO;
   std::size_t start = 0;
@@ -18,12 +20,12 @@ void my_syslog(const std::string& line) {
       start = end + 1;
     }
   }
-  syslog(priority, "%s", line.c_str() + start);
+  syslog(priority, "%s", visible_text(std::string_view(line).substr(start)).c_str());
 }
 
 void my_report_loss(Loss loss, Remedy remedy, const std::string& text) {
   static std::array<bool, static_cast<std::size_t>(Loss::count)> told{};
   if (bool& is_told = told.at(static_cast<std::size_t>(loss)); !std::exchange(is_told, true)) {
-    syslog(remedy == Remedy::next_report ? LOG_WARNING : LOG_ERR, "%s", text.c_str());
+    syslog(remedy == Remedy::next_report ? LOG_WARNING : LOG_ERR, "%s", visible_text(text).c_str());
   }
 }

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "db/ap.h"
+#include "values/command_type.h"
 
 // Command files: how an AP is told something. A file in /database/ap/command is a command that the
 // controller has not fetched yet; it takes the file away and carries its text to the AP. Each AP
@@ -15,9 +16,6 @@
 // A command that cannot be written is lost, which is traced and reported. A taken slot is waited
 // for, 15 tries a second apart, without a database connection; whatever else keeps the file from
 // being made (a full disk, a missing directory) is not.
-
-/// Values of a command's `type` line, and of the type argument of `ap-command`.
-enum class CommandType { reboot = 2, firmware = 3, steering = 4, release_all = 5, sync = 8 };
 
 enum class CommandSlot { ordinary, download };
 

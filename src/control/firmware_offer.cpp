@@ -11,6 +11,7 @@
 #include "platform/settings.h"
 #include "platform/system_log.h"
 #include "trace/trace_log.h"
+#include "values/visible_text.h"
 
 namespace {
 
@@ -24,7 +25,7 @@ constexpr std::size_t kLongest = 511;
 
 std::optional<std::string> refusal(const std::string& base_name, const DownloadOffer& offer) {
   if (base_name.empty() || base_name.find_first_of("\r\n") != std::string::npos) {
-    return M("no line of a command can hold the file name \"%s\"", base_name.c_str());
+    return M("no line of a command can hold the file name \"%s\"", visible_text(base_name).c_str());
   }
   if (offer.link.size() > kLongest) {
     return M("the link's path has %zu bytes, more than %zu", offer.link.size(), kLongest);
@@ -107,7 +108,7 @@ int wum_update_check(Ap& ap, const std::optional<std::string>& ap_ip, const std:
   const std::string ip = (ap_ip ? ap_ip : recorded_address(ap)).value_or("");
   if (!is_ap_address(ip)) {
     ap_debug_log({kOperation, ap.mac}, "declined: no address to open the firewall for: \"%s\"",
-                 ip.c_str());
+                 visible_text(ip).c_str());
     return 0;
   }
   open_firewall(ap, ip);

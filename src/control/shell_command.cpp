@@ -7,6 +7,7 @@
 #include "platform/shell.h"
 #include "platform/system_log.h"
 #include "values/shell_word.h"
+#include "values/visible_text.h"
 
 namespace shell_form {
 
@@ -35,7 +36,7 @@ Line fill_in(std::string_view literal, std::initializer_list<Argument> values) {
       line.shown += std::to_string(value.number);
       line.run += std::to_string(value.number);
     } else {
-      line.shown += value.text;
+      line.shown += visible_text(value.text);
       line.run += quoted ? within_double_quotes(value.text) : shell_word(value.text);
     }
     at = place.end;
@@ -56,11 +57,11 @@ void report_missing(const TraceSite& site, const std::string& line) {
 
 }  // namespace
 
-int run(const TraceSite& site, std::string_view literal, std::initializer_list<Argument> values) {
+void run(const TraceSite& site, std::string_view literal, std::initializer_list<Argument> values) {
   const Line line = fill_in(literal, values);
   ap_debug_log(site, "%s", line.shown.c_str());
   report_missing(site, line.run);
-  return my_system("%s", line.run.c_str());
+  my_system("%s", line.run.c_str());
 }
 
 }  // namespace shell_form

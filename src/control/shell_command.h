@@ -51,14 +51,15 @@ class Literal {
   std::string_view text_;
 };
 
-int run(const TraceSite& site, std::string_view literal, std::initializer_list<Argument> values);
+void run(const TraceSite& site, std::string_view literal, std::initializer_list<Argument> values);
 
 }  // namespace shell_form
 
-/// Traces a command line, with the values as they are, and runs it (my_system). Returns its exit
-/// status, or -1 when it could not be run. A program that is missing is reported as a loss.
+/// Traces a command line, with the values as they are, and runs it (my_system). A program that is
+/// missing is reported as a loss.
 template <typename... Values>
-int run_command(const TraceSite& site, shell_form::Literal<std::type_identity_t<Values>...> literal,
-                const Values&... values) {
-  return shell_form::run(site, literal.text(), {shell_form::Argument(values)...});
+void run_command(const TraceSite& site,
+                 shell_form::Literal<std::type_identity_t<Values>...> literal,
+                 const Values&... values) {
+  shell_form::run(site, literal.text(), {shell_form::Argument(values)...});
 }

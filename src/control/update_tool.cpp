@@ -75,8 +75,7 @@ bool holds(const std::string& line, const std::string& pattern) {
 
 }  // namespace
 
-int kill_update_tool(const std::string& pattern, const std::optional<std::string>& extra_pattern) {
-  int killed = 0;
+void kill_update_tool(const std::string& pattern, const std::optional<std::string>& extra_pattern) {
   std::error_code failed;
   std::filesystem::directory_iterator entry(kProcesses, failed);
   for (; !failed && entry != end(entry); entry.increment(failed)) {
@@ -89,8 +88,6 @@ int kill_update_tool(const std::string& pattern, const std::optional<std::string
       run_command({"kill_update_tool", pattern}, "/bin/kill %s", id);
       syslog(LOG_CRIT, "[%s](%s) /bin/kill %s", line->c_str(), extra_pattern.value_or("").c_str(),
              id.c_str());
-      killed = 1;
     }
   }
-  return killed;
 }

@@ -1,6 +1,7 @@
 #include "db/set_action.h"
 
 #include "trace/trace_log.h"
+#include "values/visible_text.h"
 
 void setAction(Ap& ap, ApAction action, const std::optional<std::string>& fw_upgrade,
                const char* caller) {
@@ -16,7 +17,7 @@ void setAction(Ap& ap, ApAction action, const std::optional<std::string>& fw_upg
   }
   const std::string firmware = fw_upgrade.value_or("");
   ap_debug_log({"setAction", ap.mac}, "Called by func(%s), action: %d %s", caller,
-               static_cast<int>(action), firmware.c_str());
+               static_cast<int>(action), visible_text(firmware).c_str());
   ap.db.run(Step("setAction"),
             "UPDATE `%s`.`ap_list` set `action`=%d, `Status`=%d, `IP`='%s', `fw_upgrade`='%s' "
             "WHERE `MAC`=UPPER('%s')",

@@ -1,6 +1,5 @@
 #include "entry/command.h"
 
-#include <optional>
 #include <string>
 
 #include "control/command_file.h"
@@ -22,27 +21,11 @@ constexpr const char* kOperation = "command";
 /// A firmware path is held to this many bytes.
 constexpr std::size_t kLongestPath = 255;
 
-enum class EventType {
-  nothing_0 = 0,
-  report = 1,
-  reboot = 2,
-  firmware = 3,
-  nothing_4 = 4,
-  release_all = 5,
-  nothing_6 = 6,
-  nothing_7 = 7,
-  update_check = 8,
-  disconnect_tool = 9,
-  mark_updating = 10,
-};
-
-/// The type that args[0] names, none for a missing or unknown one.
-std::optional<EventType> event_type(const char* text) {
-  const std::int64_t number = text == nullptr ? -1 : decimal(text);
-  if (number < 0 || number > static_cast<int>(EventType::mark_updating)) {
-    return std::nullopt;
-  }
-  return static_cast<EventType>(number);
+/// The type that args[0] names; one that means nothing, for a missing or unknown text.
+CommandType command_type(const char* text) {
+  const std::int64_t number = text == nullptr ? 0 : decimal(text);
+  const bool is_known = number >= 0 && number <= static_cast<int>(CommandType::mark_updating);
+  return static_cast<CommandType>(is_known ? number : 0);
 }
 
 void reboot(const char* mac) {
@@ -67,55 +50,48 @@ void command(int count, char** args) {
   const char* third = argument(count, args, 3);
 
   trace_arguments(kOperation, first, count, args);
-  const std::optional<EventType> type = event_type(argument(count, args, 0));
-  if (!type) {
-    return;
-  }
-  switch (*type) {
-    case EventType::report:
+  switch (command_type(argument(count, args, 0))) {
+    case CommandType::report:
       if (well_formed(third)) {
         Ap ap(third, {"report dropped", Remedy::next_report});
         report_cycle(ap, first, second);
       }
       break;
-    case EventType::reboot:
+    case CommandType::reboot:
       if (well_formed(first)) {
         reboot(first);
       }
       break;
-    case EventType::firmware:
+    case CommandType::firmware:
       if (well_formed(second)) {
         Ap ap(second, {"firmware update not recorded", Remedy::none});
         update_firmware(ap, std::string(first).substr(0, kLongestPath));
       }
       break;
-    case EventType::release_all:
+    case CommandType::release_all:
       if (well_formed(second)) {
         Ap ap(second, {"release of all blocks not recorded", Remedy::none});
         command_release_all(ap);
       }
       break;
-    case EventType::update_check:
+    case CommandType::sync:
       if (well_formed(second)) {
         Ap ap(second, {"update check dropped", Remedy::none});
         check_updates(ap, first);
       }
       break;
-    case EventType::disconnect_tool:
+    case CommandType::disconnect_tool:
       if (first != nullptr) {
         disconnect_tool(first, second);
       }
       break;
-    case EventType::mark_updating:
+    case CommandType::mark_updating:
       if (second != nullptr) {
         Ap ap(second, {"update not recorded", Remedy::none});
         setAction(ap, ApAction::update, std::nullopt, kOperation);
       }
       break;
-    case EventType::nothing_0:
-    case EventType::nothing_4:
-    case EventType::nothing_6:
-    case EventType::nothing_7:
+    case CommandType::steering:
       break;
   }
 }

@@ -25,7 +25,9 @@ void record_leave(Ap& ap) {
                         AP_INFO, ap.mac, kConnected, kShortestStay);
   const std::optional<Row> row = rows.next();
   if (!row) {
-    ap.db.note(Step(kOperation), "no matched.");
+    if (rows) {
+      ap.db.note(Step(kOperation), "no matched.");
+    }
     return;
   }
   if ((*row)[2]) {

@@ -49,8 +49,8 @@ void scan_announce() {
   if (udp < 0) {
     return;
   }
-  const int ports = std::min(RETURN_DEF_INT(kNumberOfPorts), kMostPorts);
-  for (int port = 1; port <= ports; ++port) {
+  // The number is read before each port: it may change while the announcement is on its way.
+  for (int port = 1; port <= std::min(RETURN_DEF_INT(kNumberOfPorts), kMostPorts); ++port) {
     if (const std::optional<PortRecord> record = interface_read_shm(port)) {
       send_through(udp, scan_device(*record, RS(kBridgedPortSetting)), *body);
     }

@@ -3,7 +3,8 @@
 #include <string>
 
 /// Sends `line` to the system log. A leading "<n>" is taken off and is the priority number
-/// (facility included); without one the line goes out at priority info.
+/// (facility included); without one the line goes out at priority info. The plain Debian platform
+/// shows control bytes as "\x0A".
 void my_syslog(const std::string& line);
 
 /// What an event can lose.

@@ -1,5 +1,6 @@
 #include "reports/poor_clients.h"
 
+#include <algorithm>
 #include <span>
 
 #include "db/registry.h"
@@ -11,6 +12,10 @@ namespace {
 
 constexpr const char* kOperation = "update_ap_poor_client_db";
 constexpr std::size_t kLongestMac = 17;
+
+/// The latest time that every server's clock can hold, in seconds since the epoch: 19 January 2038.
+/// From a later one a server makes NULL, and refuses the row.
+constexpr std::uint32_t kLatestTime = 2'147'483'647;
 
 void drop_poor_client_table(Ap& ap) {
   ap.db.run(Step("drop_poor_client_table"), "DROP TABLE IF EXISTS `%s`.`AP_%03d`", AP_POOR_CLIENT,
@@ -24,6 +29,7 @@ Query known_query(const Ap& ap, const poor_client_record& client) {
 }
 
 void store(Ap& ap, const poor_client_record& client) {
+  const std::uint32_t connected = std::min(client.connection_time, kLatestTime);
   const Rows known = ap.db.ask(known_query(ap, client));
   if (known.count() > 0) {
     ap.db.run(Step(kOperation),
@@ -31,14 +37,14 @@ void store(Ap& ap, const poor_client_record& client) {
               "`status`='%d', `connection_time`=FROM_UNIXTIME('%u'), `confirm`='1' WHERE "
               "`mac`=UPPER('%s')",
               AP_POOR_CLIENT, ap.sn, client.band, client.ssid, client.rssi, client.status,
-              client.connection_time, client.mac);
+              connected, client.mac);
   } else if (known) {
     ap.db.run(Step(kOperation),
               "INSERT INTO `%s`.`AP_%03d` (`mac`, `band`, `ssid`, `rssi`, `status`, `utime`, "
               "`connection_time`) VALUES (UPPER('%s'), %d, %u, %d, %d, NOW(), "
               "FROM_UNIXTIME('%u'))",
               AP_POOR_CLIENT, ap.sn, client.mac, client.band, client.ssid, client.rssi,
-              client.status, client.connection_time);
+              client.status, connected);
   }
 }
 

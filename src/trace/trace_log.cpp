@@ -8,6 +8,7 @@
 #include <ctime>
 
 #include "platform/files.h"
+#include "values/visible_text.h"
 
 namespace {
 
@@ -42,14 +43,15 @@ void log(const char* function_name, int line, const char* key, const char* forma
   if (!is_tracing()) {
     return;
   }
-  const std::optional<std::string> message = my_format(format, values);
-  if (!message) {
+  const std::optional<std::string> text = my_format(format, values);
+  if (!text) {
     return;
   }
+  const std::string message = visible_lines(*text);
   if (key != nullptr) {
-    append_to_switch_file(function_name, line, key, *message);
+    append_to_switch_file(function_name, line, key, message);
   }
-  syslog(LOG_DEBUG, "[%s:%d] %s", function_name, line, message->c_str());
+  syslog(LOG_DEBUG, "[%s:%d] %s", function_name, line, message.c_str());
 }
 
 }  // namespace

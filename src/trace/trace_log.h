@@ -29,7 +29,8 @@ struct TraceSite {
 /// Whether trace lines go anywhere at all. For what is done for the trace alone.
 bool is_tracing();
 
-/// Writes one trace line, formatted as printf does. A key that holds a slash names no file. Never
+/// Writes one trace line, formatted as printf does. Control bytes are shown as "\x1B"; line feeds
+/// stay, so a value that may hold one passes visible_text. A key that holds a slash names no file. Never
 /// fails: what cannot be written is dropped.
 void ap_debug_log(const char* function_name, int line, const char* key, const char* format, ...)
     AP_PRINTF(4, 5);

@@ -4,6 +4,7 @@
 #include "values/decimal.h"
 #include "values/mac_address.h"
 #include "values/shell_word.h"
+#include "values/visible_text.h"
 
 TEST(Mac, IsSeventeenCharactersOfHexadecimalGroups) {
   for (const char* good : {"00:11:22:33:44:55", "aa:bb:cc:dd:ee:ff", "AA:bB:0c:9D:eE:Ff"}) {
@@ -55,4 +56,10 @@ TEST(Text, GrowsAndFormatsAnyLength) {
   EXPECT_EQ(M("%s", std::string(511, 'y').c_str()).size(), 511U);
   EXPECT_EQ(M("%s", std::string(512, 'y').c_str()).size(), 512U);
   EXPECT_EQ(my_tolower("AZaz\xC4@["), "azaz\xC4@[");
+}
+
+TEST(VisibleText, ShowsControlBytesAndLeavesEveryOther) {
+  const std::string text("a\n\x1b[2J\0\x7f caf\xe9", 13);
+  EXPECT_EQ(visible_text(text), "a\\x0A\\x1B[2J\\x00\\x7F caf\xe9");
+  EXPECT_EQ(visible_lines("a\nb\r\n"), "a\nb\\x0D\n");
 }

@@ -1,0 +1,14 @@
+#pragma once
+
+/// What the controller has the program do, and the program an AP: the first argument of `ap-command`
+/// and the `type` line of a command file. Numbers 0, 6 and 7 mean nothing.
+enum class CommandType {
+  report = 1,       // store a report and answer it
+  reboot = 2,       // reboot the AP
+  firmware = 3,     // update its firmware
+  steering = 4,     // release, disconnect and refuse stations; in files only
+  release_all = 5,  // refuse nobody any more
+  sync = 8,         // bring its sync file; as an argument: resume what waits for the AP
+  disconnect_tool = 9,
+  mark_updating = 10,
+};

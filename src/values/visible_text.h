@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// `text` with its control bytes, line feeds among them, as "\x0A": what stands in a log cannot look
+/// like a line of its own, nor move a terminal's cursor. Other bytes stay, whatever their encoding.
+std::string visible_text(std::string_view text);
+
+/// The same, but line feeds stay.
+std::string visible_lines(std::string_view text);
