@@ -156,6 +156,8 @@ std::unique_ptr<MySession> MySession::connect() {
   fcntl(session->socket(), F_SETFD, FD_CLOEXEC);
   // With an empty mode the zero datetime, clamping and truncation behave the same on every server.
   session->send("SET SESSION sql_mode=''");
+  // Transactions see what others have committed, and lock no gaps between rows.
+  session->send("SET SESSION TRANSACTION ISOLATION LEVEL READ COMMITTED");
   if ((mysql->server_status & SERVER_STATUS_NO_BACKSLASH_ESCAPES) != 0) {
     session->settle();  // only then does escaping follow the mode that the statements will meet
   }

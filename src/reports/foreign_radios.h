@@ -9,9 +9,9 @@
 
 // The radios that no managed AP has reported as its own: one row of `illegal` each, with the values
 // of the AP that heard it last and the list of all APs that hear it ("3,7,12"). All APs share these
-// rows and change them at the same time, each by single statements, so that nothing is locked for as
-// long as a scan takes. What the server undoes in favour of another AP's statement (a deadlock) is
-// done again, at most 10 times.
+// rows and change them at the same time, each by single statements, so that no row is locked for as
+// long as a scan takes; where the server can tell them to, they take turns. What the server undoes in
+// favour of another AP's statement (a deadlock) is done again, at most 10 times.
 
 /// A list of hearing APs without the AP `sn`: what is left of it, possibly nothing.
 std::string without_hearer(std::string_view list, int sn);
