@@ -109,7 +109,7 @@ std::string command_slot(const std::string& mac) {
 }
 
 void ap_conf_set(Ap& ap, const std::string& content, CommandSlot slot, Remedy remedy) {
-  const std::string text = "[command]\n" + content;
+  std::string text = "[command]\n" + content;
   if (queue(ap, slot, remedy, [&] { return text; })) {
     ap_debug_log({"ap_conf_set", ap.mac}, "%s", text.c_str());
   }

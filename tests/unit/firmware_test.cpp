@@ -4,9 +4,9 @@
 
 TEST(DownloadOffer, IsRefusedBeyondItsLimits) {
   const std::pair<std::string, std::string> refusals[] = {
-      {"it's; a \"$(name)\"", "none"},
-      {"a\nb", "no line of a command can hold the file name \"a\\x0Ab\""},
-      {"a\r", "no line of a command can hold the file name \"a\\x0D\""},
+      {R"-(it's; a "$(name)")-", "none"},
+      {"a\nb", R"(no line of a command can hold the file name "a\x0Ab")"},
+      {"a\r", R"(no line of a command can hold the file name "a\x0D")"},
       {"", "no line of a command can hold the file name \"\""},
       {std::string(474, 'x'), "none"},
       {std::string(475, 'x'), "the command has 512 bytes, more than 511"},
