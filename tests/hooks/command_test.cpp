@@ -97,11 +97,11 @@ TEST_F(Command, ReleaseAllTakesAFreeSlotAndWaitsForATakenOne) {
   EXPECT_EQ(without_time(content(slot_of(kMac))), "[command]\ntype=5\ntime=T\n");
 
   write_file(slot_of(kMac), "first");
-  const pid_t waiting = start_hook({"ap-command", "5", "127.0.0.1", kMac});
+  kit::Child waiting = start_hook({"ap-command", "5", "127.0.0.1", kMac});
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
   EXPECT_EQ(content(slot_of(kMac)), "first");
   std::filesystem::remove(slot_of(kMac));
-  EXPECT_EQ(finish(waiting), 0);
+  EXPECT_EQ(waiting.finish().status, 0);
   EXPECT_EQ(without_time(content(slot_of(kMac))), "[command]\ntype=5\ntime=T\n");
   EXPECT_EQ(names_in("/database/ap/command").size(), 1U) << "nothing is left beside the slot";
 }

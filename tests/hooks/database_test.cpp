@@ -1,4 +1,3 @@
-#include <sys/wait.h>
 
 #include <csignal>
 #include <thread>
@@ -234,20 +233,13 @@ TEST_F(Database, AFullServerIsAskedAgain) {
   };
   sql("SET GLOBAL max_connections=10");  // and one for the administrator
   my_mysql_release();
-  std::vector<FILE*> others;
-  for (int i = 0; i < 10; ++i) {
-    others.push_back(popen("exec mariadb", "we"));
-  }
-  EXPECT_TRUE(
-      eventually([] { return sql("SHOW GLOBAL STATUS LIKE 'Threads_connected'")[0][1] == "11"; }));
+  std::vector<kit::Database> others(10);
   const std::string before = refused();
-  const pid_t hook = start_hook({"ap-up", kAddress, kMac});
+  kit::Child hook = start_hook({"ap-up", kAddress, kMac});
   EXPECT_TRUE(eventually([&] { return refused() != before; }));
   std::this_thread::sleep_for(seconds(4));  // longer than for a silent server
-  for (FILE* client : others) {
-    pclose(client);
-  }
-  EXPECT_EQ(finish(hook), 0);
+  others.clear();
+  EXPECT_EQ(hook.finish().status, 0);
   sql("SET GLOBAL max_connections=DEFAULT");
   EXPECT_EQ(sql_value("SELECT Status FROM AP_INFO.ap_list"), "1");
 }
@@ -266,21 +258,22 @@ TEST_F(Database, AHangingServerHoldsNobodyForLong) {
 
 TEST_F(Database, AServerThatHangsAgainAndAgainIsGivenUp) {
   // Every answer takes 9 seconds, just below the limit of a single one.
-  const pid_t waiter = fork();
-  if (waiter == 0) {
+  kit::Child waiter([] {
     for (;;) {
       Connection db(kMac, {"test", Remedy::none});
       if (!db.open()) {
-        _exit(0);
+        return 0;
       }
       (void)db.ask(untraced, "SELECT SLEEP(9)");
     }
-  }
+  });
   const auto start = steady_clock::now();
-  EXPECT_EQ(finish(waiter), 0);
+  EXPECT_EQ(waiter.finish().status, 0);
   const auto waited = steady_clock::now() - start;
   EXPECT_GE(waited, seconds(18));
   EXPECT_LT(waited, seconds(22));
+  sql("KILL " +
+      sql_value("SELECT ID FROM information_schema.PROCESSLIST WHERE INFO LIKE '%SLEEP(9)'"));
 }
 
 }  // namespace

@@ -91,8 +91,7 @@ TEST_F(Entry, WhatNeedsNoDatabaseOpensNoConnection) {
 TEST_F(Entry, InheritedSurprisesChangeNothing) {
   trace_on(kMac);
   register_ap(1, kMac, "Lobby");
-  const pid_t child = fork();
-  if (child == 0) {
+  kit::Child child([] {
     signal(SIGCHLD, SIG_IGN);
     signal(SIGPIPE, SIG_DFL);
     sigset_t all;
@@ -105,10 +104,9 @@ TEST_F(Entry, InheritedSurprisesChangeNothing) {
     for (int standard = 0; standard < 3; ++standard) {
       close(standard);
     }
-    execl("/usr/sbin/ap-run", "ap-command", "2", kMac.c_str(), nullptr);
-    _exit(127);
-  }
-  EXPECT_EQ(finish(child), 0);
+    return execl("/usr/sbin/ap-run", "ap-command", "2", kMac.c_str(), nullptr);
+  });
+  EXPECT_EQ(child.finish().status, 0);
   EXPECT_EQ(content(slot_of(kMac)), "[command]\ntype=2\n");
   EXPECT_EQ(sql_rows("SELECT action, Status FROM AP_INFO.ap_list"), Lines{"1|0"});
   ASSERT_TRUE(eventually([] { return calls_of("send_logmsg").size() == 1; }));
@@ -117,12 +115,8 @@ TEST_F(Entry, InheritedSurprisesChangeNothing) {
 }
 
 TEST_F(Entry, ExportsTheDataObjects) {
-  FILE* list = popen("/usr/bin/nm -D --defined-only /usr/sbin/ap-run", "r");
-  std::string symbols;
-  for (char buffer[512]; fgets(buffer, sizeof buffer, list) != nullptr;) {
-    symbols += buffer;
-  }
-  pclose(list);
+  const std::string symbols =
+      kit::output_of({"/usr/bin/nm", "-D", "--defined-only", "/usr/sbin/ap-run"}).text;
   for (const char* name :
        {"AP_INFO_TABLE", "CONNTRACK_LOG_TABLE", "entry_num", "icons_path", "html_fmt"}) {
     EXPECT_NE(symbols.find(std::string(" ") + name + "\n"), std::string::npos) << name;
@@ -169,13 +163,13 @@ TEST_F(Trace, AKeyWithASlashNamesNoFile) {
 
 TEST_F(Trace, LinesOfManyProcessesStayWhole) {
   trace_on(kMac);
-  std::vector<pid_t> processes;
+  std::vector<kit::Child> processes;
   const std::string argument(3000, 'x');
   for (int i = 0; i < 20; ++i) {
     processes.push_back(start_hook({"ap-history", argument, kMac}));
   }
-  for (const pid_t process : processes) {
-    EXPECT_EQ(finish(process), 0);
+  for (kit::Child& process : processes) {
+    EXPECT_EQ(process.finish().status, 0);
   }
   const Lines lines = trace_of(kMac);
   EXPECT_EQ(lines.size(), 40U);

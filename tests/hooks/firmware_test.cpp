@@ -1,7 +1,4 @@
-#include <fcntl.h>
 #include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
@@ -46,10 +43,6 @@ void set_ap(const std::string& assignments) {
 
 std::string state() {
   return sql_rows("SELECT action, Status, IP, fw_upgrade FROM AP_INFO.ap_list").front();
-}
-
-bool runs(pid_t process) {
-  return waitpid(process, nullptr, WNOHANG) == 0;
 }
 
 /// What an offer has left behind: the command, the link's target and the firewall rules, of which
@@ -106,10 +99,10 @@ TEST_F(Firmware, ACapableApIsOfferedFilesForDownload) {
 TEST_F(Firmware, ABusyFirewallIsAskedAgain) {
   support_downloads();
   write_file("/recorded/iptables.behaviour", "exit 4\n");
-  const pid_t hook = start_hook(kBringImage);
+  kit::Child hook = start_hook(kBringImage);
   EXPECT_TRUE(eventually([] { return calls_of("iptables").size() >= 2; }));
   fs::remove("/recorded/iptables.behaviour");
-  EXPECT_EQ(finish(hook), 0);
+  EXPECT_EQ(hook.finish().status, 0);
   EXPECT_GT(calls_of("iptables").size(), 4U);
   EXPECT_EQ(offer_of("ap-2.1.bin"), offer("3", kImage, kAddress));
 }
@@ -122,7 +115,7 @@ TEST_F(Firmware, AnotherApGetsItsImageThroughTheToolAndAfterThatItsSyncFile) {
 
   set_ap("fw_upgrade='" + kImage + "'");
   write_file("/recorded/wum.behaviour", "sleep 1.5\n");
-  const pid_t hook = start_hook(kCheck);
+  kit::Child hook = start_hook(kCheck);
   ASSERT_TRUE(eventually([] { return !calls_of("wum").empty(); }));
   const auto asleep = steady_clock::now();
   EXPECT_TRUE(eventually([] {
@@ -130,7 +123,7 @@ TEST_F(Firmware, AnotherApGetsItsImageThroughTheToolAndAfterThatItsSyncFile) {
            "1";
   }));
   EXPECT_LT(steady_clock::now() - asleep, seconds(1)) << "a connection was kept for the tool";
-  EXPECT_EQ(finish(hook), 0);
+  EXPECT_EQ(hook.finish().status, 0);
   EXPECT_GT(steady_clock::now() - asleep, seconds(1)) << "it was not waited for";
   EXPECT_EQ(trace_of(kMac).back(), "command: /usr/sbin/wum " + kTool + " -f " + kImage);
   EXPECT_EQ(state(), "2|0|0.0.0.0|" + kImage);
@@ -208,18 +201,14 @@ TEST_F(Firmware, APathIsOneArgumentAndRunsNothing) {
 
 /// Starts a process named `name`, with `words` at the end of its command line, that waits to be
 /// ended.
-pid_t start_idle(const std::string& name, const std::string& words) {
+kit::Child start_idle(const std::string& name, const std::string& words) {
   fs::create_directories("/tmp/tools");
   const std::string program = "/tmp/tools/" + name;
   if (!exists(program)) {
     fs::create_symlink("/build/bin/lab-recorder", program);
   }
-  const pid_t process = fork();
-  if (process == 0) {
-    execl(program.c_str(), "idle", words.c_str(), nullptr);
-    _exit(127);
-  }
-  const std::string line = "/proc/" + std::to_string(process) + "/cmdline";
+  kit::Child process({program, {"idle", words}, {}});
+  const std::string line = "/proc/" + std::to_string(process.id()) + "/cmdline";
   EXPECT_TRUE(eventually([&] { return content(line).starts_with("idle"); })) << program;
   return process;
 }
@@ -228,48 +217,42 @@ TEST_F(Firmware, ANewToolEndsTheRunningOnesOfItsApAlone) {
   fs::remove_all("/database/ap/debug");
   write_file("/recorded/idle.behaviour", "sleep 60\n");
   const std::string words = "-m " + kMac + " -f /firmware/old.bin";
-  std::vector<pid_t> spared{start_idle("wum", "-m " + kOtherMac + " -f /firmware/old.bin"),
-                            start_idle("wum", std::string(230, 'x') + "-m " + kMac),
-                            start_idle("wum", "-n a\n" + words)};
+  std::vector<kit::Child> spared;
+  for (const std::string& other : {"-m " + kOtherMac + " -f /firmware/old.bin",
+                                   std::string(230, 'x') + "-m " + kMac, "-n a\n" + words}) {
+    spared.push_back(start_idle("wum", other));
+  }
   for (const char* name : {"wumd", "Wum", "(wum)", "wum) (x", "x) (wum", "wum "}) {
     spared.push_back(start_idle(name, words));
   }
   const std::string within_limit = std::string(229, 'x') + "-m " + kMac;
-  const pid_t syncing = start_idle("wum", within_limit);
-  const pid_t updating = start_idle("wum", words);
-  const pid_t churn = fork();  // processes that come and go
-  while (churn == 0) {
-    const pid_t brief = fork();
-    if (brief == 0) {
-      prctl(PR_SET_NAME, "wum");
-      _exit(0);
+  kit::Child syncing = start_idle("wum", within_limit);
+  kit::Child updating = start_idle("wum", words);
+  const kit::Child churn([] {  // processes that come and go
+    for (;;) {
+      kit::Child([] { return prctl(PR_SET_NAME, "wum"); }).finish();
     }
-    finish(brief);
-  }
+    return 0;
+  });
   for (int walk = 0; walk < 50; ++walk) {
     kill_update_tool("no such text", std::nullopt);
   }
   EXPECT_EQ(run_hook(kBringImage), 0);
-  EXPECT_EQ(finish(updating), 128 + SIGTERM);
-  EXPECT_TRUE(runs(syncing)) << "it carries no firmware";
+  EXPECT_EQ(updating.finish().status, 128 + SIGTERM);
+  EXPECT_TRUE(syncing.runs()) << "it carries no firmware";
   set_ap("fw_upgrade=''");
   EXPECT_EQ(run_hook(kCheck), 0);
-  EXPECT_EQ(finish(syncing), 128 + SIGTERM);
-  for (const pid_t process : spared) {
-    EXPECT_TRUE(runs(process)) << process;
+  EXPECT_EQ(syncing.finish().status, 128 + SIGTERM);
+  for (const kit::Child& process : spared) {
+    EXPECT_TRUE(process.runs()) << content(kit::format("/proc/%d/cmdline", process.id()));
   }
   std::string log;
   for (const std::string& line : lines_of(content("/recorded/syslog"))) {
     log += line.substr(0, 4) + line.substr(line.find(": [")) + "\n";
   }
-  EXPECT_EQ(log, "<10>: [idle " + words + " ](/firmware/) /bin/kill " + std::to_string(updating) +
-                     "\n<10>: [idle " + within_limit + "]() /bin/kill " + std::to_string(syncing) +
-                     "\n");
-  spared.push_back(churn);
-  for (const pid_t process : spared) {
-    kill(process, SIGKILL);
-    finish(process);
-  }
+  EXPECT_EQ(log, "<10>: [idle " + words + " ](/firmware/) /bin/kill " +
+                     std::to_string(updating.id()) + "\n<10>: [idle " + within_limit +
+                     "]() /bin/kill " + std::to_string(syncing.id()) + "\n");
 }
 
 }  // namespace

@@ -78,10 +78,10 @@ TEST_F(Lifecycle, OfOneAp) {
   EXPECT_EQ(run_hook({"ap-down", kMac}), 0);
   life += "\nIt leaves after 80 seconds.\n" + story();
 
-  const pid_t cycle = start_hook({"ap-command", "1", deliver_report("-"), "10.0.0.2", kMac});
+  kit::Child cycle = start_hook({"ap-command", "1", deliver_report("-"), "10.0.0.2", kMac});
   EXPECT_TRUE(eventually([] { return exists(slot_of(kMac)); }));
   std::filesystem::rename(slot_of(kMac), "/database/ap/fetched");
-  EXPECT_EQ(finish(cycle), 0);
+  EXPECT_EQ(cycle.finish().status, 0);
   std::filesystem::rename("/database/ap/fetched", slot_of(kMac));
   life += "\nIt reports from a new address.\n" + story();
   EXPECT_EQ(life, content("/source/tests/hooks/one-life.txt"));
@@ -163,9 +163,9 @@ TEST_F(Lifecycle, TwoJoinsOfANewApAtOnce) {
   const std::string file = "[SYSTEM]\nethernet_num=2\nversion=3\n";
   for (std::size_t round = 1; round <= 5; ++round) {
     write_file("/database/ap/info/" + kMac, file);
-    const pid_t one = start_hook({"ap-up", "10.0.0.1", kMac});
-    const pid_t two = start_hook({"ap-up", "10.0.0.1", kMac});
-    EXPECT_EQ(finish(one) + finish(two), 0);
+    kit::Child one = start_hook({"ap-up", "10.0.0.1", kMac});
+    kit::Child two = start_hook({"ap-up", "10.0.0.1", kMac});
+    EXPECT_EQ(one.finish().status + two.finish().status, 0);
     EXPECT_EQ(sql_rows("SELECT Status, wired_max FROM AP_INFO.ap_list"), Lines{"1|2"});
     EXPECT_EQ(log().size(), round) << "announced once";
     EXPECT_EQ(controller_calls().size(), 2 * round);
@@ -175,14 +175,14 @@ TEST_F(Lifecycle, TwoJoinsOfANewApAtOnce) {
 
   // The one that makes the row knows nothing of the AP.
   sql("CREATE TRIGGER AP_INFO.slow BEFORE INSERT ON AP_INFO.ap_list FOR EACH ROW DO SLEEP(0.5)");
-  const pid_t first = start_hook({"ap-up", "10.0.0.1", kMac});
+  kit::Child first = start_hook({"ap-up", "10.0.0.1", kMac});
   EXPECT_TRUE(eventually([] {
     return sql_value(
                "SELECT COUNT(*) FROM information_schema.PROCESSLIST WHERE "
                "STATE='User sleep'") == "1";
   }));
   write_file("/database/ap/info/" + kMac, file);
-  EXPECT_EQ(run_hook({"ap-up", "10.0.0.1", kMac}) + finish(first), 0);
+  EXPECT_EQ(run_hook({"ap-up", "10.0.0.1", kMac}) + first.finish().status, 0);
   sql("DROP TRIGGER AP_INFO.slow");
   EXPECT_EQ(sql_rows("SELECT Status, wired_max, fw_version FROM AP_INFO.ap_list"), Lines{"1|2|3"});
 }

@@ -173,11 +173,11 @@ TEST_F(ReportCycle, ALockHoldsForTenMinutes) {
 TEST_F(ReportCycle, ACycleThatDiesLeavesItsLock) {
   write_file(slot_of(kMac), "taken");
   const std::string lock = "/database/ap/lock/" + kMac;
-  const pid_t cycle = start_hook({"ap-command", "1", deliver_report(""), kAddress, kMac});
+  kit::Child cycle = start_hook({"ap-command", "1", deliver_report(""), kAddress, kMac});
   ASSERT_TRUE(eventually(
       [&] { return exists(lock) && !sql_rows("SELECT 1 FROM AP_INFO.ap_list").empty(); }));
-  kill(cycle, SIGKILL);
-  EXPECT_EQ(finish(cycle), 128 + SIGKILL);
+  kill(cycle.id(), SIGKILL);
+  EXPECT_EQ(cycle.finish().status, 128 + SIGKILL);
   EXPECT_TRUE(exists(lock));
   const std::string next = deliver_report("");
   EXPECT_EQ(report(next), 0);
@@ -205,8 +205,8 @@ TEST_F(ReportCycle, TwoReportsOfOneApAtOnce) {
   for (int round = 0; round < 20; ++round) {
     const Words first{"ap-command", "1", deliver_report(status_report(kMac, "1")), kAddress, kMac};
     const Words second{"ap-command", "1", deliver_report(status_report(kMac, "2")), kAddress, kMac};
-    const pid_t one = start_hook(first);
-    const pid_t two = start_hook(second);
+    kit::Child one = start_hook(first);
+    kit::Child two = start_hook(second);
     // Both may get past the lock; then the later one waits for the slot.
     std::jthread controller([](const std::stop_token& stop) {
       while (!stop.stop_requested()) {
@@ -214,8 +214,8 @@ TEST_F(ReportCycle, TwoReportsOfOneApAtOnce) {
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
       }
     });
-    EXPECT_EQ(finish(one), 0);
-    EXPECT_EQ(finish(two), 0);
+    EXPECT_EQ(one.finish().status, 0);
+    EXPECT_EQ(two.finish().status, 0);
     controller.request_stop();
     controller.join();
     std::filesystem::remove(slot_of(kMac));

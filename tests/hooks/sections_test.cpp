@@ -300,7 +300,7 @@ TEST_F(Sections, ApsThatScanAtOnceKeepEachOthersEntries) {
     register_ap(20 + ap, M("00:11:22:33:55:%02X", ap), "many");
   }
   for (int round = 0; round < 6; ++round) {
-    std::vector<pid_t> processes;
+    std::vector<kit::Child> processes;
     Lines expected;
     for (int ap = 1; ap <= kAps; ++ap) {
       std::string cells;
@@ -317,8 +317,8 @@ TEST_F(Sections, ApsThatScanAtOnceKeepEachOthersEntries) {
       processes.push_back(start_hook(
           {"ap-command", "1", deliver_report(cells), kAddress, M("00:11:22:33:55:%02X", ap)}));
     }
-    for (const pid_t process : processes) {
-      EXPECT_EQ(finish(process), 0);
+    for (kit::Child& process : processes) {
+      EXPECT_EQ(process.finish().status, 0);
     }
     std::sort(expected.begin(), expected.end());
     EXPECT_EQ(sql_rows("SELECT LOWER(i.mac), l.SN FROM AP_CLIENT.illegal i JOIN AP_INFO.ap_list l "

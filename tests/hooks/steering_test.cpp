@@ -46,14 +46,14 @@ class Steering : public HookTest {
     configure(M("[settings]\n79 = %d\n91 = %d\n135 = %d\n", balance, auto_rf, filter));
   }
 
-  static pid_t start_cycle(const std::string& mac) {
+  static kit::Child start_cycle(const std::string& mac) {
     // No section of this report can be read; the rules run all the same.
     return start_hook({"ap-command", "1", deliver_report("no section\n"), kAddress, mac});
   }
 
   /// The command that answers a report, without its first and its last line.
   static std::string answer() {
-    EXPECT_EQ(finish(start_cycle(kMac)), 0);
+    EXPECT_EQ(start_cycle(kMac).finish().status, 0);
     const std::string text = without_time(content(slot_of(kMac)));
     std::filesystem::remove(slot_of(kMac));
     EXPECT_TRUE(text.starts_with("[command]\n") && text.ends_with("time=T\n")) << text;
@@ -190,9 +190,9 @@ TEST_F(Steering, TheReleaseOfAllAndTheAnswerFollowEachOtherIntoTheSlot) {
     }
   });
   const auto start = steady_clock::now();
-  const pid_t lost = start_cycle(kOtherMac);
-  EXPECT_EQ(finish(start_cycle(kMac)), 0);
-  EXPECT_EQ(finish(lost), 0);
+  kit::Child lost = start_cycle(kOtherMac);
+  EXPECT_EQ(start_cycle(kMac).finish().status, 0);
+  EXPECT_EQ(lost.finish().status, 0);
   controller.request_stop();
   controller.join();
   EXPECT_GE(steady_clock::now() - start, seconds(15));

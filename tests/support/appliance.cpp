@@ -1,23 +1,20 @@
 #include "support/appliance.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
+#include <optional>
 #include <regex>
-#include <sstream>
 #include <thread>
 
+#include "kit/trace_lines.h"
 #include "platform/database.h"
 
 namespace fs = std::filesystem;
 
 namespace {
+
+constexpr const char* kHook = "/usr/sbin/ap-run";
 
 /// Directories that a test finds empty.
 const Words kDirectories{
@@ -26,38 +23,28 @@ const Words kDirectories{
     "/var/tmp/sync",           "/var/ap_update",       "/firmware",         "/etc/ap-run",
     "/etc/sysconfig/.firewall"};
 
+std::optional<kit::Database> connection;
+
+kit::Database& server() {
+  if (!connection) {
+    connection.emplace();
+  }
+  return *connection;
+}
+
 std::string full_name(const testing::TestInfo& test) {
   return std::string(test.test_suite_name()) + "." + test.name();
 }
 
 }  // namespace
 
-pid_t start_hook(const Words& words) {
-  std::vector<char*> arguments;
-  for (const std::string& word : words) {
-    arguments.push_back(const_cast<char*>(word.c_str()));
-  }
-  arguments.push_back(nullptr);
-  const pid_t child = fork();
-  if (child == 0) {
-    execv("/usr/sbin/ap-run", arguments.data());
-    _exit(127);
-  }
-  return child;
-}
-
-int finish(pid_t process) {
-  int status = 0;
-  waitpid(process, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+kit::Child start_hook(const Words& words) {
+  return kit::Child({kHook, words, {}});
 }
 
 int run_hook(const Words& words) {
   // Alone, a hook finds every answer as it was when it was fetched (src/db/hint_check.h).
-  setenv("AP_RUN_HINTS", "verify", 1);
-  const pid_t hook = start_hook(words);
-  unsetenv("AP_RUN_HINTS");
-  return finish(hook);
+  return kit::Child({kHook, words, {"AP_RUN_HINTS=verify"}}).finish().status;
 }
 
 bool eventually(const std::function<bool()>& done) {
@@ -78,46 +65,6 @@ void wait_for_helpers() {
       return std::find(kHelpers.begin(), kHelpers.end(), name) != kHelpers.end();
     });
   });
-}
-
-bool exists(const std::string& path) {
-  struct stat info {};
-  return lstat(path.c_str(), &info) == 0;
-}
-
-std::string content(const std::string& path) {
-  const std::ifstream file(path, std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
-void write_file(const std::string& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
-}
-
-void set_age(const std::string& path, std::chrono::seconds age) {
-  const timespec then{time(nullptr) - age.count(), 0};
-  const timespec times[2] = {then, then};
-  utimensat(AT_FDCWD, path.c_str(), times, 0);
-}
-
-Lines lines_of(const std::string& text) {
-  Lines lines;
-  std::istringstream stream(text);
-  for (std::string line; std::getline(stream, line);) {
-    lines.push_back(line);
-  }
-  return lines;
-}
-
-Lines names_in(const std::string& directory) {
-  Lines names;
-  for (const auto& entry : fs::directory_iterator(directory)) {
-    names.push_back(entry.path().filename());
-  }
-  std::sort(names.begin(), names.end());
-  return names;
 }
 
 std::string slot_of(const std::string& mac) {
@@ -142,26 +89,18 @@ void trace_on(const std::string& key) {
 }
 
 Lines trace_of(const std::string& key) {
-  static const std::regex kHead(
-      R"([0-9]{4}/[0-9]{2}/[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2} [0-9]+\[([^:\]]+):[0-9]+\] )");
   Lines lines;
-  for (const std::string& line : lines_of(content("/database/ap/debug/" + key))) {
-    std::smatch head;
-    if (std::regex_search(line, head, kHead, std::regex_constants::match_continuous)) {
-      lines.push_back(head[1].str() + ": " + head.suffix().str());
-    } else if (!lines.empty()) {
-      lines.back() += "\n" + line;
-    }
+  for (const auto& [operation, message] : kit::trace_lines(content("/database/ap/debug/" + key))) {
+    lines.push_back(operation + ": " + message);
   }
   return lines;
 }
 
 Lines trace_of(const std::string& key, const std::string& operation) {
-  const std::string head = operation + ": ";
   Lines messages;
-  for (const std::string& line : trace_of(key)) {
-    if (line.starts_with(head)) {
-      messages.push_back(line.substr(head.size()));
+  for (const kit::TraceLine& line : kit::trace_lines(content("/database/ap/debug/" + key))) {
+    if (line.operation == operation) {
+      messages.push_back(line.message);
     }
   }
   return messages;
@@ -184,10 +123,34 @@ void register_ap(int sn, const std::string& mac, const std::string& name, int jo
       "NOW() - INTERVAL " + std::to_string(joined) + " SECOND");
 }
 
+std::vector<kit::SqlRow> sql(const std::string& statement) {
+  return server().rows(statement);
+}
+
+std::string sql_value(const std::string& statement) {
+  return server().value(statement);
+}
+
+Lines sql_rows(const std::string& statement) {
+  Lines texts;
+  for (const kit::SqlRow& row : sql(statement)) {
+    std::string text;
+    for (const std::string& column : row) {
+      text += (&column == &row.front() ? "" : "|") + column;
+    }
+    texts.push_back(std::move(text));
+  }
+  return texts;
+}
+
+void disconnect_database() {
+  connection.reset();
+}
+
 void HookTest::SetUp() {
   my_mysql_release();  // what an earlier test left with the platform
   wait_for_helpers();
-  reset_database();
+  server().clear();
   fs::remove_all("/database/ap/debug");
   for (const std::string& directory : kDirectories) {
     fs::create_directories(directory);

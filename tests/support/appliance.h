@@ -1,34 +1,36 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <sys/types.h>
 
-#include <chrono>
 #include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "support/database.h"
+#include "kit/child.h"
+#include "kit/files.h"
+#include "kit/sql.h"
 
 // What a test needs inside lab/appliance: it starts the real program under its four names, puts
 // files where the controller would, and looks at what came out.
 
-using Words = std::vector<std::string>;
-using Lines = std::vector<std::string>;
+using kit::content;
+using kit::exists;
+using kit::Lines;
+using kit::lines_of;
+using kit::names_in;
+using kit::set_age;
+using kit::Words;
+using kit::write_file;
 
 /// MACs and the address used by most tests.
 inline const std::string kMac = "00:11:22:33:44:55";
 inline const std::string kOtherMac = "00:11:22:33:44:66";
 inline const std::string kAddress = "192.168.1.20";
 
-/// Starts the program under the name words[0] with the other words as arguments; its process id.
-pid_t start_hook(const Words& words);
+/// Starts the program under the name words[0] with the other words as arguments.
+kit::Child start_hook(const Words& words);
 
-/// Waits for a started hook; its exit status, or 128 and the signal that ended it.
-int finish(pid_t process);
-
-/// Starts a hook and waits for it.
+/// Starts a hook and waits for it; its exit status, or 128 and the signal that ended it.
 int run_hook(const Words& words);
 
 /// Polls until `done` holds, at most for 10 seconds; whether it came to hold.
@@ -36,15 +38,6 @@ bool eventually(const std::function<bool()>& done);
 
 /// Waits until no helper program, or shell that is about to become one, runs in the background.
 void wait_for_helpers();
-
-bool exists(const std::string& path);
-/// The file's bytes; empty when there is no file.
-std::string content(const std::string& path);
-void write_file(const std::string& path, const std::string& text);
-void set_age(const std::string& path, std::chrono::seconds age);
-Lines lines_of(const std::string& text);
-/// Names in a directory, sorted.
-Lines names_in(const std::string& directory);
 
 std::string slot_of(const std::string& mac);
 
@@ -75,6 +68,18 @@ std::string deliver_report(const std::string& text);
 
 /// Registers an AP that has been connected for `joined` seconds.
 void register_ap(int sn, const std::string& mac, const std::string& name, int joined = 1000);
+
+/// Runs a statement over a connection of the tests' own; one that fails ends the test.
+std::vector<kit::SqlRow> sql(const std::string& statement);
+
+/// The first column of the first row; empty without a row.
+std::string sql_value(const std::string& statement);
+
+/// Rows as text: columns joined by "|".
+Lines sql_rows(const std::string& statement);
+
+/// Forgets the connection, for tests that stop the server.
+void disconnect_database();
 
 /// Every test starts with empty tables and directories. When a test fails, its files are put by
 /// under /var/failed, which lab/appliance keeps, and the way to run it alone is printed.
