@@ -1,27 +1,25 @@
 #include "settings_check.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <memory>
 #include <set>
 
+#include "ini/ini_file.h"
 #include "platform/files.h"
 #include "platform/settings.h"
 #include "platform/text.h"
 #include "store.h"
 #include "values/decimal.h"
 
-extern "C" {
-#include <iniparser/iniparser.h>
-}
-
 namespace {
 
 constexpr const char* kFile = "/etc/ap-run/platform.ini";
+constexpr std::size_t kMostBytes = 1'048'576;
 constexpr const char* kMacFilterList = "/etc/sysconfig/.firewall/wireless_mac_filter.conf";
 
 enum class Kind { number, text };
@@ -123,43 +121,19 @@ bool is_known(const std::string& section, const std::string& key) {
          (section.starts_with("port ") && port.contains(key));
 }
 
-struct FreeDictionary {
-  void operator()(dictionary* values) const { iniparser_freedict(values); }
-};
-
-std::string complaints;  // of the parser, which offers no place for it but a callback
-
-AP_PRINTF(1, 2)
-int collect_complaint(const char* format, ...) {
-  std::va_list values;
-  va_start(values, format);
-  complaints += my_format(format, values).value_or("");
-  va_end(values);
-  return 0;
-}
-
-/// The first line of what the parser said.
-std::string first_complaint() {
-  return complaints.substr(0, complaints.find('\n'));
-}
-
-Findings check_keys(const dictionary& values) {
+Findings check_keys(const IniFile& values) {
   Findings findings;
-  for (int i = 0; i < values.size; ++i) {
-    const std::string name = values.key[i] == nullptr ? "" : values.key[i];
-    const std::size_t colon = name.find(':');
-    if (colon == std::string::npos) {
-      continue;  // a section as such
-    }
-    const std::string section = name.substr(0, colon);
-    const std::string key = name.substr(colon + 1);
-    if (!is_known(section, key)) {
+  values.for_each([&](std::string_view section, std::string_view key, std::string_view /*value*/) {
+    if (!is_known(std::string(section), std::string(key))) {
       findings.push_back({Severity::warning, "setting-unknown",
-                          M("[%s] %s is no setting of the program.", section.c_str(), key.c_str()),
+                          M("[%s] %s is no setting of the program.", std::string(section).c_str(),
+                            std::string(key).c_str()),
                           "Correct its name in " + std::string(kFile) +
                               ", or remove it; ap-run.ini(5) lists the settings."});
     }
-  }
+  });
+  std::sort(findings.begin(), findings.end(),
+            [](const Finding& a, const Finding& b) { return a.what < b.what; });
   return findings;
 }
 
@@ -167,22 +141,19 @@ Findings check_file() {
   if (access(kFile, F_OK) != 0) {
     return {};  // then every setting has its default
   }
-  const int file = open(kFile, O_RDONLY | O_CLOEXEC);
-  if (file < 0) {
+  const std::optional<std::string> text = read_regular_file(kFile, kMostBytes, Links::follow);
+  if (!text) {
     return {
         {Severity::problem, "settings-unreadable",
          M("%s cannot be read (%s): every setting has its default.", kFile, std::strerror(errno)),
          "Run ap-check as root. If this is root, mend the file's permissions."}};
   }
-  close(file);
-  complaints.clear();
-  iniparser_set_error_callback(collect_complaint);
-  const std::unique_ptr<dictionary, FreeDictionary> values(iniparser_load(kFile));
-  iniparser_set_error_callback(nullptr);
+  std::string complaint;
+  const std::optional<IniFile> values = IniFile::parse(*text, kFile, complaint);
   if (!values) {
     return {{Severity::problem, "settings-syntax",
              M("%s does not parse (%s): every setting has its default.", kFile,
-               first_complaint().c_str()),
+               complaint.substr(0, complaint.find('\n')).c_str()),
              R"(Correct that line; a setting is "name = value" below a line "[section]".)"}};
   }
   return check_keys(*values);

@@ -2,21 +2,12 @@
 
 #include <sys/stat.h>
 
-#include <memory>
-
-extern "C" {
-#include <iniparser/iniparser.h>
-}
+#include "ini/ini_file.h"
 
 namespace {
 
 constexpr const char* kPath = "/etc/ap-run/platform.ini";
-
-struct FreeDictionary {
-  void operator()(dictionary* values) const { iniparser_freedict(values); }
-};
-
-using Dictionary = std::unique_ptr<dictionary, FreeDictionary>;
+constexpr std::size_t kMostBytes = 1'048'576;
 
 /// What tells one state of the file from another.
 struct FileState {
@@ -37,31 +28,23 @@ FileState file_state() {
   return {true, info.st_ino, info.st_size, info.st_mtim.tv_sec, info.st_mtim.tv_nsec};
 }
 
-int discard_message(const char* /*format*/, ...) {
-  return 0;
-}
-
-const dictionary* store() {
-  static Dictionary values;
+const std::optional<IniFile>& store() {
+  static std::optional<IniFile> values;
   static FileState parsed;
   const FileState now = file_state();
   if (!(now == parsed)) {
-    iniparser_set_error_callback(discard_message);
-    values.reset(now.exists ? iniparser_load(kPath) : nullptr);
-    iniparser_set_error_callback(nullptr);
+    const std::optional<std::string> text = read_regular_file(kPath, kMostBytes, Links::follow);
+    std::string complaint;
+    values =
+        text && text->size() <= kMostBytes ? IniFile::parse(*text, kPath, complaint) : std::nullopt;
     parsed = now;
   }
-  return values.get();
+  return values;
 }
 
 }  // namespace
 
 std::optional<std::string> store_text(const std::string& section, const std::string& key) {
-  const dictionary* values = store();
-  if (values == nullptr) {
-    return std::nullopt;
-  }
-  const std::string name = section + ":" + key;
-  const char* text = iniparser_getstring(values, name.c_str(), nullptr);
+  const char* text = store() ? store()->find(section, key) : nullptr;
   return text == nullptr ? std::nullopt : std::optional<std::string>(text);
 }

@@ -73,7 +73,7 @@ mesh_route read_mesh_route(const Report& report) {
 
 void update_ap_mesh_client_db(Ap& ap, const Report& report) {
   const Listing<mesh_peer> peers = read_mesh_peers(report);
-  trace_stranded(ap.db, Step(kOperation), peers.stranded);
+  trace_unread(ap.db, Step(kOperation), peers);
   const PeerLists lists = peer_lists(peers.records);
   if (!lists.macs) {
     return;

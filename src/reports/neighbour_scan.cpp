@@ -115,7 +115,7 @@ void update_ap_legal_table_for_refer(Ap& ap, const Report& report) {
   std::vector<const cell_record*> foreign;
   ap.db.in_transaction(Step(kOperation), [&] {
     delete_ap_legal_table_for_refer(ap.db, ap.sn);
-    trace_stranded(ap.db, Step(kOperation), cells.stranded);
+    trace_unread(ap.db, Step(kOperation), cells);
     foreign = store_sightings(ap, cells.records);
   });
   store_foreign_radios(ap.db, ap.sn, foreign);

@@ -2,14 +2,6 @@
 
 #include "values/split.h"
 
-void trace_stranded(const Connection& db, const Step& step,
-                    const std::vector<std::string>& stranded) {
-  for (const std::string& section : stranded) {
-    db.note(step, "[%s] stands behind a gap in the numbering: the list ends before it",
-            section.c_str());
-  }
-}
-
 const char* band_prefix(Band band, const char* five_ghz) {
   return band == Band::five_ghz ? five_ghz : "";
 }

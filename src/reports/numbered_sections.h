@@ -11,11 +11,17 @@
 // Lists in a report: sections of one name that are numbered from 01, with at least two digits. The
 // first number whose section lacks the list's leading key ends the list.
 
+/// How many records are read of one kind, over all its lists: far above the largest AP (512 stations,
+/// 2,000 cells). The rest is not read, which is traced.
+inline constexpr std::size_t kMostRecords = 8'192;
+
 /// What was read of one or several lists.
 template <typename Record>
 struct Listing {
+  std::size_t most = kMostRecords;  // that are read
   std::vector<Record> records;
-  std::vector<std::string> stranded;  // sections right behind a gap in the numbering: not read
+  std::vector<std::string> stranded;  // sections right after a gap in the numbering: not read
+  std::vector<std::string> surplus;   // sections from which on a list is too long: not read
 };
 
 inline constexpr int kNoLimit = 0;
@@ -32,6 +38,10 @@ void read_list(Listing<Record>& listing, const Report& report, const std::string
   };
   int number = 1;
   for (; is_there(number); ++number) {
+    if (listing.records.size() == listing.most) {
+      listing.surplus.push_back(section(number));
+      return;
+    }
     listing.records.push_back(read(section(number)));
   }
   if (is_there(number + 1)) {
@@ -39,9 +49,18 @@ void read_list(Listing<Record>& listing, const Report& report, const std::string
   }
 }
 
-/// Writes a trace line for each section that was not read.
-void trace_stranded(const Connection& db, const Step& step,
-                    const std::vector<std::string>& stranded);
+/// Writes a trace line for each section with which a list ended that has more.
+template <typename Record>
+void trace_unread(const Connection& db, const Step& step, const Listing<Record>& listing) {
+  for (const std::string& section : listing.stranded) {
+    db.note(step, "[%s] stands behind a gap in the numbering: the list ends before it",
+            section.c_str());
+  }
+  for (const std::string& section : listing.surplus) {
+    db.note(step, "[%s] is beyond the %zu that are read: the list ends before it", section.c_str(),
+            listing.most);
+  }
+}
 
 /// The SSID slots of a radio are numbered from 1 to this.
 inline constexpr int kSlots = 8;

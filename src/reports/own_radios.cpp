@@ -106,7 +106,7 @@ void ap_interface_parse(Ap& ap, const Report& report) {
   if (ap.sn != 0) {
     ap.db.in_transaction(Step(kOperation), [&] {
       delete_ap_legal_table(ap.db, ap.sn);
-      trace_stranded(ap.db, Step(kOperation), radios.stranded);
+      trace_unread(ap.db, Step(kOperation), radios);
       update_ap_legal_table(ap, radios.records);
     });
   }

@@ -13,6 +13,10 @@ namespace {
 constexpr const char* kOperation = "update_ap_poor_client_db";
 constexpr std::size_t kLongestMac = 17;
 
+/// How many are read of a band: four times what the largest AP serves. Each is stored up to eight
+/// times.
+constexpr std::size_t kMostClients = 2'048;
+
 /// The latest time that every server's clock can hold, in seconds since the epoch: 19 January 2038.
 /// From a later one a server makes NULL, and refuses the row.
 constexpr std::uint32_t kLatestTime = 2'147'483'647;
@@ -72,6 +76,7 @@ void store_slot(Ap& ap, Band band, int slot, std::span<const poor_client_record>
 
 Listing<poor_client_record> read_poor_clients(const Report& report, Band band) {
   Listing<poor_client_record> clients;
+  clients.most = kMostClients;
   read_list(clients, report, M("POOR_CLIENT %s", band_prefix(band, "5G ")), "ADDR", kNoLimit,
             [&](const std::string& section) {
               poor_client_record client;
@@ -96,7 +101,7 @@ void update_ap_poor_client_db(Ap& ap, const Report& report) {
   create_poor_client_table(ap.db, ap.sn);
   for (const Band band : kBands) {
     const Listing<poor_client_record> clients = read_poor_clients(report, band);
-    trace_stranded(ap.db, Step(kOperation), clients.stranded);
+    trace_unread(ap.db, Step(kOperation), clients);
     for (int slot = 1; slot <= kSlots; ++slot) {
       store_slot(ap, band, slot, clients.records);
     }

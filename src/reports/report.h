@@ -1,23 +1,16 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
-#include <vector>
+#include <utility>
 
-// iniparser's own name for its dictionary. NOLINTNEXTLINE(bugprone-reserved-identifier)
-struct _dictionary_;
+#include "ini/ini_file.h"
 
-/// A file that an AP delivered (a report, a capability file), loaded with iniparser. A value is
-/// addressed by section and key, in either case. The values stay the report's.
-///
-/// The time that iniparser takes grows with the square of the number of keys, so it gets the file
-/// piece by piece, cut between sections. A report of 512 stations and 2,000 cells (390 kB, 25,000
-/// lines) then loads in 0.03 s instead of 0.3 s. The limits are far above any real report; they
-/// keep a faulty AP from filling memory.
+/// A file that an AP delivered (a report, a capability file). A value is addressed by section and key,
+/// in either case. The values stay the report's. The limits are far above any real report; they keep a
+/// faulty AP from filling memory.
 class Report {
  public:
   static constexpr std::int64_t kMostBytes = 1'048'576;
@@ -42,20 +35,10 @@ class Report {
   std::uint64_t unsigned64_number(std::string_view section, std::string_view key) const;
 
  private:
-  struct Free {
-    void operator()(_dictionary_* values) const;
-  };
-
-  Report() = default;
-
-  /// Takes over the dictionary of the next piece. A key that stood in an earlier one gets its value.
-  void add(_dictionary_* values);
+  explicit Report(IniFile values) : values_(std::move(values)) {}
 
   /// The value's text, which ends with a NUL; null when there is none.
   const char* find(std::string_view section, std::string_view key) const;
 
-  std::vector<std::unique_ptr<_dictionary_, Free>> pieces_;
-  // iniparser looks a key up by walking all of them; over a whole report that is the square of its
-  // size. The views are of the dictionary's own texts.
-  std::unordered_map<std::string_view, const char*> index_;
+  IniFile values_;
 };

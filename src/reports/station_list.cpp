@@ -150,7 +150,7 @@ void update_ap_client_db(Ap& ap, const Report& report) {
   ap.look_up_reporting(kOperation);
   create_client_table(ap.db, ap.sn);
   const Listing<reported_station> stations = read_stations(report);
-  trace_stranded(ap.db, Step(kOperation), stations.stranded);
+  trace_unread(ap.db, Step(kOperation), stations);
   if (ap.sn != 0) {
     confirm_before_update(ap);
   }

@@ -6,7 +6,7 @@
 
 #include <fstream>
 
-#include "reports/ini_pieces.h"
+#include "ini/ini_pieces.h"
 #include "reports/system_status.h"
 
 namespace {
@@ -68,22 +68,25 @@ TEST_F(Reading, KeysOfManyPieces) {
 }
 
 TEST(IniPieces, BeginWithSectionsThatTheLibraryTakesForThem) {
-  using Pieces = std::vector<std::string_view>;
+  using Pieces = std::vector<IniPiece>;
   const struct {
     std::string_view text;
     std::size_t least;
     Pieces pieces;
   } cases[] = {
       {"", 1, {}},
-      {"; c\n\n[a]\nx=1\n", 1, {"; c\n\n", "[a]\nx=1\n"}},
-      {"[a]\n[b]\n[c]", 1, {"[a]\n", "[b]\n", "[c]"}},
-      {"[a]\n[b]\n[c]\n", 5, {"[a]\n[b]\n", "[c]\n"}},
-      {"[a]\n \t[b] \r\nx=1", 1, {"[a]\n", " \t[b] \r\nx=1"}},
-      {"[a]\n[b=1\n[]\n[ ]\n", 1, {"[a]\n[b=1\n[]\n", "[ ]\n"}},
-      {"[a]\nx=1\\ \n[b]\n[c]\n", 1, {"[a]\nx=1\\ \n[b]\n", "[c]\n"}},
+      {"; c\n\n[a]\nx=1\n", 1, {{"", "; c\n\n"}, {"", "[a]\nx=1\n"}}},
+      {"[a]\n[b]\n[c]", 1, {{"", "[a]\n"}, {"", "[b]\n"}, {"", "[c]"}}},
+      {"[a]\n[b]\n[c]\n", 5, {{"", "[a]\n[b]\n"}, {"", "[c]\n"}}},
+      {"[a]\n \t[b] \r\nx=1", 1, {{"", "[a]\n"}, {"", " \t[b] \r\nx=1"}}},
+      {"[a]\n[b=1\n[]\n[ ]\n", 3, {{"", "[a]\n[b=1\n[]\n"}, {"", "[ ]\n"}}},
+      {"[a]\nx=1\\ \n[b]\n[c]\n", 1, {{"", "[a]\nx=1\\ \n[b]\n"}, {"", "[c]\n"}}},
+      {"[a]\nlong=12345\\\nxy\nz=3\n[b]\n",
+       1,
+       {{"", "[a]\nlong=12345\\\nxy\n"}, {"[a]\n", "z=3\n"}, {"", "[b]\n"}}},
   };
   for (const auto& one : cases) {
-    EXPECT_EQ(ini_pieces(one.text, one.least), one.pieces) << one.text;
+    EXPECT_EQ(ini_pieces(one.text, one.least, 16), one.pieces) << one.text;
   }
 }
 
@@ -122,6 +125,8 @@ TEST_F(Refusing, WhatIsNoRegularReadableFile) {
 TEST_F(Refusing, LinesThatTheLibraryRefuses) {
   EXPECT_FALSE(load("[00]\nversion = " + std::string(1100, 'x') + "\n"));
   EXPECT_FALSE(load("[00]\nno equals sign\n"));
+  EXPECT_FALSE(load(std::string(100, '\0')));
+  EXPECT_FALSE(load(std::string("[00]\nMAC = a\n[\0x]\n", 17)));
   EXPECT_TRUE(load("")) << "an empty report is one without sections";
 }
 

@@ -8,6 +8,7 @@
 #include "reports/mesh_links.h"
 #include "reports/neighbour_scan.h"
 #include "reports/own_radios.h"
+#include "reports/poor_clients.h"
 #include "reports/station_list.h"
 #include "values/profile_slots.h"
 
@@ -125,6 +126,21 @@ TEST(Hearers, LeaveTheirLists) {
   for (const auto& [list, left] : cases) {
     EXPECT_EQ(without_hearer(list, 7), left) << list;
   }
+}
+
+TEST(Lists, OfANightmareAreCut) {
+  std::string text;
+  for (int number = 1; number <= 8'193; ++number) {
+    const std::string label = (number < 10 ? "0" : "") + std::to_string(number);
+    text += "[POOR_CLIENT " + label + "]\nADDR=a\n[Cell " + label + "]\nAddress=a\n";
+  }
+  const Report report = report_of(text);
+  const auto clients = read_poor_clients(report, Band::two_four_ghz);
+  EXPECT_EQ(clients.records.size(), 2'048U);
+  EXPECT_EQ(clients.surplus, Lines{"POOR_CLIENT 2049"});
+  const auto cells = read_cells(report);
+  EXPECT_EQ(cells.records.size(), 8'192U);
+  EXPECT_EQ(cells.surplus, Lines{"Cell 8193"});
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "reports/ini_pieces.h"
+#include "ini/ini_pieces.h"
 
 #include <algorithm>
 
@@ -21,22 +21,29 @@ bool begins_section(std::string_view line) {
 
 }  // namespace
 
-std::vector<std::string_view> ini_pieces(std::string_view text, std::size_t least) {
-  std::vector<std::string_view> pieces;
+std::vector<IniPiece> ini_pieces(std::string_view text, std::size_t least, std::size_t most) {
+  std::vector<IniPiece> pieces;
   std::size_t begin = 0;
-  bool continued = false;  // a line that ends with a backslash goes on in the next
+  std::string_view header;   // of the section at `at`
+  std::string_view outside;  // the same at `begin`, where that line is in an earlier piece
+  bool continued = false;    // a line that ends with a backslash goes on in the next
   for (std::size_t at = 0; at < text.size();) {
     const std::size_t end = std::min(text.find('\n', at), text.size() - 1) + 1;
     const std::string_view line = stripped(text.substr(at, end - at));
-    if (at - begin >= least && !continued && begins_section(line)) {
-      pieces.push_back(text.substr(begin, at - begin));
+    const bool is_header = !continued && begins_section(line);
+    if (!continued && at - begin >= (is_header ? least : most)) {
+      pieces.push_back({outside, text.substr(begin, at - begin)});
       begin = at;
+      outside = is_header ? "" : header;
+    }
+    if (is_header) {
+      header = text.substr(at, end - at);
     }
     continued = line.ends_with('\\');
     at = end;
   }
   if (begin < text.size()) {
-    pieces.push_back(text.substr(begin));
+    pieces.push_back({outside, text.substr(begin)});
   }
   return pieces;
 }

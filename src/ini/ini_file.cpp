@@ -1,0 +1,204 @@
+#include "ini/ini_file.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstdarg>
+#include <cstdio>
+
+#include "ini/ini_pieces.h"
+
+extern "C" {
+#include <iniparser/iniparser.h>
+}
+
+namespace {
+
+/// How much iniparser gets at a time. Setting a key, it walks all keys of the dictionary; with 200
+/// or so of them that costs no more than reading the lines.
+constexpr std::size_t kLeastBytes = 4'096;
+constexpr std::size_t kMostBytes = 16'384;  // of a section that is longer than any real one
+
+class Descriptor {
+ public:
+  explicit Descriptor(int number) : number_(number) {}
+  ~Descriptor() {
+    if (number_ >= 0) {
+      close(number_);
+    }
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  int number() const { return number_; }
+
+ private:
+  int number_;
+};
+
+std::string lower(std::string text) {
+  for (char& letter : text) {
+    letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+  }
+  return text;
+}
+
+/// Where the library's complaints go while a text is loaded; it hands its callback no place for them.
+std::string* complaints = nullptr;
+
+__attribute__((format(printf, 1, 2))) int complain(const char* format, ...) {
+  std::array<char, 2048> text{};
+  std::va_list values;
+  va_start(values, format);
+  const int length = std::vsnprintf(text.data(), text.size(), format, values);
+  va_end(values);
+  complaints->append(text.data());
+  return length;
+}
+
+/// Loads pieces of a text with iniparser, which opens files by name: each becomes the content of an
+/// unnamed file, known by the name under which the kernel lists our descriptor.
+class Loader {
+ public:
+  explicit Loader(std::string& complaint)
+      : file_(memfd_create("ini", MFD_CLOEXEC)),
+        name_("/proc/self/fd/" + std::to_string(file_.number())) {
+    complaints = &complaint;
+    iniparser_set_error_callback(complain);
+  }
+  ~Loader() {
+    iniparser_set_error_callback(nullptr);
+    complaints = nullptr;
+  }
+  Loader(const Loader&) = delete;
+  Loader& operator=(const Loader&) = delete;
+
+  const std::string& name() const { return name_; }
+
+  /// The dictionary of a piece, or null.
+  dictionary* load(const IniPiece& piece) const {
+    const auto write = [&](std::string_view text, std::size_t at) {
+      return pwrite(file_.number(), text.data(), text.size(), static_cast<off_t>(at)) ==
+             static_cast<ssize_t>(text.size());
+    };
+    const bool is_written = ftruncate(file_.number(), 0) == 0 && write(piece.header, 0) &&
+                            write(piece.text, piece.header.size());
+    return is_written ? iniparser_load(name_.c_str()) : nullptr;
+  }
+
+ private:
+  Descriptor file_;
+  std::string name_;
+};
+
+/// The complaint with our names for the file and its lines: "in <loaded> (3)" becomes "in <name>
+/// (103)" when `lines_before` are in earlier pieces.
+std::string translated(const std::string& complaint, const std::string& loaded,
+                       const std::string& name, long lines_before) {
+  const std::size_t at = complaint.find(loaded);
+  if (at == std::string::npos) {
+    return complaint.empty() ? name + " cannot be parsed" : complaint;
+  }
+  std::string text = complaint.substr(0, at) + name;
+  std::string rest = complaint.substr(at + loaded.size());
+  long line = 0;
+  if (rest.starts_with(" (")) {
+    const char* const last = rest.data() + rest.size();
+    const char* const end = std::from_chars(rest.data() + 2, last, line).ptr;
+    rest = " (" + std::to_string(line + lines_before) + std::string(end, last);
+  }
+  text += rest;
+  while (text.ends_with('\n')) {
+    text.pop_back();
+  }
+  return text;
+}
+
+}  // namespace
+
+void IniFile::Free::operator()(_dictionary_* values) const {
+  iniparser_freedict(values);
+}
+
+void IniFile::add(_dictionary_* values) {
+  pieces_.emplace_back(values);
+  for (std::size_t i = 0; i < static_cast<std::size_t>(values->size); ++i) {
+    if (values->key[i] != nullptr) {
+      index_.insert_or_assign(values->key[i], values->val[i]);
+    }
+  }
+}
+
+std::optional<IniFile> IniFile::parse(std::string_view text, const std::string& name,
+                                      std::string& complaint) {
+  if (const std::size_t at = text.find('\0'); at != std::string_view::npos) {
+    complaint =
+        name + " holds a NUL byte, in line " +
+        std::to_string(std::count(text.begin(), text.begin() + static_cast<long>(at), '\n') + 1);
+    return std::nullopt;
+  }
+  complaint.clear();
+  const Loader loader(complaint);
+  IniFile file;
+  for (const IniPiece& piece : ini_pieces(text, kLeastBytes, kMostBytes)) {
+    dictionary* values = loader.load(piece);
+    if (values == nullptr) {
+      const long lines_before = std::count(text.data(), piece.text.data(), '\n');
+      const std::string said = complaint;
+      complaint = translated(said, loader.name(), name,
+                             piece.header.empty() ? lines_before : lines_before - 1);
+      return std::nullopt;
+    }
+    file.add(values);
+  }
+  return file;
+}
+
+const char* IniFile::find(std::string_view section, std::string_view key) const {
+  std::string name;
+  name.reserve(section.size() + 1 + key.size());
+  name.append(section).append(1, ':').append(key);
+  const auto found = index_.find(lower(std::move(name)));
+  // A section's own name is in the dictionary too, without a value.
+  return found == index_.end() ? nullptr : found->second;
+}
+
+void IniFile::for_each(const Visitor& visit) const {
+  for (const auto& [name, value] : index_) {
+    const std::size_t colon = name.find(':');
+    if (value != nullptr && colon != std::string_view::npos) {
+      visit(name.substr(0, colon), name.substr(colon + 1), value);
+    }
+  }
+}
+
+std::optional<std::string> read_regular_file(const std::string& path, std::size_t most,
+                                             Links links) {
+  const int no_links = links == Links::refuse ? O_NOFOLLOW : 0;
+  const Descriptor file(
+      open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | no_links));
+  struct stat info {};
+  if (file.number() < 0 || fstat(file.number(), &info) != 0 || !S_ISREG(info.st_mode)) {
+    return std::nullopt;
+  }
+  std::string text(std::min(static_cast<std::size_t>(info.st_size), most + 1), '\0');
+  std::size_t size = 0;
+  while (size < text.size()) {
+    const ssize_t got = read(file.number(), text.data() + size, text.size() - size);
+    if (got > 0) {
+      size += static_cast<std::size_t>(got);
+    } else if (got == 0) {
+      break;  // it has become shorter
+    } else if (errno != EINTR) {
+      return std::nullopt;
+    }
+  }
+  text.resize(size);
+  return text;
+}
