@@ -1,4 +1,3 @@
-#include <atomic>
 #include <chrono>
 #include <numeric>
 #include <thread>
@@ -40,9 +39,9 @@ struct Share {
 class Fleet {
  public:
   Fleet(Server& server, int size) : server_(server) {
-    server_.reset();
+    server_.clear();
     write_settings();
-    server_.sql(kProfiles);
+    server_.rows(kProfiles);
     for (int ap = 1; ap <= size; ++ap) {
       reports_.push_back(
           report_text({ap, kSize, {ap % size + 1, (ap + 1) % size + 1}, ap * kForeignStep}));
@@ -60,7 +59,7 @@ class Fleet {
     whole.aps = static_cast<int>(reports_.size());
     whole.at_once = at_once;
     whole.reports = aps * rounds;
-    const double statements = questions();
+    const double statements = server_.questions();
     const double server = server_.processor_ms();
     const Machine machine = Machine::now();
     const auto start = std::chrono::steady_clock::now();
@@ -81,7 +80,7 @@ class Fleet {
     whole.busy_ms = after.busy_ms - machine.busy_ms;
     whole.idle_ms = after.idle_ms - machine.idle_ms;
     whole.server_ms = server_.processor_ms() - server;
-    whole.statements = questions() - statements;
+    whole.statements = server_.questions() - statements;
     for (const Round& share : shares) {
       whole.hooks_ms += share.hooks_ms;
       whole.dropped += share.dropped;
@@ -94,16 +93,13 @@ class Fleet {
   void work(Launcher& launcher, Share share, Round& done) {
     for (int round = 0; round < share.rounds; ++round) {
       for (int i = share.first; i < share.end; i += share.step) {
-        const Usage usage = launcher.run(deliver(i + 1, reports_[static_cast<std::size_t>(i)]));
+        const kit::Usage usage =
+            launcher.run(deliver(i + 1, reports_[static_cast<std::size_t>(i)]));
         done.each_ms.push_back(usage.wall_ms);
         done.hooks_ms += usage.processor_ms;
         done.dropped += left_alone(i + 1) ? 1 : 0;
       }
     }
-  }
-
-  double questions() {
-    return std::stod(server_.sql("SHOW GLOBAL STATUS LIKE 'Questions'").front()[1]);
   }
 
   Server& server_;

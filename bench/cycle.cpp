@@ -1,13 +1,13 @@
 #include <unistd.h>
 
-#include <cmath>
-#include <cstdio>
-#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <stdexcept>
 
 #include "building.h"
 #include "figures.h"
+#include "kit/files.h"
 #include "platform/text.h"
 #include "sections.h"
 
@@ -15,7 +15,10 @@ namespace {
 
 constexpr int kAp = 1;
 constexpr const char* kStatements = "/tmp/bench-statements";
+constexpr const char* kTracedStatements = "/tmp/bench-traced-statements";
 constexpr const char* kCounts = "/tmp/bench-counts";
+constexpr const char* kHints = "/tmp/bench-hints";
+constexpr const char* kTraces = "/database/ap/debug";
 
 /// What a neighbour has, of the stations of the AP that is measured: a little less, so that the
 /// AP sends some away.
@@ -42,18 +45,17 @@ struct Series {
 };
 
 struct Measured {
-  Series cycle, replay;
+  Series cycle, replay, traced_replay;
   std::vector<double> ratio;  // of the wall times of a pair
   double peak_kib = 0;
   double report_kib = 0;
-  std::size_t statements = 0, statements_again = 0;
-  double waits = 0, stops = 0, blocked_ms = 0, processes = 0;
+  std::size_t statements = 0, statements_again = 0, traced_statements = 0;
+  double waits = 0, stops = 0, blocked_ms = 0, processes = 0, ahead = 0, never_taken = 0;
 };
 
-void check(const Usage& usage, const char* what) {
+void check(const kit::Usage& usage, const char* what) {
   if (usage.status != 0) {
-    std::fprintf(stderr, "bench-driver: %s ended with status %d\n", what, usage.status);
-    std::exit(1);
+    throw std::runtime_error(M("%s ended with status %d", what, usage.status));
   }
 }
 
@@ -63,9 +65,9 @@ class Cycle {
  public:
   Cycle(Launcher& launcher, Server& server, ReportSize size)
       : launcher_(launcher), server_(server), size_(size) {
-    server_.reset();
+    server_.clear();
     write_settings();
-    server_.sql(kProfiles);
+    server_.rows(kProfiles);
     ReportPlan plan{kAp, size, {}, 0};
     for (int i = 0; i < neighbours_heard(size); ++i) {
       plan.neighbours.push_back(kAp + 1 + i);
@@ -85,14 +87,19 @@ class Cycle {
       run(prepare(), ignored);
     }
     count(measured);
-    measured.statements = save_statements();
+    std::filesystem::create_directories(kTraces);
+    measured.traced_statements = save_statements(kTracedStatements);
+    std::filesystem::remove_all(kTraces);
+    measured.statements = save_statements(kStatements);
     for (int i = 0; i < rounds.measured; ++i) {
       measured.peak_kib = std::max(measured.peak_kib, run(prepare(), measured.cycle));
       prepare();
       run({"/build/bin/bench-replay", kStatements}, measured.replay);
+      prepare();
+      run({"/build/bin/bench-replay", kTracedStatements}, measured.traced_replay);
       measured.ratio.push_back(measured.cycle.wall.back() / measured.replay.wall.back());
     }
-    measured.statements_again = save_statements();
+    measured.statements_again = save_statements(kStatements);
     return measured;
   }
 
@@ -111,18 +118,18 @@ class Cycle {
     for (int n = 0; n < stations; ++n) {
       rows += (n == 0 ? "('" : ",('") + station_mac(ap, n) + "')";
     }
-    server_.sql(M("INSERT INTO AP_CLIENT.AP_%03d (mac) VALUES ", ap) + rows);
+    server_.rows(M("INSERT INTO AP_CLIENT.AP_%03d (mac) VALUES ", ap) + rows);
   }
 
   std::vector<std::string> prepare() {
-    server_.sql("DELETE FROM AP_CLIENT.block");
+    server_.rows("DELETE FROM AP_CLIENT.block");
     return deliver(kAp, report_);
   }
 
   /// Returns the peak memory in KiB.
   double run(const std::vector<std::string>& words, Series& series) {
     const double server_before = server_.processor_ms();
-    const Usage usage = launcher_.run(words);
+    const kit::Usage usage = launcher_.run(words);
     check(usage, words.front().c_str());
     series.server.push_back(server_.processor_ms() - server_before);
     series.wall.push_back(usage.wall_ms);
@@ -131,34 +138,34 @@ class Cycle {
   }
 
   /// Runs a cycle and keeps its statements for the replay; their number.
-  std::size_t save_statements() {
+  std::size_t save_statements(const char* path) {
     const auto words = prepare();
     server_.start_log();
-    launcher_.run(words);
-    std::ofstream file(kStatements, std::ios::binary);
-    std::size_t count = 0;
-    for (const LoggedConnection& connection : server_.stop_log()) {
-      for (const std::string& statement : connection.statements) {
-        file << statement << '\0';
-        ++count;
-      }
+    check(launcher_.run(words), "ap-command");
+    const std::vector<std::string> statements = server_.stop_log();
+    std::ofstream file(path, std::ios::binary);
+    for (const std::string& statement : statements) {
+      file << statement << '\0';
     }
-    return count;
+    return statements.size();
   }
 
   void count(Measured& measured) {
     unlink(kCounts);
-    launcher_.run(prepare(), {"LD_PRELOAD=/build/bin/bench-counter.so",
-                              std::string("BENCH_COUNTS=") + kCounts});
+    check(launcher_.run(prepare(), {"LD_PRELOAD=/build/bin/bench-counter.so",
+                                    std::string("BENCH_COUNTS=") + kCounts}),
+          "ap-command");
     // Children write their lines before; the hook's is the last.
-    std::ifstream file(kCounts);
-    std::string line;
-    while (std::getline(file, line)) {
-      std::istringstream fields(line);
-      double microseconds = 0;
-      fields >> measured.waits >> measured.stops >> microseconds >> measured.processes;
-      measured.blocked_ms = microseconds / 1e3;
-    }
+    std::istringstream counts(kit::lines_of(kit::content(kCounts)).back());
+    counts >> measured.waits >> measured.stops >> measured.blocked_ms >> measured.processes;
+    measured.blocked_ms /= 1e3;
+
+    unlink(kHints);
+    kit::Words words = prepare();
+    words[0] = "/build/bin/counted/ap-command";
+    check(launcher_.run(words, {std::string("AP_RUN_HINTS=count:") + kHints}), "the counted hook");
+    std::istringstream hints(kit::lines_of(kit::content(kHints)).back());
+    hints >> measured.ahead >> measured.never_taken;
   }
 
   Launcher& launcher_;
@@ -166,14 +173,6 @@ class Cycle {
   ReportSize size_;
   std::string report_;
 };
-
-double mean(const std::vector<double>& values) {
-  double sum = 0;
-  for (const double value : values) {
-    sum += value;
-  }
-  return values.empty() ? 0 : sum / static_cast<double>(values.size());
-}
 
 double per_item_us(double total_ms, double start_up_ms, ReportSize size) {
   return (total_ms - start_up_ms) * 1e3 / (size.stations + size.radios);
@@ -248,12 +247,22 @@ Section measure_cycle(Launcher& launcher, Server& server, Effort effort, const S
   add(M("%.0f MiB + %.0f x report", kGoalMemoryMib, kGoalMemoryOfReport).c_str(), "MiB",
       [](const Measured& m) { return kGoalMemoryMib + kGoalMemoryOfReport * m.report_kib / 1024; });
   add("statements", "", [](const Measured& m) { return static_cast<double>(m.statements); });
+  add("statements while tracing, none from memory", "",
+      [](const Measured& m) { return static_cast<double>(m.traced_statements); });
+  add("processor of the server, replay of those", "ms",
+      [](const Measured& m) { return mean(m.traced_replay.server); });
+  add("fetched ahead", "", [](const Measured& m) { return m.ahead; });
+  add("never taken", "", [](const Measured& m) { return m.never_taken; });
   add("waits for the server", "", [](const Measured& m) { return m.waits; });
   add("stops, the answer not being there yet", "", [](const Measured& m) { return m.stops; });
   add("stopped, all together", "ms", [](const Measured& m) { return m.blocked_ms; });
   add("processes started", "", [](const Measured& m) { return m.processes; });
   add_item_rows(section, all, start_up);
   section.note +=
+      "Look-ups that a report repeats are answered from memory; while tracing they are sent again. "
+      "Compare the two counts of\nstatements, and what the server takes to replay them. Compare the "
+      "waits with the statements: what is fetched ahead\nis sent without waiting, what is never taken "
+      "was sent for nothing.\n"
       "Compare a cycle with the replay below it: the same statements, one at a time, by a client "
       "that does nothing else; while\nother programs keep the processors busy, both only wait for "
       "their turn, and their processor time is the better comparison.\nAn item is a station or a "

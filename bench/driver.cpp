@@ -1,57 +1,33 @@
 // The benchmark's driver: measures the real program from outside, in lab/appliance.
-//
-//   bench-driver [--quick] [--json FILE] [SECTION...]
-//
-// SECTION is start-up, cycle, at-once, storm, steering or parts; without one all of them. The table goes to the
-// standard output, progress to the standard error output.
+// The table goes to the standard output, progress to the standard error output.
 
 #include <sys/resource.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
-#include <fstream>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <vector>
+#include <stdexcept>
 
+#include "kit/command_line.h"
+#include "kit/files.h"
 #include "machine.h"
 #include "platform/text.h"
-#include "script_output.h"
 #include "sections.h"
 
 namespace {
 
-constexpr std::array<std::string_view, 6> kSections{"start-up", "cycle",    "at-once",
-                                                    "storm",    "steering", "parts"};
+const kit::Words kSections{"start-up", "cycle", "at-once", "storm", "steering", "parts"};
 
 struct Options {
-  Effort effort = Effort::full;
+  bool quick = false;
   std::string json;
   std::vector<std::string> sections;
 
+  Effort effort() const { return quick ? Effort::quick : Effort::full; }
   bool wants(const char* section) const {
     return sections.empty() ||
            std::find(sections.begin(), sections.end(), section) != sections.end();
   }
 };
-
-std::optional<Options> options_of(const std::vector<std::string>& words) {
-  Options options;
-  for (std::size_t i = 0; i < words.size(); ++i) {
-    if (words[i] == "--quick") {
-      options.effort = Effort::quick;
-    } else if (words[i] == "--json" && i + 1 < words.size()) {
-      options.json = words[++i];
-    } else if (std::find(kSections.begin(), kSections.end(), words[i]) != kSections.end()) {
-      options.sections.push_back(words[i]);
-    } else {
-      return std::nullopt;
-    }
-  }
-  return options;
-}
 
 }  // namespace
 
@@ -65,36 +41,33 @@ void say(const std::string& what) {
 
 namespace {
 
-/// What one of the scripts beside the driver prints.
-std::string output_of(const std::string& command) {
-  say(command);
-  std::string output;
-  if (FILE* pipe = popen(("/source/bench/" + command).c_str(), "r")) {
-    std::array<char, 4096> part{};
-    while (const std::size_t got = fread(part.data(), 1, part.size(), pipe)) {
-      output.append(part.data(), got);
-    }
-    pclose(pipe);
+/// What one of the scripts beside the driver measures.
+Section section_of_script(const char* title, Server& server, const std::string& script,
+                          kit::Words arguments) {
+  say(script);
+  server.clear();
+  arguments.insert(arguments.begin(), "/source/bench/" + script);
+  const kit::Output output = kit::output_of(arguments);
+  if (output.status != 0) {
+    throw std::runtime_error(script + " failed: " + output.text);
   }
-  return output;
+  return section_of(title, output.text);
 }
 
 Section measure_storm(Server& server, Effort effort) {
-  server.reset();
-  Section section = section_of_blocks(
-      "Join storm", output_of(effort == Effort::quick ? "join-storm 50" : "join-storm 200"));
-  section.note +=
-      ".\nCompare the rows with the right ones, and the slowest process with the time "
-      "after which the controller gives up.";
+  Section section = section_of_script("Join storm", server, "join-storm",
+                                      {effort == Effort::quick ? "50" : "200"});
+  section.note =
+      "Compare the rows with the right ones, and the slowest process with the time after which the "
+      "controller gives up.";
   return section;
 }
 
 Section measure_steering(Server& server, Effort effort) {
-  server.reset();
-  Section section = section_of_lines(
-      "Load-balancing pass",
-      output_of(effort == Effort::quick ? "steering-pass 50/64"
-                                        : "steering-pass 50/64 100/128 200/256 200/128"));
+  Section section = section_of_script("Load-balancing pass", server, "steering-pass",
+                                      effort == Effort::quick
+                                          ? kit::Words{"50/64"}
+                                          : kit::Words{"50/64", "100/128", "200/256", "200/128"});
   section.note =
       "By APs that are heard, stations, and how many APs would serve each station.\nCompare columns "
       "of as many stations: more APs that would serve them should cost little.";
@@ -105,23 +78,23 @@ Table measure(const Options& options, Launcher launcher, Server& server) {
   Table table;
   StartUp start_up{};
   if (options.wants("start-up") || options.wants("cycle")) {
-    table.push_back(measure_start_up(launcher, options.effort, start_up));
+    table.push_back(measure_start_up(launcher, options.effort(), start_up));
   }
   if (options.wants("cycle")) {
-    table.push_back(measure_cycle(launcher, server, options.effort, start_up));
+    table.push_back(measure_cycle(launcher, server, options.effort(), start_up));
   }
   if (options.wants("at-once")) {
-    table.push_back(measure_at_once(server, options.effort));
+    table.push_back(measure_at_once(server, options.effort()));
   }
   if (options.wants("storm")) {
-    table.push_back(measure_storm(server, options.effort));
+    table.push_back(measure_storm(server, options.effort()));
   }
   if (options.wants("steering")) {
-    table.push_back(measure_steering(server, options.effort));
+    table.push_back(measure_steering(server, options.effort()));
   }
   if (options.wants("parts")) {
-    table.push_back(measure_parts_by_size(options.effort));
-    table.push_back(measure_parts(options.effort));
+    table.push_back(measure_parts_by_size(options.effort()));
+    table.push_back(measure_parts(options.effort()));
   }
   return table;
 }
@@ -151,22 +124,32 @@ std::string disturbance(const Machine& before, const Server& server, double serv
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   Launcher launcher;  // first, while this process is small
-  const std::optional<Options> options = options_of({argv + 1, argv + argc});
-  if (!options) {
-    std::fprintf(stderr, "bench/run: unknown word or option (see --help)\n");
-    return 2;
+  Options options;
+  CLI::App app("Measures the program in lab/appliance.", "bench/run");
+  app.failure_message([](const CLI::App* /*app*/, const CLI::Error& error) {
+    return std::string("bench/run: ") + error.what() + "\n";
+  });
+  app.add_flag("--quick", options.quick, "A first impression in half a minute");
+  app.add_option("--json", options.json, "Write the table to this file, too");
+  app.add_option("SECTION", options.sections, "All of them without one")
+      ->check(CLI::IsMember(kSections));
+  if (const std::optional<int> end = kit::read_command_line(app, argc, argv)) {
+    return *end;
   }
   Server server;
   const Machine before = Machine::now();
   const double server_before_ms = server.processor_ms();
-  const Table table = measure(*options, std::move(launcher), server);
+  const Table table = measure(options, std::move(launcher), server);
   const std::string head =
       machine_name() + "\n" + disturbance(before, server, server_before_ms) + "\n";
   std::printf("\n%s%s", head.c_str(), as_text(table).c_str());
-  if (!options->json.empty()) {
-    std::ofstream(options->json) << as_json(head, table);
+  if (!options.json.empty()) {
+    kit::write_file(options.json, as_json(head, table));
   }
   return 0;
+} catch (const std::exception& error) {
+  std::fprintf(stderr, "bench/run: %s\n", error.what());
+  return 1;
 }

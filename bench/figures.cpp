@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 double median(std::vector<double> values) {
   return quantile(std::move(values), 0.5);
@@ -9,6 +10,12 @@ double median(std::vector<double> values) {
 
 double least(const std::vector<double>& values) {
   return values.empty() ? 0 : *std::min_element(values.begin(), values.end());
+}
+
+double mean(const std::vector<double>& values) {
+  return values.empty() ? 0
+                        : std::accumulate(values.begin(), values.end(), 0.0) /
+                              static_cast<double>(values.size());
 }
 
 double quantile(std::vector<double> values, double part) {

@@ -7,6 +7,7 @@
 
 double median(std::vector<double> values);
 double least(const std::vector<double>& values);
+double mean(const std::vector<double>& values);
 
 /// The value that `part` of the values (0 to 1) do not exceed.
 double quantile(std::vector<double> values, double part);

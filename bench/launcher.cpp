@@ -1,141 +1,82 @@
 #include "launcher.h"
 
 #include <fcntl.h>
-#include <spawn.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <climits>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <ctime>
+#include <system_error>
 #include <utility>
 
 namespace {
 
-/// The launcher's ends of its pipes.
+/// Where the launcher has its end of the socket, beside the standard descriptors.
 constexpr int kRequests = 3;
-constexpr int kAnswers = 4;
 
-double milliseconds(const timespec& time) {
-  return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
+[[noreturn]] void fail(const char* what) {
+  throw std::system_error(errno, std::generic_category(), what);
 }
 
-double milliseconds(const timeval& time) {
-  return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) / 1e3;
-}
-
-double now() {
-  timespec time{};
-  clock_gettime(CLOCK_MONOTONIC, &time);
-  return milliseconds(time);
-}
-
-Usage start_and_wait(char** words, char** environment) {
-  Usage usage{};
-  rusage used{};
-  pid_t child = 0;
-  const double start = now();
-  if (words[0] == nullptr ||
-      posix_spawn(&child, words[0], nullptr, nullptr, words, environment) != 0 ||
-      wait4(child, &usage.status, 0, &used) != child) {
-    usage.status = -1;
-  }
-  usage.wall_ms = now() - start;
-  usage.processor_ms = milliseconds(used.ru_utime) + milliseconds(used.ru_stime);
-  usage.peak_kib = static_cast<double>(used.ru_maxrss);
-  return usage;
-}
-
-/// Serves requests until the driver closes its end. A request is the number of words, the words and
-/// the additional variables, each ended by a NUL. No memory is allocated here, so that the launcher
-/// stays smaller than anything it starts.
-[[noreturn]] void serve() {
-  static char text[PIPE_BUF];
-  static char* pointers[PIPE_BUF];
+/// Serves requests until the driver ends. A request is the number of words, the words and the
+/// additional variables, each ended by a NUL.
+int serve(int socket) {
+  dup3(socket, kRequests, O_CLOEXEC);
+  closefrom(kRequests + 1);  // or the driver's ends would stay open
+  char text[PIPE_BUF];
   for (;;) {
-    const ssize_t size = read(kRequests, text, sizeof(text));
+    const ssize_t size = recv(kRequests, text, sizeof(text), 0);
     if (size <= 0) {
-      _exit(0);
+      return 0;
     }
-    const auto words = static_cast<unsigned char>(text[0]);
-    std::size_t count = 0;
-    const auto add = [&count](char* pointer) { pointers[count++] = pointer; };
-    for (char* next = text + 1; next < text + size; next += std::strlen(next) + 1) {
-      add(next);
-      if (count == words) {
-        add(nullptr);
-      }
+    const auto count = static_cast<unsigned char>(text[0]);
+    kit::Program program{text + 1, {}, {}};
+    for (const char* next = text + 1; next < text + size; next += std::strlen(next) + 1) {
+      (program.words.size() < count ? program.words : program.environment).emplace_back(next);
     }
-    for (char** variable = environ; *variable != nullptr; ++variable) {
-      add(*variable);
-    }
-    add(nullptr);
-    const Usage usage = start_and_wait(pointers, pointers + words + 1);
-    if (write(kAnswers, &usage, sizeof(usage)) != sizeof(usage)) {
-      _exit(1);
-    }
+    const kit::Usage usage = kit::Child(program).finish();
+    send(kRequests, &usage, sizeof(usage), MSG_NOSIGNAL);
   }
 }
 
-[[noreturn]] void fail() {
-  std::perror("bench-driver: launcher");
-  std::exit(1);
+/// Both ends, the driver's first; what is sent at once is received at once.
+std::pair<int, int> socket_pair() {
+  int ends[2];
+  if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
+    fail("socketpair");
+  }
+  return {ends[0], ends[1]};
 }
 
 }  // namespace
 
-Launcher::Launcher() {
-  int requests[2];
-  int answers[2];
-  // O_DIRECT: a request is read as it was written, neither in pieces nor with the next.
-  if (pipe2(requests, O_CLOEXEC | O_DIRECT) != 0 || pipe2(answers, O_CLOEXEC) != 0 ||
-      (process_ = fork()) < 0) {
-    fail();
-  }
-  if (process_ == 0) {
-    // The numbers are above those of the standard descriptors and may be taken, so in two steps.
-    const int request = fcntl(requests[0], F_DUPFD, kAnswers + 1);
-    const int answer = fcntl(answers[1], F_DUPFD, kAnswers + 1);
-    dup3(request, kRequests, O_CLOEXEC);
-    dup3(answer, kAnswers, O_CLOEXEC);
-    closefrom(kAnswers + 1);  // or the ends of other launchers would stay open
-    serve();
-  }
-  close(requests[0]);
-  close(answers[1]);
-  request_ = requests[1];
-  answer_ = answers[0];
+Launcher::Launcher() : Launcher(socket_pair()) {}
+
+Launcher::Launcher(std::pair<int, int> ends)
+    : socket_(ends.first), process_([&ends] { return serve(ends.second); }) {
+  close(ends.second);
 }
 
-Usage Launcher::run(const std::vector<std::string>& words,
-                    const std::vector<std::string>& environment) const {
+kit::Usage Launcher::run(const kit::Words& words, const kit::Words& environment) const {
   std::string request(1, static_cast<char>(words.size()));
   for (const auto* texts : {&words, &environment}) {
     for (const std::string& text : *texts) {
       request.append(text).append(1, '\0');
     }
   }
-  Usage usage{};
-  if (request.size() > PIPE_BUF ||
-      write(request_, request.data(), request.size()) != static_cast<ssize_t>(request.size()) ||
-      read(answer_, &usage, sizeof(usage)) != sizeof(usage)) {
-    fail();
+  kit::Usage usage{};
+  if (request.size() > PIPE_BUF || send(socket_, request.data(), request.size(), 0) < 0 ||
+      recv(socket_, &usage, sizeof(usage), 0) != sizeof(usage)) {
+    fail("launcher");
   }
   return usage;
 }
 
 Launcher::Launcher(Launcher&& other) noexcept
-    : request_(std::exchange(other.request_, -1)),
-      answer_(std::exchange(other.answer_, -1)),
-      process_(std::exchange(other.process_, -1)) {}
+    : socket_(std::exchange(other.socket_, -1)), process_(std::move(other.process_)) {}
 
 Launcher::~Launcher() {
-  if (process_ > 0) {
-    close(request_);
-    close(answer_);
-    waitpid(process_, nullptr, 0);
+  if (socket_ >= 0) {
+    close(socket_);
   }
 }

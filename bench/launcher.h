@@ -1,21 +1,13 @@
 #pragma once
 
-#include <sys/types.h>
+#include <utility>
 
-#include <string>
-#include <vector>
-
-/// What a process took, from its start until it was gone.
-struct Usage {
-  double wall_ms;
-  double processor_ms;  // user and system, with the children that it waited for
-  double peak_kib;      // largest resident set
-  int status;           // as wait reports it; 0 for a good end
-};
+#include "kit/child.h"
 
 /// A small process that starts others. The kernel counts the memory of the process that starts a
 /// program into the program's own peak, so the driver, which grows, must not start what it
-/// measures. One launcher runs one program at a time.
+/// measures: no peak shows less than the launcher's own, some 2 MiB. One launcher runs one program
+/// at a time; what goes wrong throws std::system_error.
 class Launcher {
  public:
   Launcher();
@@ -26,11 +18,11 @@ class Launcher {
 
   /// Runs the program words[0] with the arguments `words` in the driver's environment with the
   /// variables `environment` ("NAME=value") before it.
-  Usage run(const std::vector<std::string>& words,
-            const std::vector<std::string>& environment = {}) const;
+  kit::Usage run(const kit::Words& words, const kit::Words& environment = {}) const;
 
  private:
-  int request_ = -1;
-  int answer_ = -1;
-  pid_t process_ = -1;
+  explicit Launcher(std::pair<int, int> ends);
+
+  int socket_ = -1;
+  kit::Child process_;
 };

@@ -1,36 +1,26 @@
 #pragma once
 
-#include <mysql.h>
-
-#include <memory>
 #include <string>
-#include <string_view>
 #include <vector>
 
-#include "general_log.h"
+#include "kit/files.h"
+#include "kit/sql.h"
 
 /// The appliance's database server, from the side.
-class Server {
+class Server : public kit::Database {
  public:
-  /// Connects; ends the driver when that fails.
-  Server();
-
-  /// Runs a statement; ends the driver when it fails. Its rows, NULL as an empty text.
-  std::vector<std::vector<std::string>> sql(std::string_view statement);
-
-  /// Empties every table that the program writes and drops the tables of the single APs.
-  void reset();
-
-  /// What connections that begin from now on send is logged.
+  /// Statements that connections send from now on are logged, but for this one's.
   void start_log();
 
-  /// The connections that have begun and what came over them.
-  std::vector<LoggedConnection> stop_log();
+  /// What was logged, byte for byte and in the order in which it arrived.
+  std::vector<std::string> stop_log();
+
+  /// Statements that all connections have sent so far.
+  double questions() { return status("Questions"); }
 
   /// User and system time of the server so far, in ms; the kernel counts it in steps of 10.
   double processor_ms() const;
 
  private:
-  std::unique_ptr<MYSQL, void (*)(MYSQL*)> mysql_;
-  std::string process_;
+  std::string process_ = kit::lines_of(kit::content(value("SELECT @@pid_file"))).front();
 };

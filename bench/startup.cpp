@@ -29,7 +29,7 @@ Section measure_start_up(Launcher& launcher, Effort effort, StartUp& start_up) {
   for (int round = 0; round < rounds; ++round) {
     // One after the other, so that what else the machine does meets all of them.
     for (Candidate& candidate : candidates) {
-      const Usage usage = launcher.run(candidate.words);
+      const kit::Usage usage = launcher.run(candidate.words);
       candidate.wall.push_back(usage.wall_ms);
       candidate.processor.push_back(usage.processor_ms);
       candidate.peak_kib = usage.peak_kib;

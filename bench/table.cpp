@@ -1,11 +1,17 @@
 #include "table.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
+#include <nlohmann/json.hpp>
+#include <sstream>
 
+#include "kit/text.h"
 #include "platform/text.h"
 
 namespace {
+
+using Json = nlohmann::ordered_json;
 
 constexpr int kLabelWidth = 44;
 constexpr std::size_t kLeastColumn = 9;
@@ -28,48 +34,37 @@ std::string as_text(const Cell& cell) {
   return M("%.*f", digits, number);
 }
 
-std::string quoted(const std::string& text) {
-  std::string json = "\"";
-  for (const char letter : text) {
-    if (letter == '"' || letter == '\\') {
-      json.append(1, '\\').append(1, letter);
-    } else if (letter == '\n') {
-      json.append("\\n");
-    } else {
-      json.append(1, letter);
-    }
+Json as_json(const Cell& cell) {
+  return cell.number ? Json(*cell.number) : cell.text.empty() ? Json() : Json(cell.text);
+}
+
+Json as_json(const FigureRow& row) {
+  Json values = Json::array();
+  for (const Cell& cell : row.cells) {
+    values.push_back(as_json(cell));
   }
-  return json + "\"";
+  return {{"label", row.label},
+          {"unit", row.unit},
+          {"values", std::move(values)},
+          {"goal", row.goal.empty() ? Json() : Json(row.goal)}};
 }
 
-std::string as_json(const Cell& cell) {
-  if (!cell.number) {
-    return cell.text.empty() ? "null" : quoted(cell.text);
+Json as_json(const Section& section) {
+  Json rows = Json::array();
+  for (const FigureRow& row : section.rows) {
+    rows.push_back(as_json(row));
   }
-  return std::isfinite(*cell.number) ? M("%.6g", *cell.number) : "null";
+  return {{"title", section.title},
+          {"columns", section.columns},
+          {"rows", std::move(rows)},
+          {"note", section.note}};
 }
 
-/// "[a,b]" of what `one` makes of each element.
-template <class List, class One>
-std::string json_list(const List& list, One one) {
-  std::string json;
-  for (const auto& element : list) {
-    json += (json.empty() ? "[" : ",") + one(element);
-  }
-  return json.empty() ? "[]" : json + "]";
-}
-
-std::string row_as_json(const FigureRow& row) {
-  return "\n    {\"label\":" + quoted(row.label) + ",\"unit\":" + quoted(row.unit) +
-         ",\"values\":" + json_list(row.cells, [](const Cell& cell) { return as_json(cell); }) +
-         ",\"goal\":" + (row.goal.empty() ? "null" : quoted(row.goal)) + "}";
-}
-
-std::string section_as_json(const Section& section) {
-  return "\n  {\"title\":" + quoted(section.title) +
-         ",\"columns\":" + json_list(section.columns, quoted) +
-         ",\"rows\":" + json_list(section.rows, row_as_json) + ",\"note\":" + quoted(section.note) +
-         "}";
+Cell cell_of(const std::string& text) {
+  double number = 0;
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  return error == std::errc() && stop == end ? Cell(number) : Cell(text);
 }
 
 std::string section_as_text(const Section& section) {
@@ -111,6 +106,30 @@ std::string as_text(const Table& table) {
 }
 
 std::string as_json(const std::string& head, const Table& table) {
-  return "{\"head\":" + quoted(head) + ",\n \"sections\":" + json_list(table, section_as_json) +
-         "}\n";
+  Json sections = Json::array();
+  for (const Section& section : table) {
+    sections.push_back(as_json(section));
+  }
+  return Json{{"head", head}, {"sections", std::move(sections)}}.dump(1) + "\n";
+}
+
+Section section_of(std::string_view title, std::string_view tabs) {
+  Section section{std::string(title), {}, {}, ""};
+  for (const std::string& line : kit::lines_of(tabs)) {
+    std::istringstream fields(line);
+    std::string field;
+    std::getline(fields, field, '\t');
+    const bool is_head = section.rows.empty();
+    if (!is_head) {
+      section.columns.push_back(field);
+    }
+    for (std::size_t i = 0; std::getline(fields, field, '\t'); ++i) {
+      if (is_head) {
+        section.rows.push_back({field, "", {}, ""});
+      } else if (i < section.rows.size()) {
+        section.rows[i].cells.push_back(cell_of(field));
+      }
+    }
+  }
+  return section;
 }

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // The figures that the benchmark ends with: sections of rows, printed as one table and written as
@@ -35,9 +36,13 @@ struct Section {
 
 using Table = std::vector<Section>;
 
+/// The section of a table of tabs, as the scripts beside the driver print it: the first line names
+/// the rows, and every other line becomes a column. The first field is the column's own name. What
+/// is not a number stays a word.
+Section section_of(std::string_view title, std::string_view tabs);
+
 /// Figures with three digits that count; goals stand at the end of their row.
 std::string as_text(const Table& table);
 
-/// {"head": "...", "sections": [...]}, with the figures of six digits. `head` says what they come
-/// from.
+/// {"head": "...", "sections": [...]}. `head` says where the figures come from.
 std::string as_json(const std::string& head, const Table& table);
