@@ -14,10 +14,10 @@
 #include "platform/text.h"
 #include "session.h"
 #include "values/decimal.h"
+#include "values/paths.h"
 
 namespace {
 
-constexpr const char* kOptionFile = "/etc/ap-run/database.cnf";
 constexpr const char* kLogSchema = "/usr/share/ap-run/40-connection-log.sql";
 
 /// Clocks that differ by less, in seconds, count as equal.
@@ -75,7 +75,7 @@ Schema read_schema(Rows columns, Rows keys) {
 
 /// Whether the option file names the option alone on a line, without a value.
 bool has_bare_option(const std::string& option) {
-  std::ifstream file(kOptionFile);
+  std::ifstream file(paths::kDatabaseOptions);
   for (std::string line; std::getline(file, line);) {
     std::erase_if(line, [](char c) { return c == ' ' || c == '\t' || c == '\r'; });
     std::replace(line.begin(), line.end(), '_', '-');
@@ -89,16 +89,17 @@ bool has_bare_option(const std::string& option) {
 Findings check_option_file() {
   Findings findings;
   struct stat info {};
-  if (stat(kOptionFile, &info) == 0 && (info.st_mode & S_IROTH) != 0) {
-    findings.push_back({Severity::warning, "option-file-open",
-                        M("%s, which may hold a password, can be read by every user.", kOptionFile),
-                        M("Run chmod 640 %s.", kOptionFile)});
+  if (stat(paths::kDatabaseOptions, &info) == 0 && (info.st_mode & S_IROTH) != 0) {
+    findings.push_back(
+        {Severity::warning, "option-file-open",
+         M("%s, which may hold a password, can be read by every user.", paths::kDatabaseOptions),
+         M("Run chmod 640 %s.", paths::kDatabaseOptions)});
   }
   if (has_bare_option("ssl-verify-server-cert")) {
     findings.push_back({Severity::warning, "server-not-verified",
                         M("%s has ssl-verify-server-cert without a value, which the client library "
                           "takes for off: any certificate of the authority passes.",
-                          kOptionFile),
+                          paths::kDatabaseOptions),
                         "Write ssl-verify-server-cert = 1."});
   }
   return findings;
@@ -213,7 +214,7 @@ Findings check_server(const Row& row) {
   if (row.text(3) == "1") {
     findings.push_back({Severity::problem, "server-read-only",
                         "The database server is read-only, such as a replica: nothing is stored.",
-                        M("Name the writable server in %s.", kOptionFile)});
+                        M("Name the writable server in %s.", paths::kDatabaseOptions)});
   }
   if (row.text(4) != "ON") {
     findings.push_back({Severity::warning, "scheduler-off",
@@ -227,7 +228,7 @@ Findings check_server(const Row& row) {
                         M("The connection's character set is %s: SSIDs that are no text in it are "
                           "lost.",
                           row.text(7).c_str()),
-                        M("Take default-character-set out of %s.", kOptionFile)});
+                        M("Take default-character-set out of %s.", paths::kDatabaseOptions)});
   }
   if (row.text(8) == "1") {
     findings.push_back({Severity::note, "flush-each-statement",
@@ -279,7 +280,7 @@ DatabaseResult unreached() {
             "The database cannot be reached (" + reason + "): events leave no trace in it.",
             M("See that the server runs, and that host, user and password in %s are right. "
               "Without that file the local socket is used, as the calling user.",
-              kOptionFile)}}};
+              paths::kDatabaseOptions)}}};
 }
 
 }  // namespace

@@ -9,19 +9,15 @@
 #include <functional>
 #include <memory>
 
+#include "entry/lock_file.h"
 #include "platform/files.h"
 #include "platform/text.h"
 #include "settings_check.h"
+#include "values/paths.h"
 
 namespace {
 
-constexpr const char* kCommands = "/database/ap/command";
-constexpr const char* kLocks = "/database/ap/lock";
-constexpr const char* kTraces = "/database/ap/debug";
 constexpr const char* kMakeDirectories = "Run systemd-tmpfiles --create ap-run.conf.";
-
-/// A lock of this age, in seconds, holds nobody up any more.
-constexpr std::int64_t kStaleLock = 600;
 
 /// A controller fetches a command within seconds; hooks wait 15 seconds for it to do so.
 constexpr std::int64_t kStuckCommand = 60;
@@ -36,16 +32,16 @@ struct NeededDirectory {
 };
 
 constexpr NeededDirectory kDirectories[] = {
-    {kCommands, Severity::problem, "no AP can be told anything"},
-    {kLocks, Severity::warning, "two reports of one AP may be processed at the same time"},
-    {"/database/ap/info", Severity::warning, "capability files have no place"},
-    {"/database/ap/support", Severity::warning, "no AP counts as able to download firmware"},
-    {"/database/ap/radar", Severity::warning, "the switch that keeps reports has no place"},
-    {"/database/ap/reports", Severity::warning, "the controller's uploads have no place"},
-    {"/var/ap_update", Severity::warning, "no firmware can be offered for download"},
-    {"/var/log/notice", Severity::warning, "mobile users are not told that an AP is back"},
-    {"/var/log/ap-run", Severity::warning, "calls to the controller are not recorded"},
-    {"/var/tmp/sync", Severity::warning, "configurations for APs have no place"}};
+    {paths::kCommands, Severity::problem, "no AP can be told anything"},
+    {paths::kLocks, Severity::warning, "two reports of one AP may be processed at the same time"},
+    {paths::kCapabilities, Severity::warning, "capability files have no place"},
+    {paths::kSupport, Severity::warning, "no AP counts as able to download firmware"},
+    {paths::kRadar, Severity::warning, "the switch that keeps reports has no place"},
+    {paths::kReports, Severity::warning, "the controller's uploads have no place"},
+    {paths::kDownloads, Severity::warning, "no firmware can be offered for download"},
+    {paths::kNotices, Severity::warning, "mobile users are not told that an AP is back"},
+    {paths::kLogs, Severity::warning, "calls to the controller are not recorded"},
+    {paths::kSyncFiles, Severity::warning, "configurations for APs have no place"}};
 
 struct NeededProgram {
   const char* path;
@@ -79,7 +75,7 @@ constexpr NeededProgram kPrograms[] = {
      "Install the package iptables.", always},
     {"/bin/kill", Severity::warning, "update tools that are in the way are not stopped",
      "Install the package procps.", always},
-    {"/usr/sbin/sendmail", Severity::warning, "notice mails are lost, although setting 92 is on",
+    {paths::kSendmail, Severity::warning, "notice mails are lost, although setting 92 is on",
      "Install a mail server, such as the package postfix.", notices_are_mailed}};
 
 struct Entry {
@@ -188,7 +184,7 @@ Findings check_programs() {
 
 Findings check_locks() {
   const std::vector<Entry> stale =
-      entries_if(kLocks, [](const Entry& lock) { return lock.age >= kStaleLock; });
+      entries_if(paths::kLocks, [](const Entry& lock) { return lock.age >= kStaleLockAge; });
   if (stale.empty()) {
     return {};
   }
@@ -201,7 +197,7 @@ Findings check_locks() {
 
 Findings check_commands() {
   Findings findings;
-  const std::vector<Entry> stuck = entries_if(kCommands, [](const Entry& command) {
+  const std::vector<Entry> stuck = entries_if(paths::kCommands, [](const Entry& command) {
     return command.age > kStuckCommand && command.name.starts_with("[CMD]=");
   });
   if (!stuck.empty()) {
@@ -210,9 +206,9 @@ Findings check_commands() {
          "The controller does not fetch the commands for its APs (" + told(stuck) +
              "). Newer commands wait 15 seconds for a slot that is taken, then they are lost.",
          M("See that the controller runs and reads %s. Remove commands for APs that are gone.",
-           kCommands)});
+           paths::kCommands)});
   }
-  const std::vector<Entry> unfinished = entries_if(kCommands, [](const Entry& command) {
+  const std::vector<Entry> unfinished = entries_if(paths::kCommands, [](const Entry& command) {
     return command.age > kStuckCommand && command.name.starts_with('.');
   });
   if (!unfinished.empty()) {
@@ -220,15 +216,15 @@ Findings check_commands() {
                         "Commands were left half written by processes that died, or the disk "
                         "was full (" +
                             told(unfinished) + ").",
-                        M("Remove these files from %s.", kCommands)});
+                        M("Remove these files from %s.", paths::kCommands)});
   }
   return findings;
 }
 
 Findings check_switches() {
   Findings findings;
-  if (isDirectory(kTraces)) {
-    const std::vector<Entry> traces = entries(kTraces);
+  if (isDirectory(paths::kTraces)) {
+    const std::vector<Entry> traces = entries(paths::kTraces);
     const std::string files = traces.empty()
                                   ? "no AP has a file"
                                   : told(traces) + ", together " + kibibytes(total_size(traces));
@@ -236,26 +232,26 @@ Findings check_switches() {
                         "Tracing is on: every line of every AP goes to the system log, and those "
                         "of the APs named to files that grow (" +
                             files + ").",
-                        M("Remove %s when you have seen enough.", kTraces)});
+                        M("Remove %s when you have seen enough.", paths::kTraces)});
   }
   struct Keeping {
-    const char* directory;
+    const char* file;
     const char* kept_in;
     const char* name;
     const char* what;
   };
   for (const Keeping& keeping :
-       {Keeping{"/database/ap/radar", "/database/ap/reports", "reports-kept", "Reports"},
-        Keeping{"/database/ap/info", "/database/ap/info", "profiles-kept", "Capability files"}}) {
-    const std::string file = std::string(keeping.directory) + "/debug";
-    if (access(file.c_str(), F_OK) == 0) {
+       {Keeping{paths::kKeepReports, paths::kReports, "reports-kept", "Reports"},
+        Keeping{paths::kKeepCapabilities, paths::kCapabilities, "profiles-kept",
+                "Capability files"}}) {
+    if (access(keeping.file, F_OK) == 0) {
       const std::vector<Entry> kept = entries(keeping.kept_in);
       findings.push_back({Severity::warning, keeping.name,
                           M("%s are not removed after use, because %s exists; %s holds %zu files, "
                             "together %s.",
-                            keeping.what, file.c_str(), keeping.kept_in, kept.size(),
+                            keeping.what, keeping.file, keeping.kept_in, kept.size(),
                             kibibytes(total_size(kept)).c_str()),
-                          M("Remove %s when you have seen enough.", file.c_str())});
+                          M("Remove %s when you have seen enough.", keeping.file)});
     }
   }
   return findings;

@@ -4,10 +4,9 @@
 
 #include "escape.h"
 #include "platform/text.h"
+#include "values/paths.h"
 
 namespace {
-
-constexpr const char* kSettingsFile = "/etc/ap-run/platform.ini";
 
 /// Text is broken before this column.
 constexpr std::size_t kWidth = 96;
@@ -46,7 +45,7 @@ const char* severity_name(Severity severity) {
 }
 
 std::string settings_text(const CheckReport& report) {
-  std::string text = M("Settings (%s)\n", kSettingsFile);
+  std::string text = M("Settings (%s)\n", paths::kSettings);
   for (const Setting& setting : report.settings) {
     const std::string name = "  [" + setting.section + "] " + setting.key;
     const std::string value = " = " + printable_text(setting.value) +
@@ -78,7 +77,7 @@ std::string json_finding(const Finding& finding) {
 std::string json_setting(const Setting& setting) {
   return "{\"section\": " + json_text(setting.section) + ", \"key\": " + json_text(setting.key) +
          ", \"value\": " + json_text(setting.value) +
-         ", \"source\": " + json_text(setting.set ? kSettingsFile : "default") +
+         ", \"source\": " + json_text(setting.set ? paths::kSettings : "default") +
          ", \"meaning\": " + json_text(setting.meaning) + "}";
 }
 

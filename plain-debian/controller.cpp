@@ -6,16 +6,15 @@
 #include "platform/database.h"
 #include "platform/text.h"
 #include "store.h"
+#include "values/paths.h"
 
 namespace {
-
-constexpr const char* kLog = "/var/log/ap-run/controller.log";
 
 /// This platform has no controller to talk to: a call is one line of a log file, in one write, so
 /// that lines of several processes stay whole. Without the directory the line is dropped.
 void record_call(const std::string& line) {
   my_mysql_settle();  // a real controller would look at what has just been written
-  const int log = open(kLog, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640);
+  const int log = open(paths::kControllerLog, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640);
   if (log < 0) {
     return;
   }

@@ -6,12 +6,12 @@
 #include "child.h"
 #include "platform/text.h"
 #include "store.h"
+#include "values/paths.h"
 
 struct MailHandle {};
 
 namespace {
 
-constexpr const char* kSendmail = "/usr/sbin/sendmail";
 constexpr ChildLimit kMailLimit = std::chrono::seconds(10);  // a mail program queues and returns
 
 /// Bytes of one encoded word: 42 give 56 characters, so that with its frame it stays within the 75
@@ -154,5 +154,5 @@ int my_buildMailAndSend(int /*reserved1*/, const std::string& field1, const std:
                       address(to).c_str(), header_text(subject).c_str(),
                       is_utf8(body) ? "UTF-8" : "ISO-8859-1");
   message += body;
-  return run_child({kSendmail, "-oi", "-t"}, message, kMailLimit) == 0 ? 0 : -1;
+  return run_child({paths::kSendmail, "-oi", "-t"}, message, kMailLimit) == 0 ? 0 : -1;
 }

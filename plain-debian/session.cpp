@@ -10,11 +10,11 @@
 #include <fstream>
 #include <thread>
 
+#include "values/paths.h"
 #include "wait_budget.h"
 
 namespace {
 
-constexpr const char* kOptionFile = "/etc/ap-run/database.cnf";
 constexpr const char* kOptionGroup = "ap-run";
 
 /// How far statements may run ahead of their answers, in bytes. The server may stop reading while it
@@ -52,7 +52,7 @@ void forget_variables() {
 /// Whether the option file may ask for TLS: an option whose name or value speaks of it, or another
 /// file that is read as well.
 bool may_ask_for_tls() {
-  std::ifstream file(kOptionFile);
+  std::ifstream file(paths::kDatabaseOptions);
   for (std::string line; std::getline(file, line);) {
     const std::size_t start = line.find_first_not_of(" \t");
     if (start == std::string::npos || line[start] == '#' || line[start] == ';') {
@@ -84,8 +84,8 @@ void set_options(MYSQL* mysql, Clock::duration connect_limit) {
   const unsigned int connect_seconds = std::max(seconds(connect_limit), 1U);  // 0: no limit
   const unsigned int answer_seconds = seconds(kAnswerLimit);
   const unsigned int off = 0;
-  if (access(kOptionFile, R_OK) == 0) {
-    mysql_options(mysql, MYSQL_READ_DEFAULT_FILE, kOptionFile);
+  if (access(paths::kDatabaseOptions, R_OK) == 0) {
+    mysql_options(mysql, MYSQL_READ_DEFAULT_FILE, paths::kDatabaseOptions);
     mysql_options(mysql, MYSQL_READ_DEFAULT_GROUP, kOptionGroup);
   }
   // Every byte is a character in latin1, so any SSID passes, and unlike on binary strings UPPER

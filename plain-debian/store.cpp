@@ -3,10 +3,10 @@
 #include <sys/stat.h>
 
 #include "ini/ini_file.h"
+#include "values/paths.h"
 
 namespace {
 
-constexpr const char* kPath = "/etc/ap-run/platform.ini";
 constexpr std::size_t kMostBytes = 1'048'576;
 
 /// What tells one state of the file from another.
@@ -22,7 +22,7 @@ struct FileState {
 
 FileState file_state() {
   struct stat info {};
-  if (stat(kPath, &info) != 0 || !S_ISREG(info.st_mode)) {
+  if (stat(paths::kSettings, &info) != 0 || !S_ISREG(info.st_mode)) {
     return {};
   }
   return {true, info.st_ino, info.st_size, info.st_mtim.tv_sec, info.st_mtim.tv_nsec};
@@ -33,10 +33,11 @@ const std::optional<IniFile>& store() {
   static FileState parsed;
   const FileState now = file_state();
   if (!(now == parsed)) {
-    const std::optional<std::string> text = read_regular_file(kPath, kMostBytes, Links::follow);
+    const std::optional<std::string> text =
+        read_regular_file(paths::kSettings, kMostBytes, Links::follow);
     std::string complaint;
-    values =
-        text && text->size() <= kMostBytes ? IniFile::parse(*text, kPath, complaint) : std::nullopt;
+    values = text && text->size() <= kMostBytes ? IniFile::parse(*text, paths::kSettings, complaint)
+                                                : std::nullopt;
     parsed = now;
   }
   return values;

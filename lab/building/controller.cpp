@@ -1,4 +1,5 @@
 #include "building/controller.h"
+#include "values/paths.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -27,7 +28,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr const char* kSlots = "/database/ap/command";
 constexpr std::string_view kPrefix = "[CMD]=";
 constexpr std::string_view kUpdate = ".update";
 constexpr const char* kSaid = "/var/log/ap-run/hooks.log";  // what a hook prints, if ever
@@ -49,8 +49,8 @@ Controller::Controller(int parallel)
     : parallel_(static_cast<std::size_t>(parallel)),
       watch_(inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
   // A command appears by a link or a renaming, so it is whole when it can be seen.
-  if (watch_ < 0 || inotify_add_watch(watch_, kSlots, IN_CREATE | IN_MOVED_TO) < 0) {
-    std::perror(kSlots);
+  if (watch_ < 0 || inotify_add_watch(watch_, paths::kCommands, IN_CREATE | IN_MOVED_TO) < 0) {
+    std::perror(paths::kCommands);
     std::exit(1);
   }
 }
@@ -127,7 +127,7 @@ void Controller::take_commands() {
   char events[4096];
   while (read(watch_, events, sizeof events) > 0) {
   }
-  for (const auto& entry : fs::directory_iterator(kSlots)) {
+  for (const auto& entry : fs::directory_iterator(paths::kCommands)) {
     const std::string name = entry.path().filename();
     if (!name.starts_with(kPrefix)) {
       continue;

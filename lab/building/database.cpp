@@ -1,4 +1,5 @@
 #include "building/database.h"
+#include "values/paths.h"
 
 #include <cstdio>
 
@@ -7,7 +8,6 @@ namespace lab {
 namespace {
 
 constexpr const char* kStatements = "/tmp/lab-statements.sql";
-constexpr const char* kSettings = "/etc/ap-run/platform.ini";
 
 }  // namespace
 
@@ -50,8 +50,8 @@ void set_up_appliance(const std::vector<std::string>& ssids, const std::string& 
                          sql_bytes(ssid).c_str());
   }
   query(statements);
-  write_text(kSettings, "[controller]\ndefault_profile_sn = " + profiles + "\n[settings]\n" +
-                            settings + "[named]\nSYSTEM_PORT_NUM = 0\n");
+  write_text(paths::kSettings, "[controller]\ndefault_profile_sn = " + profiles + "\n[settings]\n" +
+                                   settings + "[named]\nSYSTEM_PORT_NUM = 0\n");
 }
 
 }  // namespace lab

@@ -8,6 +8,7 @@
 
 #include "building/database.h"
 #include "building/report_text.h"
+#include "values/paths.h"
 
 namespace fs = std::filesystem;
 
@@ -84,7 +85,8 @@ void Play::join(const std::vector<int>& aps) {
       images_.erase(image);
       world_.note(Deed::firmware_done, number);
     }
-    write_text("/database/ap/info/" + ap(number).mac, capability_text(world_, ap(number)));
+    write_text(std::string(paths::kCapabilities) + "/" + ap(number).mac,
+               capability_text(world_, ap(number)));
     world_.bring_up(number);
     controller_.connect(ap(number).mac);
     hooks.push_back({{"ap-up", ap(number).ip, ap(number).mac}, number});
@@ -208,7 +210,7 @@ void Play::report_round() {
         continue;
       }
       reported_[number] = world_.observe(number);
-      const std::string path = "/database/ap/reports/" + ap(number).mac + ".ini";
+      const std::string path = std::string(paths::kReports) + "/" + ap(number).mac + ".ini";
       write_text(path, report_text(world_, ap(number), reported_[number]));
       hooks.push_back({{"ap-command", "1", path, ap(number).ip, ap(number).mac}, number});
     }

@@ -1,4 +1,5 @@
 #include "replaying/explanation.h"
+#include "steering/limits.h"
 
 #include <algorithm>
 #include <cctype>
@@ -7,6 +8,9 @@
 namespace lab {
 
 namespace {
+
+using limits::kAutoRfSignal;
+using limits::kClientQuota;
 
 std::string lower(std::string_view text) {
   std::string small(text);
@@ -100,11 +104,11 @@ void explain_load(const Findings& found, Words& lines) {
     return;
   }
   std::string line = format("serves %d", found.amount);
-  if (found.amount <= 3) {
-    lines.push_back(line + ": not more than 3, nobody has to go");
+  if (found.amount <= kClientQuota) {
+    lines.push_back(line + format(": not more than %d, nobody has to go", kClientQuota));
     return;
   }
-  line += format(", %d above 3; ", found.amount - 3);
+  line += format(", %d above %d; ", found.amount - kClientQuota, kClientQuota);
   if (found.neighbours.empty()) {
     lines.push_back(line + "it hears no AP that could take some");
     return;
@@ -115,7 +119,7 @@ void explain_load(const Findings& found, Words& lines) {
   }
   lines.push_back(line + "the APs it hears serve " + served + " and have room for " + found.room);
   if (found.formula.empty()) {
-    lines.push_back(format("enough room: up to %d may move", found.amount - 3));
+    lines.push_back(format("enough room: up to %d may move", found.amount - kClientQuota));
   }
   for (const std::string& formula : found.formula) {
     lines.push_back("  " + formula);
@@ -132,12 +136,15 @@ void explain_steering(const std::map<std::string, Reported>& stations, const Com
     lines.push_back("release " + mac + ": no AP heard on its SSID serves it any more");
   }
   for (const std::string& mac : command.kick) {
-    lines.push_back("kick    " + mac + ": idle for " + figures(mac).idle + " s, more than 30");
+    lines.push_back("kick    " + mac + ": idle for " + figures(mac).idle +
+                    format(" s, more than %d", limits::kIdle));
   }
   for (const std::string& mac : command.block) {
     const Reported station = figures(mac);
-    lines.push_back("block   " + mac + ": RSSI " + station.quality + ", above 20, on channel " +
-                    station.channel + "; another AP is heard above -70 dBm on its SSID and band");
+    lines.push_back("block   " + mac + ": RSSI " + station.quality +
+                    format(", above %d, on channel %s; another AP is heard above %d dBm on its "
+                           "SSID and band",
+                           limits::kLink, station.channel.c_str(), limits::kNeighbourSignal));
   }
 }
 
@@ -147,11 +154,13 @@ void explain_command(const Command& command, Words& lines) {
     return;
   }
   if (!command.auto_rf) {
-    lines.push_back("power stays: nobody hears it, or exactly at -70 dBm");
+    lines.push_back(format("power stays: nobody hears it, or exactly at %d dBm", kAutoRfSignal));
   } else {
-    lines.push_back(*command.auto_rf == 0  ? "auto-RF is off"
-                    : *command.auto_rf < 0 ? "power down: another AP hears it above -70 dBm"
-                                           : "power up: the APs that hear it do so below -70 dBm");
+    lines.push_back(
+        *command.auto_rf == 0 ? "auto-RF is off"
+        : *command.auto_rf < 0
+            ? format("power down: another AP hears it above %d dBm", kAutoRfSignal)
+            : format("power up: the APs that hear it do so below %d dBm", kAutoRfSignal));
   }
   if (command.filter_mode.value_or(0) != 0) {
     lines.push_back(format("MAC filter in mode %d with %zu addresses: blocks are lifted",
@@ -210,11 +219,13 @@ Words explain(const Sections& report, const std::vector<TraceLine>& trace,
     lines.push_back("stays blocked: " + mac + " is now at " + name_of_ap(names, serial));
   }
   if (found.released_all) {
-    lines.push_back(found.one_client ? "one client only: all its blocks are lifted"
-                    : found.release_rule == "ap_release_ssid_rule"
-                        ? "no AP hears it on an SSID for which it holds blocks: all are lifted"
-                        : "it hears no AP above -75 dBm on an SSID for which it holds blocks: all "
-                          "are lifted");
+    lines.push_back(
+        found.one_client ? "one client only: all its blocks are lifted"
+        : found.release_rule == "ap_release_ssid_rule"
+            ? "no AP hears it on an SSID for which it holds blocks: all are lifted"
+            : format("it hears no AP above %d dBm on an SSID for which it holds blocks: all are "
+                     "lifted",
+                     limits::kKeepSignal));
   }
   for (const Command& command : commands) {
     explain_steering(stations, command, lines);

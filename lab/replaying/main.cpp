@@ -8,12 +8,11 @@
 #include "building/controller.h"
 #include "building/database.h"
 #include "replaying/explanation.h"
+#include "values/paths.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr const char* kTraces = "/database/ap/debug/";
 
 struct SavedReport {
   std::string name;
@@ -112,7 +111,7 @@ std::string Replay::slots_of(const SavedReport& report, const char* prefix) cons
 }
 
 void Replay::register_aps() {
-  fs::create_directories(kTraces);
+  fs::create_directories(paths::kTraces);
   std::string statements;
   for (const KnownAp& ap : aps_) {
     controller_.connect(ap.mac);
@@ -131,7 +130,7 @@ void Replay::register_aps() {
 std::vector<lab::Command> Replay::deliver(const SavedReport& report) {
   const auto ap = std::find_if(aps_.begin(), aps_.end(),
                                [&](const KnownAp& known) { return known.mac == report.mac; });
-  const std::string path = "/database/ap/reports/replayed.ini";
+  const std::string path = std::string(paths::kReports) + "/replayed.ini";
   lab::write_text(path, report.text);
   controller_.run({{{"ap-command", "1", path, ap->ip, ap->mac}, 0}}, 0);
   std::vector<lab::Command> commands;
@@ -142,7 +141,7 @@ std::vector<lab::Command> Replay::deliver(const SavedReport& report) {
 }
 
 void Replay::show(const SavedReport& report, std::size_t number) {
-  const std::string trace = kTraces + report.mac;
+  const std::string trace = std::string(paths::kTraces) + "/" + report.mac;
   lab::write_text(trace, "");
   const std::vector<lab::Command> commands = deliver(report);
   std::map<int, std::string> names;

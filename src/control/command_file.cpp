@@ -18,10 +18,10 @@
 #include "platform/system_log.h"
 #include "trace/trace_log.h"
 #include "values/decimal.h"
+#include "values/paths.h"
 
 namespace {
 
-constexpr const char* kDirectory = "/database/ap/command";
 constexpr const char* kPrefix = "[CMD]=";
 constexpr int kTries = 15;
 constexpr unsigned int kSecondsBetweenTries = 1;
@@ -32,14 +32,14 @@ constexpr std::int64_t kAbandonedAfter = 60;  // seconds; writing takes millisec
 using Ending = int;
 
 std::string slot_path(const std::string& mac, CommandSlot slot) {
-  return M("%s/%s%s%s", kDirectory, kPrefix, mac.c_str(),
+  return M("%s/%s%s%s", paths::kCommands, kPrefix, mac.c_str(),
            slot == CommandSlot::download ? ".update" : "");
 }
 
 /// The path under which this process writes, beside the slots. The leading point keeps the
 /// controller, which looks for names that begin with the prefix, away from it.
 std::string own_path() {
-  return M("%s/.%d", kDirectory, static_cast<int>(getpid()));
+  return M("%s/.%d", paths::kCommands, static_cast<int>(getpid()));
 }
 
 Ending write_beside(const std::string& path, const std::string& text) {
@@ -134,7 +134,7 @@ void command_release_all(Ap& ap) {
 
 void remove_abandoned_commands() {
   std::error_code failed;
-  std::filesystem::directory_iterator entry(kDirectory, failed);
+  std::filesystem::directory_iterator entry(paths::kCommands, failed);
   for (; !failed && entry != end(entry); entry.increment(failed)) {
     const std::string name = entry->path().filename();
     const auto process = static_cast<pid_t>(name.starts_with('.') ? decimal(name.substr(1)) : 0);

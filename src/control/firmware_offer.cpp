@@ -11,14 +11,14 @@
 #include "platform/settings.h"
 #include "platform/system_log.h"
 #include "trace/trace_log.h"
+#include "values/paths.h"
+#include "values/settings.h"
 #include "values/visible_text.h"
 
 namespace {
 
 constexpr const char* kOperation = "wum_update_check";
 constexpr const char* kProgram = "ap-run";
-constexpr const char* kDownloads = "/var/ap_update";
-constexpr int kPortSetting = 1;
 
 /// Link path and command each have to fit into 512 bytes, the final NUL included.
 constexpr std::size_t kLongest = 511;
@@ -79,7 +79,7 @@ bool is_taken(const std::string& path) {
 
 DownloadOffer download_offer(CommandType type, const std::string& base_name, int port) {
   DownloadOffer offer;
-  offer.link = M("%s/%s", kDownloads, base_name.c_str());
+  offer.link = M("%s/%s", paths::kDownloads, base_name.c_str());
   offer.command = M("type=%d\nwget_filename=%s\nwget_port=%d\n", static_cast<int>(type),
                     base_name.c_str(), port);
   offer.refusal = refusal(base_name, offer);
@@ -100,7 +100,8 @@ int wum_update_check(Ap& ap, const std::optional<std::string>& ap_ip, const std:
   if (slash == std::string::npos) {
     return 1;
   }
-  const DownloadOffer offer = download_offer(type, file_path.substr(slash + 1), RI(kPortSetting));
+  const DownloadOffer offer =
+      download_offer(type, file_path.substr(slash + 1), RI(setting::kDownloadPort));
   if (offer.refusal) {
     ap_debug_log({kOperation, ap.mac}, "declined: %s", offer.refusal->c_str());
     return 0;

@@ -14,12 +14,12 @@
 #include "entry/ap_event.h"
 #include "platform/controller.h"
 #include "platform/files.h"
+#include "values/paths.h"
 
 namespace {
 
 constexpr const char* kOperation = "command";
 constexpr const char* kNoMac = "00:00:00:00:00:00";
-constexpr const char* kSyncFiles = "/var/tmp/sync";
 
 /// The firmware image that waits for the AP; none when nothing does.
 std::optional<std::string> pending_firmware(Ap& ap) {
@@ -36,7 +36,7 @@ std::optional<std::string> pending_firmware(Ap& ap) {
 }
 
 void bring_sync_file(Ap& ap, const std::string& ip) {
-  const std::string file = M("%s/sync_%s.dat", kSyncFiles, ap.mac.c_str());
+  const std::string file = M("%s/sync_%s.dat", paths::kSyncFiles, ap.mac.c_str());
   if (access(file.c_str(), F_OK) != 0 || wum_update_check(ap, ip, file, CommandType::sync) != 0) {
     return;
   }

@@ -6,28 +6,23 @@
 #include "platform/shell.h"
 #include "platform/system_log.h"
 #include "trace/trace_log.h"
-
-namespace {
-
-constexpr const char* kDirectory = "/database/ap/lock";
-
-}  // namespace
+#include "values/paths.h"
 
 Lock ap_lock_take(const std::string& mac) {
   const std::int64_t now = std::time(nullptr);
-  const std::int64_t created = my_file_create_time(M("%s/%s", kDirectory, mac.c_str()));
+  const std::int64_t created = my_file_create_time(M("%s/%s", paths::kLocks, mac.c_str()));
   if (created <= now && now - created < kStaleLockAge) {
     return Lock::held_by_another;
   }
-  if (my_system("> %s/%s", kDirectory, mac.c_str()) != 0) {
-    ap_debug_log({"ap_lock_take", mac}, "the lock cannot be made in %s", kDirectory);
+  if (my_system("> %s/%s", paths::kLocks, mac.c_str()) != 0) {
+    ap_debug_log({"ap_lock_take", mac}, "the lock cannot be made in %s", paths::kLocks);
     my_report_loss(Loss::file, Remedy::next_report,
                    M("AP %s: reports are not kept apart: the lock cannot be made in %s",
-                     mac.c_str(), kDirectory));
+                     mac.c_str(), paths::kLocks));
   }
   return Lock::taken;
 }
 
 void ap_lock_remove(const std::string& mac) {
-  my_rm("%s/%s", kDirectory, mac.c_str());
+  my_rm("%s/%s", paths::kLocks, mac.c_str());
 }

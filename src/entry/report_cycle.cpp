@@ -25,19 +25,13 @@
 #include "steering/mac_filter.h"
 #include "trace/trace_log.h"
 #include "values/decimal.h"
+#include "values/paths.h"
+#include "values/settings.h"
 
 namespace {
 
 constexpr const char* kOperation = "command";
-constexpr const char* kKeepReports = "/database/ap/radar/debug";
 constexpr std::size_t kLongestPath = 255;
-
-constexpr int kBalanceSetting = 79;     // 0: no load balancing
-constexpr int kAutoRfSetting = 91;      // 0: off
-constexpr int kMacFilterSetting = 135;  // 0: off
-
-/// The mode of the MAC filter in which the filter alone says who may be where.
-constexpr int kFilterAlone = 1;
 
 /// Registers the AP when the registry does not know it, with the defaults of a new AP.
 void register_unknown_ap(Ap& ap, const std::string& ip) {
@@ -76,7 +70,7 @@ void mark_connected(Ap& ap) {
 
 /// Whether stations are steered.
 bool is_balancing(int filter_mode) {
-  return RI(kBalanceSetting) != 0 && filter_mode != kFilterAlone;
+  return RI(setting::kLoadBalancing) != 0 && filter_mode != setting::kMacFilterAlone;
 }
 
 /// Stores what the report says and lifts the blocks that it makes needless: their "release" lines.
@@ -95,7 +89,7 @@ std::string store_report(Ap& ap, const std::string& path, int filter_mode) {
 }
 
 void remove_report(const std::string& path) {
-  if (access(kKeepReports, F_OK) != 0) {
+  if (access(paths::kKeepReports, F_OK) != 0) {
     my_rm("%s", path.c_str());
   }
 }
@@ -115,11 +109,11 @@ std::string steering_lines(Ap& ap, const std::string& releases) {
 }
 
 std::string auto_rf_line(Ap& ap) {
-  return RI(kAutoRfSetting) == 0 ? "autoRF=0\n" : ap_auto_rf_rule(ap).value_or("");
+  return RI(setting::kAutoRf) == 0 ? "autoRF=0\n" : ap_auto_rf_rule(ap).value_or("");
 }
 
 void answer_report(Ap& ap, const std::string& path, const std::string& ip) {
-  const int filter_mode = RI(kMacFilterSetting);
+  const int filter_mode = RI(setting::kMacFilter);
   register_unknown_ap(ap, ip);
   checkConnectionStatus(ap, ip);
   const std::string releases = store_report(ap, path, filter_mode);

@@ -7,14 +7,13 @@
 #include "lifecycle/push_notice.h"
 #include "platform/files.h"
 #include "platform/settings.h"
+#include "values/paths.h"
+#include "values/settings.h"
 
 namespace {
 
-constexpr int kMailSetting = 92;  // 0: no notice mails
-constexpr const char* kMarkers = "/var/log/notice";
-
 std::string marker(const std::string& mac) {
-  return M("%s/%s", kMarkers, mac.c_str());
+  return M("%s/%s", paths::kNotices, mac.c_str());
 }
 
 /// Whether the mobile users are told.
@@ -25,7 +24,7 @@ bool is_pushed(const Ap& ap, NoticeEvent event) {
 }  // namespace
 
 void fetch_announcement(Ap& ap, NoticeEvent event) {
-  if (RI(kMailSetting) != 0) {
+  if (RI(setting::kNoticeMails) != 0) {
     ap.db.fetch_ahead(notice_times_query(ap.mac));
   }
   if (is_pushed(ap, event)) {
@@ -36,7 +35,7 @@ void fetch_announcement(Ap& ap, NoticeEvent event) {
 void announce(Ap& ap, NoticeEvent event, const std::optional<std::string>& name,
               const std::optional<std::string>& ip) {
   const std::string message = notice_message(event, name, ap.mac);
-  if (RI(kMailSetting) != 0) {
+  if (RI(setting::kNoticeMails) != 0) {
     ap_notice_mail(ap.db, {event, name, ap.mac, ip});
   }
   if (is_pushed(ap, event)) {

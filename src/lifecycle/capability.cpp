@@ -11,12 +11,10 @@
 #include "platform/text.h"
 #include "values/channel_table.h"
 #include "values/decimal.h"
+#include "values/paths.h"
 #include "values/split.h"
 
 namespace {
-
-constexpr const char* kInfoDirectory = "/database/ap/info";
-constexpr const char* kKeepFiles = "/database/ap/info/debug";
 
 constexpr const char* kSystem = "SYSTEM";
 constexpr const char* kTwoFourGhz = "2.4G";
@@ -235,7 +233,7 @@ Capability ap_capability_parse(const Report& report) {
 }
 
 Capability ap_info_load(const std::string& mac) {
-  const std::string path = M("%s/%s", kInfoDirectory, mac.c_str());
+  const std::string path = M("%s/%s", paths::kCapabilities, mac.c_str());
   if (!isRegularFile(path)) {
     return {};
   }
@@ -244,7 +242,7 @@ Capability ap_info_load(const std::string& mac) {
     capability = ap_capability_parse(*report);
     store_support_marker(capability.marker, mac);
   }
-  if (access(kKeepFiles, F_OK) != 0) {
+  if (access(paths::kKeepCapabilities, F_OK) != 0) {
     my_rm("%s", path.c_str());
   }
   return capability;

@@ -3,12 +3,12 @@
 #include "control/shell_command.h"
 #include "db/schema.h"
 #include "platform/settings.h"
+#include "values/settings.h"
 
 namespace {
 
 constexpr const char* kOperation = "ap_connection_log";
 constexpr const char* kProgram = "ap-run";
-constexpr int kPrioritySetting = 121;
 
 }  // namespace
 
@@ -22,5 +22,5 @@ void ap_connection_log(Ap& ap, const std::string& message) {
   run_command({kOperation, ap.mac},
               "/usr/sbin/send_logmsg -u -d %s -t %s -m \"<%d>[ Connection Log - AP Controller ] "
               "%s\" > /dev/null &",
-              CONNTRACK_LOG.text(), table, RI(kPrioritySetting), message);
+              CONNTRACK_LOG.text(), table, RI(setting::kLogPriority), message);
 }

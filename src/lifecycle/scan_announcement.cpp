@@ -10,6 +10,7 @@
 
 #include "platform/settings.h"
 #include "platform/text.h"
+#include "values/settings.h"
 
 namespace {
 
@@ -17,10 +18,8 @@ constexpr const char* kText = "scan";
 constexpr in_addr_t kGroup = 0xE0000064;  // 224.0.0.100
 constexpr in_port_t kPort = 10235;
 
-constexpr const char* kNumberOfPorts = "SYSTEM_PORT_NUM";
 constexpr int kMostPorts = 4096;  // far beyond any appliance: a slip in the settings ends, too
-constexpr int kBridgedPortSetting = 41;
-constexpr int kTunnelMode = 1;  // of a port that belongs to bridge 0
+constexpr int kTunnelMode = 1;    // of a port that belongs to bridge 0
 constexpr const char* kTunnelBridge = "brgre";
 
 void send_through(int socket, const std::string& device, const std::string& body) {
@@ -50,9 +49,9 @@ void scan_announce() {
     return;
   }
   // The number is read before each port: it may change while the announcement is on its way.
-  for (int port = 1; port <= std::min(RETURN_DEF_INT(kNumberOfPorts), kMostPorts); ++port) {
+  for (int port = 1; port <= std::min(RETURN_DEF_INT(setting::kSystemPorts), kMostPorts); ++port) {
     if (const std::optional<PortRecord> record = interface_read_shm(port)) {
-      send_through(udp, scan_device(*record, RS(kBridgedPortSetting)), *body);
+      send_through(udp, scan_device(*record, RS(setting::kBridgedPort)), *body);
     }
   }
   close(udp);

@@ -3,13 +3,11 @@
 #include "db/schema.h"
 #include "platform/settings.h"
 #include "platform/system_log.h"
+#include "values/settings.h"
 
 namespace {
 
 constexpr const char* kOperation = "ap_client_connection_log";
-constexpr int kAddressSetting = 30;  // all-zero: no connection log
-constexpr int kLogSetting = 113;     // 0: off
-constexpr int kPrioritySetting = 126;
 constexpr std::size_t kLongestName = 255;
 constexpr std::size_t kLongestLine = 1023;
 
@@ -35,11 +33,8 @@ std::string cut(const std::string& name) {
 }  // namespace
 
 bool connection_log_is_on() {
-  if (RI(kLogSetting) == 0) {
-    return false;
-  }
-  const std::string address = RS(kAddressSetting);
-  return address != "0000:0000:0000:0000:0000:0000:0000:0000" && address != "0.0.0.0";
+  return RI(setting::kClientLog) != 0 &&
+         !setting::is_off(setting::Unit::address, RS(setting::kLogAddress));
 }
 
 void fetch_connection_log_names(Ap& ap, const client_record& client) {
@@ -60,8 +55,8 @@ void ap_client_connection_log(Ap& ap, const client_record& client,
   const std::string text =
       M("<%d>client_name=\"%s\" client_mac=\"%s\" AP_name=\"%s\" SSID=\"%s\" Channel=\"%d\" "
         "Rate=\"%s\" Connected_time=\"%s\"",
-        RI(kPrioritySetting), cut(name ? name->text(0) : client.mac).c_str(), client.mac.c_str(),
-        cut(*ap_name).c_str(), cut(*ssid).c_str(), client.channel, client.tx_rate.c_str(),
-        connected_time.c_str());
+        RI(setting::kClientLogPriority), cut(name ? name->text(0) : client.mac).c_str(),
+        client.mac.c_str(), cut(*ap_name).c_str(), cut(*ssid).c_str(), client.channel,
+        client.tx_rate.c_str(), connected_time.c_str());
   my_syslog(text.substr(0, kLongestLine));
 }

@@ -2,11 +2,9 @@
 
 #include "db/schema.h"
 #include "platform/text.h"
+#include "steering/limits.h"
 
 namespace {
-
-/// Between the two: an AP heard above this level, in dBm, is loud; one heard below it is faint.
-constexpr int kSignal = -70;
 
 /// Fills in, and returns, whether anybody hears the AP strongly.
 bool isStrength(Ap& ap, Hearing& hearing) {
@@ -14,7 +12,7 @@ bool isStrength(Ap& ap, Hearing& hearing) {
                          .ask(Step("isStrength", "(1/1) "),
                               "SELECT `refer_ap` FROM `%s`.`legal` WHERE `ap`=%d AND `refer_ap`>0 "
                               "AND `signal`>%d GROUP BY `ap`",
-                              AP_CLIENT, ap.sn, kSignal)
+                              AP_CLIENT, ap.sn, limits::kAutoRfSignal)
                          .count();
   return hearing.strongly > 0;
 }
@@ -32,7 +30,7 @@ void isWeakness(Ap& ap, Hearing& hearing) {
                          .ask(Step("isWeakness", "(2/2) "),
                               "SELECT `refer_ap` FROM `%s`.`legal` WHERE `ap`=%d AND `refer_ap`>0 "
                               "AND `signal`<%d GROUP BY `ap`",
-                              AP_CLIENT, ap.sn, kSignal)
+                              AP_CLIENT, ap.sn, limits::kAutoRfSignal)
                          .count();
   }
 }

@@ -7,6 +7,7 @@
 #include "db/registry.h"
 #include "db/schema.h"
 #include "steering/block_table.h"
+#include "steering/limits.h"
 #include "steering/numbered_lines.h"
 #include "trace/trace_log.h"
 #include "values/client_record.h"
@@ -16,15 +17,6 @@ namespace {
 
 constexpr const char* kIdleStage = "ap_block_idle_rule";
 constexpr const char* kSnrStage = "ap_block_snr_rule";
-
-/// A station that has been silent for longer is not missed, in seconds.
-constexpr int kIdleThreshold = 30;
-
-/// A station with a better link (no unit, as the AP reports it) is close enough to find another AP.
-constexpr int kLinkThreshold = 20;
-
-/// Another AP that is heard above this level, in dBm, is near enough to take a station over.
-constexpr int kNeighbourSignal = -70;
 
 /// Bytes of a text column that a record keeps.
 constexpr std::size_t kLongestText = 19;
@@ -66,7 +58,7 @@ Query candidates_query(int sn) {
       "SELECT `mac`, `utime`, `ssid`, `aid`, `channel`, `tx_rate`, `rx_rate`, `rssi`, `idle`, "
       "`tx_seq`, `rx_seq`, IF(`channel` > 14, 1, 0) AS `is5G` FROM `%s`.`AP_%03d` WHERE `rssi` > "
       "'%d' ORDER BY `rssi` DESC, `idle` DESC ",
-      AP_CLIENT, sn, kLinkThreshold);
+      AP_CLIENT, sn, limits::kLink);
 }
 
 /// Finds the APs that would serve a station as well, the loudest first.
@@ -75,7 +67,7 @@ Query alternatives_query(int sn, const SqlText& ssid, const Candidate& candidate
                "SELECT `ap` FROM `%s`.`legal` WHERE `ap`!=%d AND `refer_ap`=%d AND "
                "CAST(`signal` AS SIGNED)>%d AND `essid`='%s' AND `channel`%s14 "
                "ORDER BY CAST(`signal` AS SIGNED) DESC",
-               AP_CLIENT, sn, sn, kNeighbourSignal, ssid,
+               AP_CLIENT, sn, sn, limits::kNeighbourSignal, ssid,
                candidate.five_ghz ? SqlName(">") : SqlName("<="));
 }
 
@@ -130,7 +122,7 @@ std::string ap_block_idle_rule(Ap& ap, int ret) {
                 "SELECT `mac`, `utime`, `ssid`, `aid`, `channel`, `tx_rate`, `rx_rate`, `rssi`, "
                 "`idle`, `tx_seq`, `rx_seq` FROM `%s`.`AP_%03d` WHERE `idle` > '%d' ORDER BY "
                 "`idle` DESC LIMIT %d",
-                AP_CLIENT, ap.sn, kIdleThreshold, ret);
+                AP_CLIENT, ap.sn, limits::kIdle, ret);
   if (rows && rows.count() == 0) {
     ap.db.note(step, "no matched.");
   }

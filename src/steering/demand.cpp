@@ -4,8 +4,8 @@
 
 void Demand::add_neighbour(int clients) {
   ++aps;
-  avail += std::max(0, kClientQuota - clients);
-  diff += clients - kClientQuota;
+  avail += std::max(0, limits::kClientQuota - clients);
+  diff += clients - limits::kClientQuota;
 }
 
 Share share_of(const Demand& demand) {

@@ -1,10 +1,9 @@
 #pragma once
 
+#include "steering/limits.h"
+
 // How many stations a crowded AP should pass on, from the station counts of the AP and of the
 // managed APs that it hears.
-
-/// Stations that every AP may keep. Above it an AP is crowded; below it a neighbour has room.
-inline constexpr int kClientQuota = 3;
 
 /// The numbers of one decision.
 struct Demand {
@@ -14,7 +13,7 @@ struct Demand {
   int diff = 0;   // stations of the neighbours, each counted from the quota; may be negative
 
   /// An AP with `amount` stations and no neighbours yet.
-  explicit Demand(int amount) : users(amount - kClientQuota) {}
+  explicit Demand(int amount) : users(amount - limits::kClientQuota) {}
 
   /// Counts in a neighbour that serves `clients` stations.
   void add_neighbour(int clients);

@@ -67,7 +67,7 @@ std::optional<std::string> balance(Ap& ap, int amount) {
                ap.mac.c_str(), amount, kLoneClient);
     return std::nullopt;
   }
-  std::string lines = amount > kClientQuota ? relieve(ap, amount) : "";
+  std::string lines = amount > limits::kClientQuota ? relieve(ap, amount) : "";
   if (ap_release_ssid_rule(ap) || ap_release_signal_rule(ap)) {
     ap.db.note(Step(kOperation),
                "%s ==>ssid rule OR signal rule matched, Need To Release All Block", ap.mac.c_str());

@@ -8,13 +8,13 @@
 #include "platform/settings.h"
 #include "trace/trace_log.h"
 #include "values/mac_address.h"
+#include "values/paths.h"
+#include "values/settings.h"
 #include "values/split.h"
 
 namespace {
 
 constexpr const char* kOperation = "ap_mac_filter_conf";
-constexpr const char* kFile = "/etc/sysconfig/.firewall/wireless_mac_filter.conf";
-constexpr int kModeSetting = 135;
 constexpr std::size_t kLongestPiece = 254;
 constexpr std::size_t kGroup = 16;
 
@@ -29,11 +29,11 @@ std::string_view take_piece(std::string_view& text) {
 /// The addresses that the file names; none when it cannot be read.
 std::vector<std::string> filtered_addresses(const std::string& key) {
   std::ifstream file;
-  if (isRegularFile(kFile)) {
-    file.open(kFile, std::ios::binary);
+  if (isRegularFile(paths::kMacFilterList)) {
+    file.open(paths::kMacFilterList, std::ios::binary);
   }
   if (!file.is_open()) {
-    ap_debug_log({kOperation, key}, "%s cannot be read", kFile);
+    ap_debug_log({kOperation, key}, "%s cannot be read", paths::kMacFilterList);
     return {};
   }
   const std::string text{std::istreambuf_iterator<char>(file), {}};
@@ -41,7 +41,8 @@ std::vector<std::string> filtered_addresses(const std::string& key) {
   for (const std::string& field : filter.refused) {
     ap_debug_log({kOperation, key}, "not an address: %s", field.c_str());
   }
-  ap_debug_log({kOperation, key}, "%s names %zu addresses", kFile, filter.addresses.size());
+  ap_debug_log({kOperation, key}, "%s names %zu addresses", paths::kMacFilterList,
+               filter.addresses.size());
   return std::move(filter.addresses);
 }
 
@@ -75,6 +76,6 @@ std::string mac_filter_lines(int mode, const std::vector<std::string>& addresses
 }
 
 std::string ap_mac_filter_conf(const std::string& key) {
-  const int mode = RI(kModeSetting);
+  const int mode = RI(setting::kMacFilter);
   return mac_filter_lines(mode, mode == 0 ? std::vector<std::string>{} : filtered_addresses(key));
 }

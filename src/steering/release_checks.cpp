@@ -6,11 +6,9 @@
 #include "db/registry.h"
 #include "db/schema.h"
 #include "steering/block_table.h"
+#include "steering/limits.h"
 
 namespace {
-
-/// A radio heard above this level, in dBm, still offers refused stations a way out.
-constexpr int kKeepSignal = -75;
 
 /// Makes the query for who hears, or is heard on, an SSID.
 using HearingQuery = Query (*)(const Step& step, int sn, const std::string& ssid);
@@ -59,7 +57,7 @@ Query heard_by_itself(const Step& step, int sn, const std::string& ssid) {
   return query(step,
                "SELECT `essid` FROM `%s`.`legal` WHERE `refer_ap`=%d AND `essid`='%s' AND "
                "CAST(`signal` AS SIGNED) > %d",
-               AP_CLIENT, sn, SqlText::escaped_or_empty(ssid), kKeepSignal);
+               AP_CLIENT, sn, SqlText::escaped_or_empty(ssid), limits::kKeepSignal);
 }
 
 }  // namespace

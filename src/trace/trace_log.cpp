@@ -8,11 +8,10 @@
 #include <ctime>
 
 #include "platform/files.h"
+#include "values/paths.h"
 #include "values/visible_text.h"
 
 namespace {
-
-constexpr const char* kSwitchDirectory = "/database/ap/debug";
 
 void append_to_switch_file(const char* function_name, int line, const char* key,
                            const std::string& message) {
@@ -21,7 +20,7 @@ void append_to_switch_file(const char* function_name, int line, const char* key,
   }
   // Without O_CREAT the switch stays the administrator's, even when it is removed meanwhile. A pipe
   // that nobody reads must not hold us up.
-  const std::string path = M("%s/%s", kSwitchDirectory, key);
+  const std::string path = M("%s/%s", paths::kTraces, key);
   const int file = open(path.c_str(), O_RDWR | O_APPEND | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
   if (file < 0) {
     return;
@@ -57,7 +56,7 @@ void log(const char* function_name, int line, const char* key, const char* forma
 }  // namespace
 
 bool is_tracing() {
-  return isDirectory(kSwitchDirectory);
+  return isDirectory(paths::kTraces);
 }
 
 void ap_debug_log(const char* function_name, int line, const char* key, const char* format, ...) {

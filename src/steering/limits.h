@@ -1,0 +1,25 @@
+#pragma once
+
+// The limits by which stations are steered and the power of radios is stepped.
+
+namespace limits {
+
+/// Stations that every AP may keep. Above it an AP is crowded; below it a neighbour has room.
+inline constexpr int kClientQuota = 3;
+
+/// A station that has been silent for longer is not missed, in seconds.
+inline constexpr int kIdle = 30;
+
+/// A station with a better link (no unit, as the AP reports it) is close enough to find another AP.
+inline constexpr int kLink = 20;
+
+/// Another AP that is heard above this level, in dBm, is near enough to take a station over.
+inline constexpr int kNeighbourSignal = -70;
+
+/// A radio heard above this level, in dBm, still offers refused stations a way out.
+inline constexpr int kKeepSignal = -75;
+
+/// Auto-RF: an AP heard above this level, in dBm, is loud; one heard below it is faint.
+inline constexpr int kAutoRfSignal = -70;
+
+}  // namespace limits
