@@ -154,6 +154,27 @@ TEST_F(Database, ATransactionIsSeenWholeAndRepeatedWhenUndone) {
             (Lines{"ba", "ba", "b", "b"}));
 }
 
+TEST_F(Database, ATransactionThatWaitedTooLongForALockIsRepeated) {
+  sql("INSERT INTO AP_INFO.ap_profile (SN, SSID) VALUES (1, 'x')");
+  sql("SET GLOBAL innodb_lock_wait_timeout=1");
+  int runs = 0;
+  {
+    TestConnection db;
+    sql("BEGIN");
+    sql("UPDATE AP_INFO.ap_profile SET SSID='held' WHERE SN=1");
+    db.in_transaction(Step("test"), [&] {
+      if (++runs == 2) {
+        sql("COMMIT");
+      }
+      db.run(untraced, "UPDATE AP_INFO.ap_profile SET SSID='ours' WHERE SN=1");
+    });
+  }
+  sql("COMMIT");
+  sql("SET GLOBAL innodb_lock_wait_timeout=DEFAULT");
+  EXPECT_EQ(runs, 2);
+  EXPECT_EQ(sql_value("SELECT SSID FROM AP_INFO.ap_profile"), "ours");
+}
+
 TEST_F(Database, NoServersModeChangesEscaping) {
   register_ap(1, kMac, "Lobby");
   sql("SET GLOBAL sql_mode='NO_BACKSLASH_ESCAPES'");

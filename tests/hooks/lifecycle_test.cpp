@@ -3,6 +3,7 @@
 #include <regex>
 
 #include "db/connection.h"
+#include "platform/mail.h"
 #include "support/appliance.h"
 
 namespace {
@@ -157,6 +158,14 @@ Content-Transfer-Encoding: 8bit
   };
   EXPECT_EQ(content("/recorded/sendmail.stdin.1"), sent_to("one"));
   EXPECT_EQ(content("/recorded/sendmail.stdin.2"), sent_to("two"));
+
+  for (const std::string end : {"\r\n", "\n", "\r"}) {
+    const std::string bad = "a@example.org" + end + "Bcc: x@example.org";
+    std::filesystem::remove("/recorded/sendmail.stdin.1");
+    EXPECT_EQ(my_buildMailAndSend(0, bad, bad, 0, "", "", 0, 0, {}, {}, ""), 0);
+    EXPECT_EQ(content("/recorded/sendmail.stdin.1").find("Bcc"), std::string::npos);
+    EXPECT_TRUE(content("/recorded/sendmail.stdin.1").starts_with("From: a@example.org\r\nTo: a@"));
+  }
 }
 
 TEST_F(Lifecycle, TwoJoinsOfANewApAtOnce) {

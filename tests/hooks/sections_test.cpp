@@ -181,7 +181,8 @@ TEST_F(Sections, KnownStationsAreLoggedUnlessAddressOrSettingForbidIt) {
     configure(std::string("[settings]\n126=134\n") + settings);
     report(
         "[01 client 01]\nADDR=0d:00:00:00:00:01\nRATE=65M\nCHAN=6\n"
-        "[01 client 02]\nADDR=b\n[02 client 01]\nADDR=no profile\n");
+        "[01 client 02]\nADDR=b\n[01 client 03]\nADDR=0d:00:00:00:00:03\nRATE=65M\n"
+        "[01 client 04]\nADDR=0d:00:00:00:00:04\nRATE=65M\n[02 client 01]\nADDR=no profile\n");
     sql("UPDATE AP_CLIENT.AP_007 SET stime='2024-01-01 10:00:00'");
   }
   trace_on("end");  // with it, the system log gets a line behind all others
@@ -194,13 +195,17 @@ TEST_F(Sections, KnownStationsAreLoggedUnlessAddressOrSettingForbidIt) {
     }
   }
   const std::string time = " Connected_time=\"2024-01-01 10:00:00\"";
-  EXPECT_EQ(lines,
-            (Lines{"<134>client_name=\"Laptop\" client_mac=\"0d:00:00:00:00:01\" AP_name=\"Lobby\" "
-                   "SSID=\"Office\" Channel=\"6\" Rate=\"65M\"" +
-                       time,
-                   "<134>client_name=\"b\" client_mac=\"b\" AP_name=\"Lobby\" SSID=\"Office\" "
-                   "Channel=\"0\" Rate=\"^o^\"" +
-                       time}));
+  const auto line = [&](const char* name, const char* mac, const char* link) {
+    return M("<134>client_name=\"%s\" client_mac=\"%s\" AP_name=\"Lobby\" SSID=\"Office\" %s", name,
+             mac, link) +
+           time;
+  };
+  const std::string third = "0d:00:00:00:00:03";
+  const std::string fourth = "0d:00:00:00:00:04";
+  EXPECT_EQ(lines, (Lines{line("Laptop", "0d:00:00:00:00:01", "Channel=\"6\" Rate=\"65M\""),
+                          line("b", "b", "Channel=\"0\" Rate=\"^o^\""),
+                          line(third.c_str(), third.c_str(), "Channel=\"0\" Rate=\"65M\""),
+                          line(fourth.c_str(), fourth.c_str(), "Channel=\"0\" Rate=\"65M\"")}));
 }
 
 TEST_F(Sections, StationsAreAnnouncedToTheKernel) {

@@ -51,6 +51,11 @@ class Steering : public HookTest {
     return start_hook({"ap-command", "1", deliver_report("no section\n"), kAddress, mac});
   }
 
+  static bool only_the_test_is_connected() {
+    return sql_value("SELECT COUNT(*) FROM information_schema.PROCESSLIST WHERE USER='root'") ==
+           "1";
+  }
+
   /// The command that answers a report, without its first and its last line.
   static std::string answer() {
     EXPECT_EQ(start_cycle(kMac).finish().status, 0);
@@ -100,6 +105,19 @@ TEST_F(Steering, AllBlocksAreLiftedForALoneStationOrAnSsidOutOfHearing) {
     EXPECT_EQ(trace_of(kMac, "get_available_demand").empty(),
               std::string(change).find("AP_001") != std::string::npos);
   }
+}
+
+TEST_F(Steering, AQueryThatFailsIsNotTakenForNobodyHears) {
+  sql("ALTER TABLE AP_CLIENT.legal RENAME COLUMN `signal` TO gone");
+  ReleaseAll release_all = ReleaseAll::no;
+  {
+    Ap ap(kMac, kTest);
+    (void)ap_load_balance_rule(ap, release_all);
+  }
+  sql("ALTER TABLE AP_CLIENT.legal RENAME COLUMN gone TO `signal`");
+  EXPECT_EQ(release_all, ReleaseAll::no);
+  EXPECT_EQ(blocks().size(), 2U);
+  EXPECT_NE(whole_trace().find("ap_release_signal_rule: (2/2) failed: 1054"), std::string::npos);
 }
 
 TEST_F(Steering, ABlockIsLiftedWhenNoNeighbourServesTheStation) {
@@ -192,6 +210,8 @@ TEST_F(Steering, TheReleaseOfAllAndTheAnswerFollowEachOtherIntoTheSlot) {
   const auto start = steady_clock::now();
   kit::Child lost = start_cycle(kOtherMac);
   EXPECT_EQ(start_cycle(kMac).finish().status, 0);
+  EXPECT_TRUE(eventually(only_the_test_is_connected));
+  EXPECT_LT(steady_clock::now() - start, seconds(14)) << "a connection was kept for the wait";
   EXPECT_EQ(lost.finish().status, 0);
   controller.request_stop();
   controller.join();
@@ -202,6 +222,21 @@ TEST_F(Steering, TheReleaseOfAllAndTheAnswerFollowEachOtherIntoTheSlot) {
   EXPECT_EQ(without_time(content(slot_of(kOtherMac))), release_all);
   EXPECT_EQ(names_in("/database/ap/lock"), Lines{});
   EXPECT_EQ(blocks(), Lines{"02:00:00:00:00:02|9"});
+}
+
+TEST_F(Steering, TheChildThatWaitsForTheSlotCostsNoConnection) {
+  settings(1, 0, 0);
+  sql("DELETE FROM AP_CLIENT.AP_001 LIMIT 5");
+  write_file(slot_of(kMac), "taken");
+  kit::Child cycle = start_cycle(kMac);
+  EXPECT_TRUE(eventually([] { return blocks().size() == 1; }));
+  EXPECT_TRUE(eventually(only_the_test_is_connected));
+  EXPECT_EQ(content(slot_of(kMac)), "taken");
+  for (int command = 0; command < 2; ++command) {
+    std::filesystem::remove(slot_of(kMac));
+    EXPECT_TRUE(eventually([] { return exists(slot_of(kMac)); }));
+  }
+  EXPECT_EQ(cycle.finish().status, 0);
 }
 
 using Office = HookTest;
