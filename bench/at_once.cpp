@@ -20,12 +20,14 @@ constexpr double kIdleLimit = 0.15;
 
 struct Round {
   std::string title;
-  int aps = 0, at_once = 0, reports = 0;
+  double aps = 0, at_once = 0, reports = 0;
   double wall_ms = 0;
   double hooks_ms = 0, server_ms = 0, busy_ms = 0, idle_ms = 0;
   double statements = 0;
   int dropped = 0;
   std::vector<double> each_ms;
+
+  double percent(double ms) const { return ms * 100 / (busy_ms + idle_ms); }
 };
 
 /// The APs from `first` in steps of `step` below `end`, each in its turn, `rounds` times.
@@ -56,14 +58,14 @@ class Fleet {
     std::vector<Round> shares(static_cast<std::size_t>(at_once));
     Round whole;
     whole.title = title;
-    whole.aps = static_cast<int>(reports_.size());
+    whole.aps = static_cast<double>(reports_.size());
     whole.at_once = at_once;
     whole.reports = aps * rounds;
     const double statements = server_.questions();
     const double server = server_.processor_ms();
     const Machine machine = Machine::now();
     const auto start = std::chrono::steady_clock::now();
-    const Controller controller;
+    const std::jthread controller = start_controller();
     std::vector<std::thread> workers;
     for (int i = 0; i < at_once; ++i) {
       const auto at = static_cast<std::size_t>(i);
@@ -119,38 +121,26 @@ std::string limit_of(const Round& round) {
 
 Section table_of(const std::vector<Round>& rounds) {
   Section section{M("APs reporting at once, %s each", as_text(kSize).c_str()), {}, {}, ""};
-  section.rows = {{"APs", "", {}, ""},
-                  {"at once", "", {}, ""},
-                  {"reports", "", {}, ""},
-                  {"reports per second", "", {}, ""},
-                  {"one report, median", "ms", {}, ""},
-                  {"one report, slowest of 20", "ms", {}, ""},
-                  {"statements per report", "", {}, ""},
-                  {"processor of the hook per report", "ms", {}, ""},
-                  {"processor of the server per report", "ms", {}, ""},
-                  {"processors: hooks", "%", {}, ""},
-                  {"processors: server", "%", {}, ""},
-                  {"processors: idle", "%", {}, ""},
-                  {"limited by", "", {}, ""}};
+  using Of = const Round&;
+  add_rows<Round>(
+      section, rounds,
+      {{"APs", "", [](Of r) -> Cell { return r.aps; }},
+       {"at once", "", [](Of r) -> Cell { return r.at_once; }},
+       {"reports", "", [](Of r) -> Cell { return r.reports; }},
+       {"reports per second", "", [](Of r) -> Cell { return r.reports * 1e3 / r.wall_ms; }},
+       {"one report, median", "ms", [](Of r) -> Cell { return median(r.each_ms); }},
+       {"one report, slowest of 20", "ms", [](Of r) -> Cell { return quantile(r.each_ms, 0.95); }},
+       {"statements per report", "", [](Of r) -> Cell { return r.statements / r.reports; }},
+       {"processor of the hook per report", "ms",
+        [](Of r) -> Cell { return r.hooks_ms / r.reports; }},
+       {"processor of the server per report", "ms",
+        [](Of r) -> Cell { return r.server_ms / r.reports; }},
+       {"processors: hooks", "%", [](Of r) -> Cell { return r.percent(r.hooks_ms); }},
+       {"processors: server", "%", [](Of r) -> Cell { return r.percent(r.server_ms); }},
+       {"processors: idle", "%", [](Of r) -> Cell { return r.percent(r.idle_ms); }},
+       {"limited by", "", [](Of r) -> Cell { return limit_of(r); }}});
   for (const Round& round : rounds) {
     section.columns.push_back(round.title);
-    const double all = (round.busy_ms + round.idle_ms) / 100;
-    const std::vector<Cell> cells{static_cast<double>(round.aps),
-                                  static_cast<double>(round.at_once),
-                                  static_cast<double>(round.reports),
-                                  round.reports * 1e3 / round.wall_ms,
-                                  median(round.each_ms),
-                                  quantile(round.each_ms, 0.95),
-                                  round.statements / round.reports,
-                                  round.hooks_ms / round.reports,
-                                  round.server_ms / round.reports,
-                                  round.hooks_ms / all,
-                                  round.server_ms / all,
-                                  round.idle_ms / all,
-                                  limit_of(round)};
-    for (std::size_t i = 0; i < cells.size(); ++i) {
-      section.rows[i].cells.push_back(cells[i]);
-    }
     if (round.dropped > 0) {
       section.note += M("%d reports of \"%s\" were dropped. ", round.dropped, round.title.c_str());
     }

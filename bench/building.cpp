@@ -1,27 +1,14 @@
 #include "building.h"
 
-#include <unistd.h>
-
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 
 #include "control/command_file.h"
+#include "kit/files.h"
+
+namespace fs = std::filesystem;
 
 namespace {
-
-constexpr std::chrono::milliseconds kFetchEvery{50};
-constexpr const char* kCommands = "/database/ap/command";
-
-/// Removes the commands; files that are still being written have other names.
-void fetch_all() {
-  std::error_code ignored;
-  for (const auto& file : std::filesystem::directory_iterator(kCommands, ignored)) {
-    if (file.path().filename().string().starts_with("[CMD]=")) {
-      std::filesystem::remove(file.path(), ignored);
-    }
-  }
-}
 
 std::string report_path(int ap) {
   return "/database/ap/reports/" + std::to_string(ap) + ".ini";
@@ -30,33 +17,32 @@ std::string report_path(int ap) {
 }  // namespace
 
 void write_settings() {
-  std::ofstream("/etc/ap-run/platform.ini")
-      << "[controller]\ndefault_profile_sn = 1,2,3\n[settings]\n79 = 1\n91 = 1\n";
+  kit::write_file("/etc/ap-run/platform.ini",
+                  "[controller]\ndefault_profile_sn = 1,2,3\n[settings]\n79 = 1\n91 = 1\n");
 }
 
-std::vector<std::string> deliver(int ap, const std::string& report) {
-  fetch_command(ap);
-  std::ofstream(report_path(ap), std::ios::binary) << report;
+kit::Words deliver(int ap, const std::string& report) {
+  fs::remove(command_slot(ap_mac(ap)));
+  kit::write_file(report_path(ap), report);
   return {"/usr/sbin/ap-command", "1", report_path(ap), ap_address(ap), ap_mac(ap)};
 }
 
 bool left_alone(int ap) {
-  return access(report_path(ap).c_str(), F_OK) == 0;
+  return kit::exists(report_path(ap));
 }
 
-void fetch_command(int ap) {
-  unlink(command_slot(ap_mac(ap)).c_str());
-}
-
-Controller::Controller()
-    : thread_([this] {
-        while (!stopping_) {
-          fetch_all();
-          std::this_thread::sleep_for(kFetchEvery);
+std::jthread start_controller() {
+  return std::jthread([](const std::stop_token& stopping) {
+    constexpr std::chrono::milliseconds kFetchEvery{50};
+    std::error_code ignored;
+    while (!stopping.stop_requested()) {
+      for (const auto& file : fs::directory_iterator("/database/ap/command", ignored)) {
+        // Files that are still being written have other names.
+        if (file.path().filename().string().starts_with("[CMD]=")) {
+          fs::remove(file.path(), ignored);
         }
-      }) {}
-
-Controller::~Controller() {
-  stopping_ = true;
-  thread_.join();
+      }
+      std::this_thread::sleep_for(kFetchEvery);
+    }
+  });
 }

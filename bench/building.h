@@ -1,10 +1,9 @@
 #pragma once
 
-#include <atomic>
 #include <string>
 #include <thread>
-#include <vector>
 
+#include "kit/text.h"
 #include "report_text.h"
 
 // A building full of APs, as the program sees it: the settings and profiles that it finds, and the
@@ -19,24 +18,11 @@ inline constexpr const char* kProfiles =
 
 /// Puts an AP's report where the controller puts it and takes the command that waits for the AP.
 /// Returns the words that start the hook.
-std::vector<std::string> deliver(int ap, const std::string& report);
+kit::Words deliver(int ap, const std::string& report);
 
 /// Whether the report that was delivered last is still there: the hook has not worked on it.
 bool left_alone(int ap);
 
-/// Takes away what waits in the AP's command slot.
-void fetch_command(int ap);
-
 /// Fetches the commands of all APs in the background, as the controller does, which looks for them
-/// many times a second.
-class Controller {
- public:
-  Controller();
-  ~Controller();
-  Controller(const Controller&) = delete;
-  Controller& operator=(const Controller&) = delete;
-
- private:
-  std::atomic<bool> stopping_ = false;
-  std::thread thread_;
-};
+/// many times a second. It ends with the thread's object.
+std::jthread start_controller();

@@ -124,31 +124,5 @@ int posix_spawn(pid_t* child, const char* path, const posix_spawn_file_actions_t
   return real(child, path, actions, attributes, words, environment);
 }
 
-int posix_spawnp(pid_t* child, const char* name, const posix_spawn_file_actions_t* actions,
-                 const posix_spawnattr_t* attributes, char* const words[],
-                 char* const environment[]) {
-  static const auto real = original<decltype(posix_spawnp)>("posix_spawnp");
-  ++processes;
-  return real(child, name, actions, attributes, words, environment);
-}
-
-pid_t fork() {
-  static const auto real = original<pid_t()>("fork");
-  ++processes;
-  return real();
-}
-
-int system(const char* command) {
-  static const auto real = original<int(const char*)>("system");
-  ++processes;
-  return real(command);
-}
-
-FILE* popen(const char* command, const char* mode) {
-  static const auto real = original<FILE*(const char*, const char*)>("popen");
-  ++processes;
-  return real(command, mode);
-}
-
 }  // extern "C"
 // NOLINTEND(readability-inconsistent-declaration-parameter-name)

@@ -68,10 +68,7 @@ class Cycle {
     server_.clear();
     write_settings();
     server_.rows(kProfiles);
-    ReportPlan plan{kAp, size, {}, 0};
-    for (int i = 0; i < neighbours_heard(size); ++i) {
-      plan.neighbours.push_back(kAp + 1 + i);
-    }
+    const ReportPlan plan = crowded(size);
     report_ = report_text(plan);
     move_in(kAp, report_);
     for (const int ap : plan.neighbours) {
@@ -178,17 +175,6 @@ double per_item_us(double total_ms, double start_up_ms, ReportSize size) {
   return (total_ms - start_up_ms) * 1e3 / (size.stations + size.radios);
 }
 
-using Figure = double (*)(const Measured&);
-
-void add_row(Section& section, const std::vector<Measured>& all, const char* label,
-             const char* unit, Figure figure, const std::string& goal = "") {
-  FigureRow row{label, unit, {}, goal};
-  for (const Measured& measured : all) {
-    row.cells.emplace_back(figure(measured));
-  }
-  section.rows.push_back(std::move(row));
-}
-
 void add_item_rows(Section& section, const std::vector<Measured>& all, const StartUp& start_up) {
   FigureRow wall{"wall per item, less start-up", "us", {}, ""};
   FigureRow processor{"processor per item, less start-up", "us", {}, ""};
@@ -218,45 +204,42 @@ Section measure_cycle(Launcher& launcher, Server& server, Effort effort, const S
                         as_text(size).c_str(), all.back().statements, all.back().statements_again);
     }
   }
-  const auto add = [&](const char* label, const char* unit, Figure figure,
-                       const std::string& goal = "") {
-    add_row(section, all, label, unit, figure, goal);
-  };
-  add("report", "KiB", [](const Measured& m) { return m.report_kib; });
-  add("wall, median", "ms", [](const Measured& m) { return median(m.cycle.wall); });
-  add("wall, least", "ms", [](const Measured& m) { return least(m.cycle.wall); });
-  add("bare replay of its statements, median", "ms",
-      [](const Measured& m) { return median(m.replay.wall); });
-  add("bare replay, least", "ms", [](const Measured& m) { return least(m.replay.wall); });
-  add(
-      "cycle / replay, median of pairs", "", [](const Measured& m) { return median(m.ratio); },
-      M("< %.2f", kGoalRatio));
-  add("processor of the hook", "ms", [](const Measured& m) { return median(m.cycle.processor); });
-  add("processor of the server meanwhile", "ms",
-      [](const Measured& m) { return mean(m.cycle.server); });
-  add("processor of the replay", "ms",
-      [](const Measured& m) { return median(m.replay.processor); });
-  add("processor of the server meanwhile", "ms",
-      [](const Measured& m) { return mean(m.replay.server); });
-  add("processor, both, cycle / replay", "", [](const Measured& m) {
-    return (mean(m.cycle.processor) + mean(m.cycle.server)) /
-           (mean(m.replay.processor) + mean(m.replay.server));
-  });
-  add(
-      "peak memory", "MiB", [](const Measured& m) { return m.peak_kib / 1024; }, "below the next");
-  add(M("%.0f MiB + %.0f x report", kGoalMemoryMib, kGoalMemoryOfReport).c_str(), "MiB",
-      [](const Measured& m) { return kGoalMemoryMib + kGoalMemoryOfReport * m.report_kib / 1024; });
-  add("statements", "", [](const Measured& m) { return static_cast<double>(m.statements); });
-  add("statements while tracing, none from memory", "",
-      [](const Measured& m) { return static_cast<double>(m.traced_statements); });
-  add("processor of the server, replay of those", "ms",
-      [](const Measured& m) { return mean(m.traced_replay.server); });
-  add("fetched ahead", "", [](const Measured& m) { return m.ahead; });
-  add("never taken", "", [](const Measured& m) { return m.never_taken; });
-  add("waits for the server", "", [](const Measured& m) { return m.waits; });
-  add("stops, the answer not being there yet", "", [](const Measured& m) { return m.stops; });
-  add("stopped, all together", "ms", [](const Measured& m) { return m.blocked_ms; });
-  add("processes started", "", [](const Measured& m) { return m.processes; });
+  using Of = const Measured&;
+  add_rows<Measured>(
+      section, all,
+      {{"report", "KiB", [](Of m) -> Cell { return m.report_kib; }},
+       {"wall, median", "ms", [](Of m) -> Cell { return median(m.cycle.wall); }},
+       {"wall, least", "ms", [](Of m) -> Cell { return least(m.cycle.wall); }},
+       {"bare replay of its statements, median", "ms",
+        [](Of m) -> Cell { return median(m.replay.wall); }},
+       {"bare replay, least", "ms", [](Of m) -> Cell { return least(m.replay.wall); }},
+       {"cycle / replay, median of pairs", "", [](Of m) -> Cell { return median(m.ratio); },
+        M("< %.2f", kGoalRatio)},
+       {"processor of the hook", "ms", [](Of m) -> Cell { return median(m.cycle.processor); }},
+       {"processor of the server meanwhile", "ms",
+        [](Of m) -> Cell { return mean(m.cycle.server); }},
+       {"processor of the replay", "ms", [](Of m) -> Cell { return median(m.replay.processor); }},
+       {"processor of the server meanwhile", "ms",
+        [](Of m) -> Cell { return mean(m.replay.server); }},
+       {"processor, both, cycle / replay", "",
+        [](Of m) -> Cell {
+          return (mean(m.cycle.processor) + mean(m.cycle.server)) /
+                 (mean(m.replay.processor) + mean(m.replay.server));
+        }},
+       {"peak memory", "MiB", [](Of m) -> Cell { return m.peak_kib / 1024; }, "below the next"},
+       {M("%.0f MiB + %.0f x report", kGoalMemoryMib, kGoalMemoryOfReport), "MiB",
+        [](Of m) -> Cell { return kGoalMemoryMib + kGoalMemoryOfReport * m.report_kib / 1024; }},
+       {"statements", "", [](Of m) -> Cell { return static_cast<double>(m.statements); }},
+       {"statements while tracing, none from memory", "",
+        [](Of m) -> Cell { return static_cast<double>(m.traced_statements); }},
+       {"processor of the server, replay of those", "ms",
+        [](Of m) -> Cell { return mean(m.traced_replay.server); }},
+       {"fetched ahead", "", [](Of m) -> Cell { return m.ahead; }},
+       {"never taken", "", [](Of m) -> Cell { return m.never_taken; }},
+       {"waits for the server", "", [](Of m) -> Cell { return m.waits; }},
+       {"stops, the answer not being there yet", "", [](Of m) -> Cell { return m.stops; }},
+       {"stopped, all together", "ms", [](Of m) -> Cell { return m.blocked_ms; }},
+       {"processes started", "", [](Of m) -> Cell { return m.processes; }}});
   add_item_rows(section, all, start_up);
   section.note +=
       "Look-ups that a report repeats are answered from memory; while tracing they are sent again. "

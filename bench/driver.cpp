@@ -74,7 +74,7 @@ Section measure_steering(Server& server, Effort effort) {
   return section;
 }
 
-Table measure(const Options& options, Launcher launcher, Server& server) {
+Table measure(const Options& options, Launcher& launcher, Server& server) {
   Table table;
   StartUp start_up{};
   if (options.wants("start-up") || options.wants("cycle")) {
@@ -141,7 +141,7 @@ int main(int argc, char** argv) try {
   Server server;
   const Machine before = Machine::now();
   const double server_before_ms = server.processor_ms();
-  const Table table = measure(options, std::move(launcher), server);
+  const Table table = measure(options, launcher, server);
   const std::string head =
       machine_name() + "\n" + disturbance(before, server, server_before_ms) + "\n";
   std::printf("\n%s%s", head.c_str(), as_text(table).c_str());

@@ -72,11 +72,6 @@ kit::Usage Launcher::run(const kit::Words& words, const kit::Words& environment)
   return usage;
 }
 
-Launcher::Launcher(Launcher&& other) noexcept
-    : socket_(std::exchange(other.socket_, -1)), process_(std::move(other.process_)) {}
-
 Launcher::~Launcher() {
-  if (socket_ >= 0) {
-    close(socket_);
-  }
+  close(socket_);
 }

@@ -12,7 +12,6 @@ class Launcher {
  public:
   Launcher();
   ~Launcher();
-  Launcher(Launcher&& other) noexcept;
   Launcher(const Launcher&) = delete;
   Launcher& operator=(const Launcher&) = delete;
 

@@ -1,11 +1,11 @@
 #include <benchmark/benchmark.h>
 
-#include <fstream>
 #include <map>
 
 #include "db/connection.h"
 #include "db/schema.h"
 #include "figures.h"
+#include "kit/files.h"
 #include "platform/text.h"
 #include "reports/report.h"
 #include "sections.h"
@@ -19,11 +19,7 @@ constexpr const char* kReport = "/tmp/bench-report.ini";
 const std::string kNoKey;
 
 std::string write_report(ReportSize size) {
-  ReportPlan plan{1, size, {}, 0};
-  for (int i = 0; i < neighbours_heard(size); ++i) {
-    plan.neighbours.push_back(2 + i);
-  }
-  std::ofstream(kReport, std::ios::binary) << report_text(plan);
+  kit::write_file(kReport, report_text(crowded(size)));
   return kReport;
 }
 
@@ -34,38 +30,32 @@ void load(benchmark::State& state, ReportSize size) {
   }
 }
 
+/// Looks all keys of a kind of sections up, on both bands, up to the first that lacks the first key.
+void look_up(const Report& report, const std::string& kind, const kit::Words& keys) {
+  for (const char* band : {"", "5G "}) {
+    for (int n = 1;; ++n) {
+      const std::string section = kind + M("%s%02d", band, n);
+      if (!report.text(section, keys.front().c_str())) {
+        break;
+      }
+      for (const std::string& key : keys) {
+        benchmark::DoNotOptimize(report.text(section, key.c_str()));
+      }
+    }
+  }
+}
+
 /// Every key of every station and heard radio, as the parsers ask for them.
-void look_up(benchmark::State& state, ReportSize size) {
+void look_all_up(benchmark::State& state, ReportSize size) {
   const std::optional<Report> report = Report::load(write_report(size), kNoKey);
   for (auto _ : state) {
     for (int slot = 1; slot <= 8; ++slot) {
-      for (const char* band : {"", "5G "}) {
-        for (int n = 1;; ++n) {
-          const std::string section = M("%02d client %s%02d", slot, band, n);
-          if (!report->text(section, "ADDR")) {
-            break;
-          }
-          for (const char* key : {"AID", "CHAN", "RSSI", "IDLE", "TXSEQ", "RXSEQ"}) {
-            benchmark::DoNotOptimize(report->number(section, key));
-          }
-          for (const char* key : {"RATE", "RXRATE"}) {
-            benchmark::DoNotOptimize(report->text(section, key));
-          }
-        }
-      }
+      look_up(*report, M("%02d client ", slot),
+              {"ADDR", "AID", "CHAN", "RSSI", "IDLE", "TXSEQ", "RXSEQ", "RATE", "RXRATE"});
     }
-    for (const char* band : {"", "5G "}) {
-      for (int n = 1;; ++n) {
-        const std::string section = M("Cell %s%02d", band, n);
-        if (!report->text(section, "Address")) {
-          break;
-        }
-        for (const char* key :
-             {"ESSID", "Mode", "Frequency", "Quality", "Signal", "Noise", "Encryption_key"}) {
-          benchmark::DoNotOptimize(report->text(section, key));
-        }
-      }
-    }
+    look_up(
+        *report, "Cell ",
+        {"Address", "ESSID", "Mode", "Frequency", "Quality", "Signal", "Noise", "Encryption_key"});
   }
 }
 
@@ -145,7 +135,7 @@ Section measure_parts_by_size(Effort effort) {
   say("parts of a process, by size");
   for (const ReportSize size : kSizes) {
     benchmark::RegisterBenchmark(("load " + as_text(size)).c_str(), load, size);
-    benchmark::RegisterBenchmark(("look up " + as_text(size)).c_str(), look_up, size);
+    benchmark::RegisterBenchmark(("look up " + as_text(size)).c_str(), look_all_up, size);
   }
   Collector collector;
   run_all(collector, effort);

@@ -1,6 +1,7 @@
 #include "report_text.h"
 
 #include <array>
+#include <numeric>
 
 #include "kit/report_text.h"
 #include "platform/text.h"
@@ -134,6 +135,10 @@ std::string report_text(const ReportPlan& plan) {
   return report.text();
 }
 
-int neighbours_heard(ReportSize size) {
-  return (size.radios / kRadiosOfAnAp + kRadiosOfAnAp - 1) / kRadiosOfAnAp;
+ReportPlan crowded(ReportSize size) {
+  const int managed = size.radios / kRadiosOfAnAp;
+  ReportPlan plan{1, size, {}, 0};
+  plan.neighbours.resize(static_cast<std::size_t>((managed + kRadiosOfAnAp - 1) / kRadiosOfAnAp));
+  std::iota(plan.neighbours.begin(), plan.neighbours.end(), plan.ap + 1);
+  return plan;
 }

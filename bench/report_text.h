@@ -34,5 +34,5 @@ std::string station_mac(int ap, int n);
 /// The report as the text of an INI file.
 std::string report_text(const ReportPlan& plan);
 
-/// How many managed APs are heard in a report of that size.
-int neighbours_heard(ReportSize size);
+/// AP 1 with as many neighbours, from AP 2 on, as are heard in a report of that size.
+ReportPlan crowded(ReportSize size);

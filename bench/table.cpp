@@ -34,32 +34,6 @@ std::string as_text(const Cell& cell) {
   return M("%.*f", digits, number);
 }
 
-Json as_json(const Cell& cell) {
-  return cell.number ? Json(*cell.number) : cell.text.empty() ? Json() : Json(cell.text);
-}
-
-Json as_json(const FigureRow& row) {
-  Json values = Json::array();
-  for (const Cell& cell : row.cells) {
-    values.push_back(as_json(cell));
-  }
-  return {{"label", row.label},
-          {"unit", row.unit},
-          {"values", std::move(values)},
-          {"goal", row.goal.empty() ? Json() : Json(row.goal)}};
-}
-
-Json as_json(const Section& section) {
-  Json rows = Json::array();
-  for (const FigureRow& row : section.rows) {
-    rows.push_back(as_json(row));
-  }
-  return {{"title", section.title},
-          {"columns", section.columns},
-          {"rows", std::move(rows)},
-          {"note", section.note}};
-}
-
 Cell cell_of(const std::string& text) {
   double number = 0;
   const char* end = text.data() + text.size();
@@ -97,6 +71,24 @@ std::string section_as_text(const Section& section) {
 
 }  // namespace
 
+// What the library calls for the elements of a list.
+
+static void to_json(Json& json, const Cell& cell) {
+  json = cell.number ? Json(*cell.number) : cell.text.empty() ? Json() : Json(cell.text);
+}
+
+static void to_json(Json& json, const FigureRow& row) {
+  json = {
+      {"label", row.label}, {"unit", row.unit}, {"values", row.cells}, {"goal", Cell(row.goal)}};
+}
+
+static void to_json(Json& json, const Section& section) {
+  json = {{"title", section.title},
+          {"columns", section.columns},
+          {"rows", section.rows},
+          {"note", section.note}};
+}
+
 std::string as_text(const Table& table) {
   std::string text;
   for (const Section& section : table) {
@@ -106,11 +98,7 @@ std::string as_text(const Table& table) {
 }
 
 std::string as_json(const std::string& head, const Table& table) {
-  Json sections = Json::array();
-  for (const Section& section : table) {
-    sections.push_back(as_json(section));
-  }
-  return Json{{"head", head}, {"sections", std::move(sections)}}.dump(1) + "\n";
+  return Json{{"head", head}, {"sections", table}}.dump(1) + "\n";
 }
 
 Section section_of(std::string_view title, std::string_view tabs) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -35,6 +37,25 @@ struct Section {
 };
 
 using Table = std::vector<Section>;
+
+/// A row that shows one figure of every measurement, in the order of the columns.
+template <class Measured>
+struct Figure {
+  std::string label;
+  std::string unit;
+  Cell (*of)(const Measured& measured);
+  std::string goal = {};
+};
+
+template <class Measured>
+void add_rows(Section& section, const std::vector<Measured>& all,
+              const std::vector<Figure<Measured>>& figures) {
+  for (const Figure<Measured>& figure : figures) {
+    FigureRow& row =
+        section.rows.emplace_back(FigureRow{figure.label, figure.unit, {}, figure.goal});
+    std::transform(all.begin(), all.end(), std::back_inserter(row.cells), figure.of);
+  }
+}
 
 /// The section of a table of tabs, as the scripts beside the driver print it: the first line names
 /// the rows, and every other line becomes a column. The first field is the column's own name. What
