@@ -97,6 +97,15 @@ void set_options(MYSQL* mysql, Clock::duration connect_limit) {
   mysql_options(mysql, MYSQL_OPT_LOCAL_INFILE, &off);
 }
 
+int connected_sessions = 0;
+
+/// Without a connection there is nothing to wait for.
+void rest_unless_connected() {
+  if (connected_sessions == 0) {
+    wait_budget_rest();
+  }
+}
+
 /// The server's refusal of a connection beyond those it allows.
 constexpr unsigned int kTooManyConnections = 1040;
 
@@ -113,7 +122,9 @@ MYSQL* connect_by(Clock::time_point end) {
     if (mysql == nullptr) {
       return nullptr;
     }
-    set_options(mysql, std::min<Clock::duration>(kConnectLimit, end - Clock::now()));
+    const auto limit = std::min<Clock::duration>(kConnectLimit, end - Clock::now());
+    set_options(mysql, limit);
+    const BudgetedWait wait(std::chrono::duration_cast<WaitTime>(limit));
     if (mysql_real_connect(mysql, nullptr, nullptr, nullptr, nullptr, 0, nullptr, 0) != nullptr) {
       return mysql;
     }
@@ -141,12 +152,9 @@ MYSQL* new_handle() {
 std::unique_ptr<MySession> MySession::connect() {
   const auto start = Clock::now();
   const WaitTime left = wait_budget_left();
-  MYSQL* mysql = nullptr;
-  {
-    const BudgetedWait wait(-1);
-    mysql = connect_by(start + std::min(kAnswerLimit, left));
-  }
+  MYSQL* mysql = connect_by(start + std::min(kFullLimit, left));
   if (mysql == nullptr) {
+    rest_unless_connected();
     if (Clock::now() - start >= std::min(kConnectLimit, left)) {
       wait_budget_end();
     }
@@ -164,8 +172,14 @@ std::unique_ptr<MySession> MySession::connect() {
   return session;
 }
 
+MySession::MySession(MYSQL* connected) : mysql_(connected) {
+  ++connected_sessions;
+}
+
 MySession::~MySession() {
   mysql_close(mysql_);
+  --connected_sessions;
+  rest_unless_connected();
 }
 
 int MySession::socket() const {
@@ -183,7 +197,7 @@ MyTicket MySession::send(std::string_view statement) {
   if (lost_) {
     return 0;
   }
-  const BudgetedWait wait(socket());
+  const BudgetedWait wait(kAnswerLimit, socket());
   if (mysql_send_query(mysql_, statement.data(), static_cast<unsigned long>(statement.size())) !=
       0) {
     lose({mysql_errno(mysql_), mysql_error(mysql_)});
@@ -199,7 +213,7 @@ void MySession::collect_one() {
   sent_.pop_front();
   sent_bytes_ -= next.bytes;
 
-  const BudgetedWait wait(socket());
+  const BudgetedWait wait(kAnswerLimit, socket());
   last_insert_id_ = 0;
   std::uint64_t changed_rows = 0;
   bool failed = mysql_read_query_result(mysql_) != 0;

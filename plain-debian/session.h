@@ -77,7 +77,7 @@ struct MySession {
     std::unique_ptr<MyResult> rows;
   };
 
-  explicit MySession(MYSQL* connected) : mysql_(connected) {}
+  explicit MySession(MYSQL* connected);
 
   void collect_one();
   void collect_up_to(MyTicket ticket);
