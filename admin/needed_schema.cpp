@@ -22,23 +22,6 @@ Names words(const std::string& text) {
   return names;
 }
 
-Names registry_columns() {
-  Names columns = words(
-      "SN MAC IP Name Status action fw_upgrade STime ETime pf_id 5G_pf_id wired_id cpu_util "
-      "memory_util fw_version uptime poe wired_max op_mode ssid_max wireless_mode_list "
-      "high_txpower_list high_power txpower_list channel_list channel_ext_list channel 5G_ssid_max "
-      "5G_wireless_mode_list 5G_high_power 5G_channel_ext_list 5G_channel");
-  for (int band = 1; band <= 4; ++band) {
-    for (const char* format :
-         {"5G_high_txpower_list_%d", "5G_txpower_list_%d", "5G_channel_list_%d",
-          "5G_channel_list_%d_toTxpower", "5G_channel_list_%d_band"}) {
-      std::string name = format;
-      columns.push_back(name.replace(name.find("%d"), 2, std::to_string(band)));
-    }
-  }
-  return columns;
-}
-
 /// "`a`, `b`"
 std::string quoted(const Names& names) {
   std::string text;
@@ -216,62 +199,6 @@ Findings compare_per_ap(const Schema& schema, NeededTable needed) {
 }
 
 }  // namespace
-
-const std::vector<NeededTable>& needed_tables() {
-  static const std::vector<NeededTable> tables{
-      {AP_INFO,
-       "ap_list",
-       "10-ap-info.sql",
-       registry_columns(),
-       {},
-       {{KeyUse::single, {"SN"}}, {KeyUse::single, {"MAC"}}},
-       "SN"},
-      {AP_INFO,
-       "ap_profile",
-       "10-ap-info.sql",
-       words("SN SSID"),
-       {"SSID"},
-       {{KeyUse::look_up, {"SN"}}, {KeyUse::look_up, {"SSID"}}},
-       ""},
-      {AP_CLIENT,
-       "legal",
-       "20-ap-client.sql",
-       words("utime ap refer_ap mac essid essid_sn mode rate channel transmit_power quality signal "
-             "noise security"),
-       {"essid"},
-       {{KeyUse::replace, {"refer_ap", "mac"}}, {KeyUse::look_up, {"ap", "refer_ap"}}},
-       ""},
-      {AP_CLIENT,
-       "illegal",
-       "20-ap-client.sql",
-       words("utime ap_sn mac essid mode channel quality signal noise encryption"),
-       {"essid"},
-       {{KeyUse::replace, {"mac"}}, {KeyUse::look_up, {"ap_sn"}}},
-       ""},
-      {AP_CLIENT,
-       "block",
-       "20-ap-client.sql",
-       words("mac utime ssid aid channel tx_rate rx_rate rssi idle tx_seq rx_seq refer_ap_sn"),
-       {},
-       {{KeyUse::replace, {"mac"}}, {KeyUse::look_up, {"refer_ap_sn", "ssid"}}},
-       ""},
-      {AP_CLIENT,
-       "client",
-       "20-ap-client.sql",
-       words("mac name cmac rssi gateway ttl hop"),
-       {},
-       {{KeyUse::single, {"mac"}}},
-       ""},
-      {AP_USER, "app_login", "30-ap-user.sql", words("ID TYPE"), {}, {}, ""},
-      {AP_USER,
-       "client_name",
-       "30-ap-user.sql",
-       words("MAC Name"),
-       {},
-       {{KeyUse::look_up, {"MAC"}}},
-       ""}};
-  return tables;
-}
 
 const NeededTable& needed_client_table() {
   static const NeededTable table{

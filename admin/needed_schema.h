@@ -47,7 +47,7 @@ struct Table {
 /// A server's tables by "database.table".
 using Schema = std::map<std::string, Table>;
 
-/// Every table that has to be there beforehand.
+/// Every table that has to be there beforehand, as the shipped schema files make it.
 const std::vector<NeededTable>& needed_tables();
 
 /// What every existing table of the stations (of the poorly served ones) of an AP has to look like;

@@ -1,10 +1,11 @@
 #include "report.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
-#include "escape.h"
 #include "platform/text.h"
 #include "values/paths.h"
+#include "values/utf8.h"
 
 namespace {
 
@@ -68,37 +69,28 @@ std::string server_text(const Server& server) {
          "\n";
 }
 
-std::string json_finding(const Finding& finding) {
-  return M(R"({"severity": "%s", "name": )", severity_name(finding.severity)) +
-         json_text(finding.name) + ", \"what\": " + json_text(finding.what) +
-         ", \"advice\": " + json_text(finding.advice) + "}";
+std::string hexadecimal(char byte) {
+  return M("\\x%02x", static_cast<unsigned char>(byte));
 }
 
-std::string json_setting(const Setting& setting) {
-  return "{\"section\": " + json_text(setting.section) + ", \"key\": " + json_text(setting.key) +
-         ", \"value\": " + json_text(setting.value) +
-         ", \"source\": " + json_text(setting.set ? paths::kSettings : "default") +
-         ", \"meaning\": " + json_text(setting.meaning) + "}";
-}
-
-template <typename Element>
-std::string json_list(const std::vector<Element>& elements,
-                      std::string (*as_object)(const Element&)) {
-  std::string text = "[";
-  for (const Element& element : elements) {
-    text += (text.size() == 1 ? "\n    " : ",\n    ") + as_object(element);
-  }
-  return text + "]";
-}
-
-std::string json_server(const Server& server) {
-  return M(R"({"reached": %s, "version": )", server.reached ? "true" : "false") +
-         json_text(server.version) + ", \"host\": " + json_text(server.host) +
-         ", \"user\": " + json_text(server.user) +
-         ", \"encryption\": " + json_text(server.encryption) + "}";
+bool is_control(std::string_view letter) {
+  const auto first = static_cast<unsigned char>(letter[0]);
+  return first < 0x20 || first == 0x7F ||
+         (first == 0xC2 && static_cast<unsigned char>(letter[1]) < 0xA0);
 }
 
 }  // namespace
+
+std::string printable_text(std::string_view text) {
+  std::string result;
+  while (!text.empty()) {
+    const std::size_t length = utf8_length(text);
+    const std::string_view letter = text.substr(0, std::max<std::size_t>(length, 1));
+    result += length == 0 || is_control(letter) ? hexadecimal(letter.back()) : std::string(letter);
+    text.remove_prefix(letter.size());
+  }
+  return result;
+}
 
 std::string as_text(const CheckReport& report) {
   std::string text = "ap-run " + report.version + "\n\n" + settings_text(report) +
@@ -116,9 +108,32 @@ std::string as_text(const CheckReport& report) {
 }
 
 std::string as_json(const CheckReport& report) {
-  return "{\n  \"version\": " + json_text(report.version) +
-         M(",\n  \"status\": %d", exit_status(report.findings)) +
-         ",\n  \"settings\": " + json_list(report.settings, json_setting) +
-         ",\n  \"database\": " + json_server(report.server) +
-         ",\n  \"findings\": " + json_list(report.findings, json_finding) + "\n}\n";
+  using Json = nlohmann::ordered_json;
+  const Server& server = report.server;
+  Json settings = Json::array();
+  for (const Setting& setting : report.settings) {
+    settings.push_back({{"section", setting.section},
+                        {"key", setting.key},
+                        {"value", setting.value},
+                        {"source", setting.set ? paths::kSettings : "default"},
+                        {"meaning", setting.meaning}});
+  }
+  Json findings = Json::array();
+  for (const Finding& finding : report.findings) {
+    findings.push_back({{"severity", severity_name(finding.severity)},
+                        {"name", finding.name},
+                        {"what", finding.what},
+                        {"advice", finding.advice}});
+  }
+  const Json all{{"version", report.version},
+                 {"status", exit_status(report.findings)},
+                 {"settings", settings},
+                 {"database",
+                  {{"reached", server.reached},
+                   {"version", server.version},
+                   {"host", server.host},
+                   {"user", server.user},
+                   {"encryption", server.encryption}}},
+                 {"findings", findings}};
+  return all.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "database_check.h"
@@ -14,6 +15,10 @@ struct CheckReport {
   Server server;
   Findings findings;
 };
+
+/// `text`, any bytes, for a terminal: control characters and bytes that belong to no UTF-8 character
+/// become "\x1b" and the like.
+std::string printable_text(std::string_view text);
 
 /// For people.
 std::string as_text(const CheckReport& report);

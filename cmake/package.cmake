@@ -37,7 +37,7 @@ install(FILES packaging/lintian-overrides DESTINATION share/lintian/overrides RE
 if(AP_RUN_STATIC_CLIENT)
   string(REGEX MATCH "^[0-9]+" compiler ${CMAKE_CXX_COMPILER_VERSION})
   foreach(package libmariadb-dev libiniparser-dev libssl-dev libzstd-dev zlib1g-dev
-                  libstdc++-${compiler}-dev)
+                  libcli11-dev nlohmann-json3-dev libstdc++-${compiler}-dev)
     install(FILES /usr/share/doc/${package}/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR}/linked-in
             RENAME ${package} ${only_packaged})
   endforeach()

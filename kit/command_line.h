@@ -2,11 +2,21 @@
 
 #include <CLI/CLI.hpp>
 #include <optional>
+#include <string>
 
 namespace kit {
 
 /// Reads the command line. What main is to end with, if it is to end: 0 after --help, 2 after the
-/// user was told what is wrong.
-std::optional<int> read_command_line(CLI::App& app, int argc, char** argv);
+/// user was told in one line what is wrong. In the header, so that what is shipped need not link the
+/// kit.
+inline std::optional<int> read_command_line(CLI::App& app, int argc, char** argv) try {
+  app.failure_message([](const CLI::App* failed, const CLI::Error& error) {
+    return failed->get_name() + ": " + error.what() + " (see --help)\n";
+  });
+  app.parse(argc, argv);
+  return std::nullopt;
+} catch (const CLI::ParseError& error) {
+  return app.exit(error) == 0 ? 0 : 2;
+}
 
 }  // namespace kit

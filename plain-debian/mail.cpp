@@ -7,6 +7,7 @@
 #include "platform/text.h"
 #include "store.h"
 #include "values/paths.h"
+#include "values/utf8.h"
 
 struct MailHandle {};
 
@@ -51,35 +52,6 @@ bool is_plain(std::string_view text) {
   return text.find("=?") == std::string_view::npos;
 }
 
-std::size_t utf8_length(std::string_view text, std::size_t at) {
-  const auto byte = [&](std::size_t i) {
-    return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
-  };
-  const unsigned int first = byte(at);
-  const std::size_t length = first < 0x80                     ? 1
-                             : first >= 0xC2 && first <= 0xDF ? 2
-                             : (first & 0xF0) == 0xE0         ? 3
-                             : first >= 0xF0 && first <= 0xF4 ? 4
-                                                              : 0;
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byte(at + i) & 0xC0) != 0x80) {
-      return 0;
-    }
-  }
-  return length;
-}
-
-bool is_utf8(std::string_view text) {
-  for (std::size_t at = 0; at < text.size();) {
-    const std::size_t length = utf8_length(text, at);
-    if (length == 0) {
-      return false;
-    }
-    at += length;
-  }
-  return true;
-}
-
 std::string base64(std::string_view bytes) {
   static constexpr std::string_view kDigits =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -108,7 +80,7 @@ std::string header_text(std::string_view text) {
   while (!text.empty()) {
     std::size_t length = 0;
     while (length < text.size()) {
-      const std::size_t next = utf8 ? utf8_length(text, length) : 1;
+      const std::size_t next = utf8 ? utf8_length(text.substr(length)) : 1;
       if (length + next > kEncodedWordBytes) {
         break;
       }

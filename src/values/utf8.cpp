@@ -1,0 +1,41 @@
+#include "values/utf8.h"
+
+namespace {
+
+struct Lead {
+  unsigned char first, last;  // range of first bytes
+  std::size_t length;
+  unsigned char second_from, second_to;  // range of second bytes; narrower than 80 to BF where that
+                                         // keeps overlong forms, surrogates and 110000 on out
+};
+
+constexpr Lead kLeads[] = {
+    {0x00, 0x7F, 1, 0x00, 0x00}, {0xC2, 0xDF, 2, 0x80, 0xBF}, {0xE0, 0xE0, 3, 0xA0, 0xBF},
+    {0xE1, 0xEC, 3, 0x80, 0xBF}, {0xED, 0xED, 3, 0x80, 0x9F}, {0xEE, 0xEF, 3, 0x80, 0xBF},
+    {0xF0, 0xF0, 4, 0x90, 0xBF}, {0xF1, 0xF3, 4, 0x80, 0xBF}, {0xF4, 0xF4, 4, 0x80, 0x8F}};
+
+}  // namespace
+
+std::size_t utf8_length(std::string_view text) {
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  for (const Lead& lead : kLeads) {
+    if (text.size() < lead.length || byte(0) < lead.first || byte(0) > lead.last) {
+      continue;
+    }
+    for (std::size_t i = 1; i < lead.length; ++i) {
+      if (byte(i) < (i == 1 ? lead.second_from : 0x80) ||
+          byte(i) > (i == 1 ? lead.second_to : 0xBF)) {
+        return 0;
+      }
+    }
+    return lead.length;
+  }
+  return 0;
+}
+
+bool is_utf8(std::string_view text) {
+  while (const std::size_t length = utf8_length(text)) {
+    text.remove_prefix(length);
+  }
+  return text.empty();
+}
