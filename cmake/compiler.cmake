@@ -1,6 +1,7 @@
 add_compile_options(-Wall -Wextra -Wpedantic -Wformat=2 -Wconversion -Wshadow)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-  add_compile_options(-Wno-restrict) # g++ 12 warns of overlaps inside std::string that cannot be
+  # g++ 12 warns of overlaps inside std::string and of values of empty std::optionals that cannot be.
+  add_compile_options(-Wno-restrict -Wno-maybe-uninitialized)
 endif()
 if(AP_RUN_WERROR)
   add_compile_options(-Werror)

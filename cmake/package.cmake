@@ -26,6 +26,11 @@ install(FILES ${packaging}/changelog.gz packaging/copyright docs/operating.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES packaging/tmpfiles.conf DESTINATION lib/tmpfiles.d RENAME ap-run.conf)
 
+# As Debian names what the compiler builds for.
+execute_process(
+  COMMAND dpkg-architecture --host-type ${CMAKE_LIBRARY_ARCHITECTURE} --query DEB_HOST_ARCH
+  OUTPUT_VARIABLE architecture OUTPUT_STRIP_TRAILING_WHITESPACE)
+
 # Only in the package, which keeps what administrators have changed: a plain install would not.
 set(only_packaged COMPONENT configuration EXCLUDE_FROM_ALL)
 set(administrators_eyes PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ)
@@ -35,9 +40,12 @@ install(FILES packaging/logrotate.conf DESTINATION /etc/logrotate.d RENAME ap-ru
 install(FILES packaging/lintian-overrides DESTINATION share/lintian/overrides RENAME ap-run
         ${only_packaged})
 if(AP_RUN_STATIC_CLIENT)
-  string(REGEX MATCH "^[0-9]+" compiler ${CMAKE_CXX_COMPILER_VERSION})
-  foreach(package libmariadb-dev libiniparser-dev libssl-dev libzstd-dev zlib1g-dev
-                  libcli11-dev nlohmann-json3-dev libstdc++-${compiler}-dev)
+  string(REGEX REPLACE "[.].*" "-dev" cxx_library libstdc++-${CMAKE_CXX_COMPILER_VERSION})
+  if(CMAKE_CROSSCOMPILING)
+    string(APPEND cxx_library -${architecture}-cross)
+  endif()
+  foreach(package libmariadb-dev libiniparser-dev libssl-dev libzstd-dev zlib1g-dev libcli11-dev
+                  nlohmann-json3-dev ${cxx_library})
     install(FILES /usr/share/doc/${package}/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR}/linked-in
             RENAME ${package} ${only_packaged})
   endforeach()
@@ -60,9 +68,7 @@ set(CPACK_COMPONENTS_ALL Unspecified configuration)
 set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-execute_process(
-  COMMAND dpkg-architecture --host-type ${CMAKE_LIBRARY_ARCHITECTURE} --query DEB_HOST_ARCH
-  OUTPUT_VARIABLE CPACK_DEBIAN_PACKAGE_ARCHITECTURE OUTPUT_STRIP_TRAILING_WHITESPACE)
+set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${architecture})
 set(CPACK_DEBIAN_DEBUGINFO_PACKAGE ON)
 set(CPACK_OBJCOPY_EXECUTABLE ${CMAKE_OBJCOPY})
 set(CPACK_READELF_EXECUTABLE ${CMAKE_READELF})

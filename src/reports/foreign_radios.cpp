@@ -130,6 +130,7 @@ Cells last_of_each(std::span<const cell_record* const> cells) {
     last[my_tolower(cell->mac)] = cell;
   }
   Cells sorted;
+  sorted.reserve(last.size());
   for (const auto& [mac, cell] : last) {
     sorted.push_back(cell);
   }
@@ -143,6 +144,7 @@ constexpr std::size_t kTogether = 16;
 /// Stores all of `parts`; afterwards these are the ones that the server has undone.
 Done store_all(Connection& db, int sn, std::vector<Cells>& parts) {
   std::vector<Attempt> attempts;
+  attempts.reserve(parts.size());
   for (const Cells& part : parts) {
     attempts.push_back(store(db, sn, part));
   }
