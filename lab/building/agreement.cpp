@@ -37,32 +37,26 @@ Agreement compare(const std::string& what, const Rows& building, const Rows& tab
 
 /// Rows of the tables as one text each, by the name of the comparison.
 std::map<std::string, Rows> stored_rows() {
-  std::map<std::string, std::string> mac_of;  // by serial number
-  std::string statements;
-  for (const Words& row : query("SELECT SN, MAC, Status FROM AP_INFO.ap_list;\n")) {
-    mac_of[row[0]] = row[1];
-    statements += "SELECT 'ap', '" + row[1] + "', '" + row[2] + "', '';\n";
-  }
-  for (const Words& row :
-       query("SELECT RIGHT(TABLE_NAME, LENGTH(TABLE_NAME) - 3) FROM information_schema.TABLES "
-             "WHERE TABLE_SCHEMA='AP_CLIENT' AND TABLE_NAME LIKE 'AP\\_%';\n")) {
-    const auto owner = mac_of.find(format("%d", static_cast<int>(number_in(row[0]).value_or(0))));
-    if (owner != mac_of.end()) {
-      statements +=
-          "SELECT 'station', mac, '" + owner->second + "', '' FROM AP_CLIENT.AP_" + row[0] + ";\n";
-    }
-  }
-  statements +=
-      "SELECT 'block', b.mac, a.MAC, '' FROM AP_CLIENT.block b JOIN AP_INFO.ap_list a ON a.SN="
-      "b.refer_ap_sn;\n"
-      "SELECT 'sighting', l.mac, a.MAC, '' FROM AP_CLIENT.legal l JOIN AP_INFO.ap_list a ON a.SN="
-      "l.refer_ap;\n"
-      "SELECT 'foreign', i.mac, a.MAC, '' FROM AP_CLIENT.illegal i JOIN AP_INFO.ap_list a ON "
-      "FIND_IN_SET(a.SN, i.ap_sn) > 0;\n";
   std::map<std::string, Rows> rows;
-  for (const Words& row : query(statements)) {
-    rows[row[0]].insert(row[1] + " at " + row[2]);
+  const auto add = [&rows](const char* comparison, const std::string& statement) {
+    for (const kit::SqlRow& row : query(statement)) {
+      rows[comparison].insert(row[0] + " at " + row[1]);
+    }
+  };
+  add("ap", "SELECT MAC, Status FROM AP_INFO.ap_list");
+  for (const kit::SqlRow& table : query(
+           "SELECT t.TABLE_NAME, a.MAC FROM information_schema.TABLES t JOIN AP_INFO.ap_list a ON "
+           "t.TABLE_NAME=CONCAT('AP_', LPAD(a.SN, GREATEST(3, LENGTH(a.SN)), '0')) "
+           "WHERE t.TABLE_SCHEMA='AP_CLIENT'")) {
+    add("station", "SELECT mac, '" + table[1] + "' FROM AP_CLIENT." + table[0]);
   }
+  add("block",
+      "SELECT b.mac, a.MAC FROM AP_CLIENT.block b JOIN AP_INFO.ap_list a ON a.SN=b.refer_ap_sn");
+  add("sighting",
+      "SELECT l.mac, a.MAC FROM AP_CLIENT.legal l JOIN AP_INFO.ap_list a ON a.SN=l.refer_ap");
+  add("foreign",
+      "SELECT i.mac, a.MAC FROM AP_CLIENT.illegal i JOIN AP_INFO.ap_list a ON "
+      "FIND_IN_SET(a.SN, i.ap_sn) > 0");
   return rows;
 }
 

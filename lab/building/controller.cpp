@@ -1,12 +1,8 @@
 #include "building/controller.h"
-#include "values/paths.h"
 
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/inotify.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 extern "C" {  // the header forgets that it may be read by C++
@@ -14,11 +10,14 @@ extern "C" {  // the header forgets that it may be read by C++
 }
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <utility>
+
+#include "kit/child.h"
+#include "kit/files.h"
+#include "values/paths.h"
 
 namespace fs = std::filesystem;
 
@@ -26,28 +25,22 @@ namespace lab {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr std::string_view kPrefix = "[CMD]=";
 constexpr std::string_view kUpdate = ".update";
 constexpr const char* kSaid = "/var/log/ap-run/hooks.log";  // what a hook prints, if ever
-
-double milliseconds(const timeval& time) {
-  return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) / 1e3;
-}
 
 }  // namespace
 
 struct Controller::Running {
   Hook hook;
-  pid_t process = 0;
-  int ended = -1;  // readable when the process has ended
-  Clock::time_point since;
+  kit::Child child;
+  int ended;  // readable when the process has ended
 };
 
 Controller::Controller(int parallel)
     : parallel_(static_cast<std::size_t>(parallel)),
-      watch_(inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
+      watch_(inotify_init1(IN_CLOEXEC | IN_NONBLOCK)),
+      said_(open(kSaid, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644)) {
   // A command appears by a link or a renaming, so it is whole when it can be seen.
   if (watch_ < 0 || inotify_add_watch(watch_, paths::kCommands, IN_CREATE | IN_MOVED_TO) < 0) {
     std::perror(paths::kCommands);
@@ -57,45 +50,24 @@ Controller::Controller(int parallel)
 
 Controller::~Controller() {
   close(watch_);
+  close(said_);
 }
 
-Controller::Running Controller::start(const Hook& hook) {
-  Running running{hook, 0, -1, Clock::now()};
-  std::vector<char*> words;
-  for (const std::string& word : hook.words) {
-    words.push_back(const_cast<char*>(word.c_str()));
-  }
-  words.push_back(nullptr);
-  posix_spawn_file_actions_t files;
-  posix_spawn_file_actions_init(&files);
-  posix_spawn_file_actions_addopen(&files, 0, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&files, 1, kSaid, O_WRONLY | O_CREAT | O_APPEND, 0644);
-  posix_spawn_file_actions_adddup2(&files, 1, 2);
-  const std::string path = "/usr/sbin/" + hook.words.front();
-  const int error =
-      posix_spawn(&running.process, path.c_str(), &files, nullptr, words.data(), environ);
-  posix_spawn_file_actions_destroy(&files);
-  running.ended = error == 0 ? pidfd_open(running.process, 0) : -1;
-  if (running.ended < 0) {
-    std::fprintf(stderr, "%s cannot be started\n", path.c_str());
-    std::exit(1);
-  }
-  return running;
+Controller::Running Controller::start(const Hook& hook) const {
+  kit::Child child(kit::Program{"/usr/sbin/" + hook.words.front(), hook.words, {}, -1, said_});
+  const int ended = pidfd_open(child.id(), 0);
+  return {hook, std::move(child), ended};
 }
 
-void Controller::finish(const Running& running, int minute) {
-  const std::chrono::duration<double, std::milli> wall = Clock::now() - running.since;
-  int status = 0;
-  rusage used{};
-  wait4(running.process, &status, 0, &used);
+void Controller::finish(Running& running, int minute) {
+  const kit::Usage usage = running.child.finish();
   close(running.ended);
   const Words& words = running.hook.words;
   const bool typed = words.front() == "ap-command" && words.size() > 1;
   runs_.push_back({words.front() + (typed ? " " + words[1] : ""), running.hook.ap, minute,
-                   wall.count(), milliseconds(used.ru_utime) + milliseconds(used.ru_stime),
-                   static_cast<int>(used.ru_maxrss)});
-  if (status != 0) {
-    std::fprintf(stderr, "%s ended with %d\n", runs_.back().name.c_str(), status);
+                   usage.wall_ms, usage.processor_ms, static_cast<int>(usage.peak_kib)});
+  if (usage.status != 0) {
+    std::fprintf(stderr, "%s ended with %d\n", runs_.back().name.c_str(), usage.status);
   }
 }
 
@@ -137,7 +109,7 @@ void Controller::take_commands() {
       mac.resize(mac.size() - kUpdate.size());
     }
     if (connected_.contains(mac)) {
-      taken_.push_back({mac, file_text(entry.path()).value_or("")});
+      taken_.push_back({mac, kit::content(entry.path())});
       std::error_code ignored;
       fs::remove(entry.path(), ignored);
     }

@@ -52,12 +52,13 @@ class Controller {
 
  private:
   struct Running;
-  static Running start(const Hook& hook);
-  void finish(const Running& running, int minute);
+  Running start(const Hook& hook) const;
+  void finish(Running& running, int minute);
   void take_commands();
 
   std::size_t parallel_;
-  int watch_ = -1;  // of the command directory
+  int watch_;  // of the command directory
+  int said_;   // the file that hooks print to
   std::map<std::string, bool> connected_;
   std::vector<Delivery> taken_;
   std::vector<HookRun> runs_;

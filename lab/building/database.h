@@ -3,16 +3,13 @@
 #include <string>
 #include <vector>
 
-#include "building/text.h"
+#include "kit/sql.h"
 
 namespace lab {
 
-/// Runs statements in the appliance's database with the server's own command-line client; the rows
-/// of all of them, each split at its columns. A failure is told on stderr and yields no rows.
-std::vector<Words> query(const std::string& statements);
-
-/// The bytes as a literal, whatever they are.
-std::string sql_bytes(const std::string& bytes);
+/// Runs a statement in the appliance's database, over a connection of its own. A failure throws
+/// std::runtime_error.
+std::vector<kit::SqlRow> query(const std::string& statement);
 
 /// Gives the SSIDs the profile numbers 1, 2, ... and makes them the profiles of every new AP;
 /// `settings` are lines "number = value" for the program.

@@ -4,9 +4,11 @@
 
 #include <chrono>
 #include <cstdio>
+#include <exception>
 
 #include "building/page.h"
 #include "building/progress.h"
+#include "kit/files.h"
 
 namespace {
 
@@ -83,13 +85,13 @@ bool conclude(const lab::Play& play, const std::vector<lab::Agreement>& agreemen
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   Options options;
   if (!read_options(argc, argv, options)) {
     std::fputs(kUsage, stderr);
     return 2;
   }
-  const std::optional<std::string> text = lab::file_text(options.scenario);
+  const std::optional<std::string> text = kit::read_file(options.scenario);
   std::string problem = text ? "" : "cannot be read\n";
   lab::Scenario scenario = lab::parse_scenario(text.value_or(""), problem);
   if (!problem.empty()) {
@@ -112,15 +114,18 @@ int main(int argc, char** argv) {
   const bool agree = conclude(play, agreements, took.count());
   bool written = true;
   if (!options.log.empty()) {
-    written = lab::write_text(options.log, lab::log_of(play.world()));
+    written = kit::write_file(options.log, lab::log_of(play.world()));
   }
   if (!options.page.empty()) {
-    const std::string page_template = lab::file_text(kTemplate).value_or("");
+    const std::string page_template = kit::content(kTemplate);
     written =
-        lab::write_text(options.page, lab::page_of(play, agreements, page_template)) && written;
+        kit::write_file(options.page, lab::page_of(play, agreements, page_template)) && written;
   }
   if (!written) {
     std::fputs("the page or the log cannot be written\n", stderr);
   }
   return agree && written ? 0 : 1;
+} catch (const std::exception& error) {
+  std::fprintf(stderr, "lab-building: %s\n", error.what());
+  return 1;
 }

@@ -8,6 +8,7 @@
 
 #include "building/database.h"
 #include "building/report_text.h"
+#include "kit/files.h"
 #include "values/paths.h"
 
 namespace fs = std::filesystem;
@@ -85,8 +86,8 @@ void Play::join(const std::vector<int>& aps) {
       images_.erase(image);
       world_.note(Deed::firmware_done, number);
     }
-    write_text(std::string(paths::kCapabilities) + "/" + ap(number).mac,
-               capability_text(world_, ap(number)));
+    kit::write_file(std::string(paths::kCapabilities) + "/" + ap(number).mac,
+                    capability_text(world_, ap(number)));
     world_.bring_up(number);
     controller_.connect(ap(number).mac);
     hooks.push_back({{"ap-up", ap(number).ip, ap(number).mac}, number});
@@ -103,7 +104,7 @@ void Play::leave(int number, Deed why) {
   reported_.erase(number);
   // The program goes by the database's clock, to which all this takes a few seconds. So that it
   // sees an AP that has been there for so many minutes, its joining is dated back.
-  query(format("UPDATE AP_INFO.ap_list SET STime=NOW() - INTERVAL %d MINUTE WHERE MAC='%s';\n",
+  query(format("UPDATE AP_INFO.ap_list SET STime=NOW() - INTERVAL %d MINUTE WHERE MAC='%s'",
                minutes, ap(number).mac.c_str()));
   controller_.run({{{"ap-down", ap(number).mac}, number}}, world_.minute());
 }
@@ -118,7 +119,7 @@ void Play::filter(const Words& words) {
       list += format("%d %s\n", ++listed, station.mac.c_str());
     }
   }
-  write_text(kFilterList, list);
+  kit::write_file(kFilterList, list);
   settings_[kFilterMode] = format("%.0f", mode);
   write_settings();
 }
@@ -150,7 +151,7 @@ void Play::happen(const Happening& happening) {
 
 void Play::offer_firmware(int number, const std::string& version) {
   const std::string image = format("/firmware/%s-%d.bin", version.c_str(), number);
-  write_text(image, version);
+  kit::write_file(image, version);
   images_[number] = image;
   world_.note(Deed::firmware_offer, number);
   controller_.run({{{"ap-command", "3", image, ap(number).mac}, number}}, world_.minute());
@@ -158,7 +159,7 @@ void Play::offer_firmware(int number, const std::string& version) {
 }
 
 void Play::install(int number, const std::string& image) {
-  const std::optional<std::string> version = file_text(image);
+  const std::optional<std::string> version = kit::read_file(image);
   if (!version) {
     return;  // not there: the AP stays as it is
   }
@@ -168,7 +169,7 @@ void Play::install(int number, const std::string& image) {
 
 /// What the update tool was started for since the last look, it does: "-c update -m MAC -f FILE".
 void Play::run_update_tool() {
-  const Words calls = lines_of(file_text(kToolCalls).value_or(""));
+  const Words calls = lines_of(kit::content(kToolCalls));
   for (; tool_calls_ < calls.size(); ++tool_calls_) {
     const Words words = words_of(calls[tool_calls_]);
     if (words.size() < 6 || words[1] != "update" || words[4] != "-f") {
@@ -211,7 +212,7 @@ void Play::report_round() {
       }
       reported_[number] = world_.observe(number);
       const std::string path = std::string(paths::kReports) + "/" + ap(number).mac + ".ini";
-      write_text(path, report_text(world_, ap(number), reported_[number]));
+      kit::write_file(path, report_text(world_, ap(number), reported_[number]));
       hooks.push_back({{"ap-command", "1", path, ap(number).ip, ap(number).mac}, number});
     }
     controller_.run(hooks, world_.minute());

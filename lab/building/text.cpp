@@ -3,9 +3,6 @@
 #include <strings.h>
 
 #include <charconv>
-#include <cstdarg>
-#include <cstdio>
-#include <fstream>
 #include <sstream>
 
 namespace lab {
@@ -39,15 +36,6 @@ Words pieces_of(std::string_view text, char separator) {
   }
 }
 
-Words lines_of(std::string_view text) {
-  Words lines;
-  std::istringstream stream{std::string(text)};
-  for (std::string line; std::getline(stream, line);) {
-    lines.push_back(line);
-  }
-  return lines;
-}
-
 std::optional<double> number_in(std::string_view text) {
   double number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -57,34 +45,6 @@ std::optional<double> number_in(std::string_view text) {
 
 bool equal_ignoring_case(std::string_view a, std::string_view b) {
   return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
-
-std::string format(const char* text, ...) {
-  std::va_list values;
-  va_start(values, text);
-  std::va_list again;
-  va_copy(again, values);
-  std::string result(static_cast<std::size_t>(std::vsnprintf(nullptr, 0, text, values)), '\0');
-  std::vsnprintf(result.data(), result.size() + 1, text, again);
-  va_end(again);
-  va_end(values);
-  return result;
-}
-
-std::optional<std::string> file_text(const std::string& path) {
-  const std::ifstream file(path, std::ios::binary);
-  if (!file) {
-    return std::nullopt;
-  }
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
-bool write_text(const std::string& path, std::string_view text) {
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  file << text << std::flush;
-  return file.good();
 }
 
 }  // namespace lab

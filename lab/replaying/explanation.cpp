@@ -64,7 +64,7 @@ struct Findings {
   Words problems;
 };
 
-Findings read_trace(const std::vector<TraceLine>& trace) {
+Findings read_trace(const std::vector<kit::TraceLine>& trace) {
   static const std::regex kNeighbour(R"(\(2/2\) Amount:(-?\d+), Count:(\d+))");
   static const std::regex kFound(R"( *Found client (\S+) in .*\(AP_0*(\d+)\))");
   Findings found;
@@ -189,21 +189,7 @@ Sections sections_of(const std::string& text) {
   return sections;
 }
 
-std::vector<TraceLine> trace_lines(const std::string& text) {
-  static const std::regex kHead(R"(\d{4}/\d\d/\d\d \d\d:\d\d:\d\d \d+\[([^:\]]+):\d+\] )");
-  std::vector<TraceLine> trace;
-  for (const std::string& line : lines_of(text)) {
-    std::smatch head;
-    if (std::regex_search(line, head, kHead, std::regex_constants::match_continuous)) {
-      trace.push_back({head[1], head.suffix()});
-    } else if (!trace.empty()) {
-      trace.back().message += "\n" + line;
-    }
-  }
-  return trace;
-}
-
-Words explain(const Sections& report, const std::vector<TraceLine>& trace,
+Words explain(const Sections& report, const std::vector<kit::TraceLine>& trace,
               const std::vector<Command>& commands, const std::map<int, std::string>& names) {
   const Findings found = read_trace(trace);
   const std::map<std::string, Reported> stations = stations_of(report);

@@ -6,6 +6,7 @@
 
 #include "building/command_text.h"
 #include "building/text.h"
+#include "kit/trace_lines.h"
 
 // What the program did with one report and why, in words: read from the report itself, from the
 // program's trace and from the commands that the AP would have got.
@@ -16,16 +17,8 @@ namespace lab {
 using Sections = std::map<std::string, std::map<std::string, std::string>>;
 Sections sections_of(const std::string& text);
 
-struct TraceLine {
-  std::string operation;
-  std::string message;  // may be several lines
-};
-
-/// A trace file's lines, without dates, process ids and source lines.
-std::vector<TraceLine> trace_lines(const std::string& text);
-
 /// The explanation, a line each. `names` tells what to call the AP with a serial number.
-Words explain(const Sections& report, const std::vector<TraceLine>& trace,
+Words explain(const Sections& report, const std::vector<kit::TraceLine>& trace,
               const std::vector<Command>& commands, const std::map<int, std::string>& names);
 
 }  // namespace lab

@@ -7,6 +7,7 @@
 
 #include "building/controller.h"
 #include "building/database.h"
+#include "kit/files.h"
 #include "replaying/explanation.h"
 #include "values/paths.h"
 
@@ -63,8 +64,7 @@ void Replay::read(const std::string& directory) {
   }
   std::sort(paths.begin(), paths.end());
   for (const fs::path& path : paths) {
-    SavedReport report{
-        path.lexically_relative(directory), lab::file_text(path).value_or(""), "", {}};
+    SavedReport report{path.lexically_relative(directory), kit::content(path), "", {}};
     report.sections = lab::sections_of(report.text);
     report.mac = report.sections["00"]["mac"];
     if (!std::regex_match(report.mac, kMac)) {
@@ -112,18 +112,16 @@ std::string Replay::slots_of(const SavedReport& report, const char* prefix) cons
 
 void Replay::register_aps() {
   fs::create_directories(paths::kTraces);
-  std::string statements;
   for (const KnownAp& ap : aps_) {
     controller_.connect(ap.mac);
     controller_.run({{{"ap-up", ap.ip, ap.mac}, 0}}, 0);
     const auto first = std::find_if(reports_.begin(), reports_.end(),
                                     [&](const auto& report) { return report.mac == ap.mac; });
-    statements +=
-        lab::format("UPDATE AP_INFO.ap_list SET pf_id='%s', 5G_pf_id='%s' WHERE MAC=UPPER(%s);\n",
+    lab::query(
+        lab::format("UPDATE AP_INFO.ap_list SET pf_id='%s', 5G_pf_id='%s' WHERE MAC=UPPER(%s)",
                     slots_of(*first, "").c_str(), slots_of(*first, "5g_").c_str(),
-                    lab::sql_bytes(ap.mac).c_str());
+                    kit::sql_literal(ap.mac).c_str()));
   }
-  lab::query(statements);
   controller_.deliveries();
 }
 
@@ -131,7 +129,7 @@ std::vector<lab::Command> Replay::deliver(const SavedReport& report) {
   const auto ap = std::find_if(aps_.begin(), aps_.end(),
                                [&](const KnownAp& known) { return known.mac == report.mac; });
   const std::string path = std::string(paths::kReports) + "/replayed.ini";
-  lab::write_text(path, report.text);
+  kit::write_file(path, report.text);
   controller_.run({{{"ap-command", "1", path, ap->ip, ap->mac}, 0}}, 0);
   std::vector<lab::Command> commands;
   for (const lab::Delivery& delivery : controller_.deliveries()) {
@@ -142,7 +140,7 @@ std::vector<lab::Command> Replay::deliver(const SavedReport& report) {
 
 void Replay::show(const SavedReport& report, std::size_t number) {
   const std::string trace = std::string(paths::kTraces) + "/" + report.mac;
-  lab::write_text(trace, "");
+  kit::write_file(trace, "");
   const std::vector<lab::Command> commands = deliver(report);
   std::map<int, std::string> names;
   for (const KnownAp& ap : aps_) {
@@ -151,8 +149,7 @@ void Replay::show(const SavedReport& report, std::size_t number) {
   std::printf("\n%zu of %zu  %s, AP %s\n", number, reports_.size(), report.name.c_str(),
               report.mac.c_str());
   for (const std::string& line :
-       lab::explain(report.sections, lab::trace_lines(lab::file_text(trace).value_or("")), commands,
-                    names)) {
+       lab::explain(report.sections, kit::trace_lines(kit::content(trace)), commands, names)) {
     std::printf("    %s\n", line.c_str());
   }
   std::fflush(stdout);

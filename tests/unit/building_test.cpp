@@ -160,7 +160,7 @@ TEST(Explanation, TellsWhatTheTraceSays) {
       "[01 client 01]\nADDR = 06:00:00:00:00:02\nRSSI = 44\nIDLE = 31\nCHAN = 6\n[Cell 01]\n");
   const lab::Command command = lab::parse_command("type=4\nkick0=06:00:00:00:00:02\nautoRF=0\n");
   EXPECT_EQ(
-      lab::explain(report, lab::trace_lines(trace), {command}, {{2, "Hall"}}),
+      lab::explain(report, kit::trace_lines(trace), {command}, {{2, "Hall"}}),
       (lab::Words{"1 stations, 0 of them new; 0 radios heard, 0 of them of ours",
                   "serves 5, 2 above 3; the APs it hears serve 10 and have room for 0",
                   "  avg:4 = (users:2 + diff:7) / (aps:1 + 1)",
