@@ -15,9 +15,9 @@ namespace {
 
 constexpr ChildLimit kMailLimit = std::chrono::seconds(10);  // a mail program queues and returns
 
-/// Bytes of one encoded word: 42 give 56 characters, so that with its frame it stays within the 75
-/// that the mail standard allows an encoded word.
-constexpr std::size_t kEncodedWordBytes = 42;
+/// Bytes of one encoded word. They give 48 characters, so that with the longest frame and "Subject: "
+/// before it a line keeps to the 76 that the mail standard (RFC 2047) allows one with encoded words.
+constexpr std::size_t kEncodedWordBytes = 36;
 
 MailHandle opened;
 
@@ -86,7 +86,7 @@ std::string header_text(std::string_view text) {
       }
       length += next;
     }
-    value += M("%s=?%s?B?%s?=", value.empty() ? "" : "\r\n ", utf8 ? "UTF-8" : "ISO-8859-1",
+    value += M("%s=?%s?B?%s?=", value.empty() ? "" : "\n ", utf8 ? "UTF-8" : "ISO-8859-1",
                base64(text.substr(0, length)).c_str());
     text.remove_prefix(length);
   }
@@ -96,6 +96,14 @@ std::string header_text(std::string_view text) {
 /// An address as it may stand in a header: everything from the first line end on is dropped.
 std::string address(const std::string& text) {
   return text.substr(0, text.find_first_of("\r\n"));
+}
+
+/// The lines of a text as a mail program takes them: it makes the line ends of the transport itself.
+std::string with_line_feeds(std::string text) {
+  for (std::size_t at = text.find("\r\n"); at != std::string::npos; at = text.find("\r\n", at)) {
+    text.erase(at, 1);
+  }
+  return text;
 }
 
 }  // namespace
@@ -114,17 +122,17 @@ int my_buildMailAndSend(int /*reserved1*/, const std::string& field1, const std:
                         const std::string& /*field2*/) {
   std::string message;
   if (!field1.empty() && field1 != kMissingValue) {
-    message = my_string(std::move(message), "From: %s\r\n", address(field1).c_str());
+    message = my_string(std::move(message), "From: %s\n", address(field1).c_str());
   }
   message = my_string(std::move(message),
-                      "To: %s\r\n"
-                      "Subject: %s\r\n"
-                      "MIME-Version: 1.0\r\n"
-                      "Content-Type: text/plain; charset=%s\r\n"
-                      "Content-Transfer-Encoding: 8bit\r\n"
-                      "\r\n",
+                      "To: %s\n"
+                      "Subject: %s\n"
+                      "MIME-Version: 1.0\n"
+                      "Content-Type: text/plain; charset=%s\n"
+                      "Content-Transfer-Encoding: 8bit\n"
+                      "\n",
                       address(to).c_str(), header_text(subject).c_str(),
                       is_utf8(body) ? "UTF-8" : "ISO-8859-1");
-  message += body;
+  message += with_line_feeds(body);
   return run_child({paths::kSendmail, "-oi", "-t"}, message, kMailLimit) == 0 ? 0 : -1;
 }

@@ -29,7 +29,8 @@ void setting_unregister(MailSettings* settings);
 /// Sends one mail. `to` is the recipient; subject and body are texts of any bytes, which cannot add
 /// a header. The plain Debian platform takes `field1` for the sender. The numbers are 0. `field1`,
 /// `field5`, `field6` and `field2` are those of the mail record, `field5` and `field6` none when
-/// unset. Returns 0 when the mail program took the message, else -1; waits 10 seconds at most.
+/// unset. Lines of the body end in CR LF, or line feeds; what the mail program gets ends in line
+/// feeds. Returns 0 when the mail program took the message, else -1; waits 10 seconds at most.
 int my_buildMailAndSend(int reserved1, const std::string& field1, const std::string& to,
                         int reserved2, const std::string& subject, const std::string& body,
                         int reserved3, int reserved4, const std::optional<std::string>& field5,
