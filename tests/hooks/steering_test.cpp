@@ -139,6 +139,37 @@ TEST_F(Steering, ABlockIsLiftedWhenNoNeighbourServesTheStation) {
   EXPECT_EQ(whole_trace(), content("/source/tests/hooks/block_release.trace"));
 }
 
+TEST_F(Steering, AReportThatIsHalfStoredIsNotSeen) {
+  settings(1, 1, 0);
+  register_ap(2, kOtherMac, "Hall");
+  sql("DELETE FROM AP_CLIENT.AP_002");
+  sql("INSERT INTO AP_CLIENT.legal (refer_ap, ap, mac) VALUES (0, 2, '02:02:00:00:00:01')");
+  answer();
+  const std::string usual = answer();
+  const Lines blocked = blocks();
+  const std::string hall =
+      "[01]\nAddress=02:02:00:00:00:01\nESSID=x\n[02]\nAddress=02:02:00:00:00:05\nESSID=x\n"
+      "[Cell 01]\nAddress=02:01:00:00:00:01\nESSID=it's\nSignal=-60\n"
+      "[Cell 02]\nAddress=02:01:00:00:00:02\nESSID=Guest\nSignal=-90\n";
+  // Another transaction holds a row that the report comes to: of AP 2's own radios, of what it hears.
+  for (const char* row : {"0, 9, '02:02:00:00:00:05'", "2, 9, '02:09:00:00:00:01'"}) {
+    sql("BEGIN");
+    sql(std::string("INSERT INTO AP_CLIENT.legal (refer_ap, ap, mac) VALUES (") + row + ")");
+    kit::Child report = start_hook({"ap-command", "1", deliver_report(hall), kAddress, kOtherMac});
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_EQ(answer(), usual) << row;
+    EXPECT_EQ(std::system("test 1 = $(mariadb -NBe 'SELECT COUNT(*) FROM AP_CLIENT.legal WHERE "
+                          "refer_ap=0 AND ap=2 AND mac=\"02:02:00:00:00:01\"')"),
+              0)
+        << "AP 2 has its radio";
+    EXPECT_TRUE(report.runs()) << "it is held up";
+    sql("ROLLBACK");
+    EXPECT_EQ(report.finish().status, 0);
+    std::filesystem::remove(slot_of(kOtherMac));
+    EXPECT_EQ(blocks(), blocked);
+  }
+}
+
 TEST_F(Steering, PowerStepsFollowWhatOthersHear) {
   Ap ap(kMac, kTest);
   std::string told;
