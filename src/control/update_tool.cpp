@@ -52,7 +52,7 @@ std::optional<std::string_view> process_name(std::string_view stat) {
   return stat.substr(start + 1, end - start - 1);
 }
 
-/// The command line as one text: `words` have a NUL behind each.
+/// The command line as one text: `words` have a NUL after each.
 std::string command_line(std::string words) {
   std::replace(words.begin(), words.end(), '\0', ' ');
   const std::size_t line_feed = words.find('\n');

@@ -137,7 +137,7 @@ class Connection {
   /// 10 times. `what` says in the trace what is repeated.
   void in_transaction(const Step& what, const std::function<void()>& body);
 
-  /// Writes a trace line of the operation, behind the step's mark.
+  /// Writes a trace line of the operation, after the step's mark.
   void note(const Step& step, const char* format, ...) const AP_PRINTF(3, 4);
 
   /// The serial number that the last statement's new row was given; 0 for none.

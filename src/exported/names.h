@@ -1,7 +1,7 @@
 #pragma once
 
-// Data objects that the platform's libraries look up in the running program by name: each stands in
-// exported.list, too. The three buffers are zero-filled and not used here.
+// Data objects that the platform's libraries look up in the running program by name; each is listed
+// in exported.list, too. The three buffers are zero-filled and not used here.
 extern "C" {
 extern const char* const AP_INFO_TABLE[9];
 extern const char* const CONNTRACK_LOG_TABLE[12];

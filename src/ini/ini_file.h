@@ -12,7 +12,7 @@
 struct _dictionary_;
 
 /// The sections and keys of an INI text, as iniparser reads it: names match in either case, of a key
-/// that stands twice in a section the later value counts. Nothing of a text is left behind in the
+/// that appears twice in a section the later value counts. Nothing of a text stays in the
 /// library, and it writes nothing anywhere.
 ///
 /// The time that iniparser takes grows with the square of the number of keys, so it gets the text in

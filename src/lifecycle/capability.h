@@ -33,10 +33,10 @@ struct ChannelList {
   std::string labels;  // comma list; empty for none
 };
 
-/// Whether the first two entries of a channel value stand for something else than channels.
+/// Whether the first two entries of a channel value mean something other than channels.
 enum class ChannelListHead { none, power_and_band };
 
-/// Takes apart "x,1,,6,,11,": what stands before the first comma and behind the last is skipped;
+/// Takes apart "x,1,,6,,11,": what comes before the first comma and after the last is skipped;
 /// entries are joined by ",,", of which at most 60 are taken.
 ChannelList channel_list_parse(std::string_view text, ChannelListHead head);
 

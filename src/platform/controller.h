@@ -14,7 +14,7 @@ std::string getDefaultApWired();
 /// Tells the controller of a newly registered AP.
 void ap_sync_host(int sn);
 
-/// Tells the controller that an AP's registration is about to change (`flag` 0) or stands as
+/// Tells the controller that an AP's registration is about to change (`flag` 0) or is now as
 /// written (`flag` 1). The second and fourth number are 0 in every call of this system.
 void setRemote(int flag, int reserved, int sn, int reserved2);
 

@@ -103,6 +103,6 @@ void my_mysql_settle();
 /// the server does not keep a connection for a process that only sleeps.
 void my_mysql_release();
 
-/// `text`, any bytes, escaped so that it can stand between single quotes in a statement, by the
+/// `text`, any bytes, escaped for use between single quotes in a statement, by the
 /// rules of the connection's character set. None when it cannot be escaped.
 std::optional<std::string> my_sqlescape(std::string_view text);

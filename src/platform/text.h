@@ -9,13 +9,13 @@
 /// value, counted from 1 (a member function's `this` is 1).
 #define AP_PRINTF(format_at, values_at) __attribute__((format(printf, format_at, values_at)))
 
-/// The marker that stands for "no value" in reports, capability files and the mail record.
+/// The marker for "no value" in reports, capability files and the mail record.
 inline constexpr const char* kMissingValue = "^o^";
 
 /// The text `format` yields, or none when it cannot be formatted.
 std::optional<std::string> my_format(const char* format, std::va_list values) AP_PRINTF(1, 0);
 
-/// `previous` with the formatted text behind it. The caller hands `previous` over and owns the
+/// `previous` with the formatted text appended. The caller hands `previous` over and owns the
 /// result; lists and blocks of lines grow with `lines = my_string(std::move(lines), ...)`. When the
 /// values cannot be formatted the previous text comes back as it was.
 std::string my_string(std::string previous, const char* format, ...) AP_PRINTF(2, 3);

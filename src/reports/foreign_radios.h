@@ -22,5 +22,5 @@ std::string without_hearer(std::string_view list, int sn);
 void delete_ap_illegal_table(Connection& db, int sn);
 
 /// Stores the cells as foreign radios that the AP `sn` hears: it is added to their lists, once. Of a
-/// radio that stands twice, the later values stay.
+/// radio listed twice, the later values stay.
 void store_foreign_radios(Connection& db, int sn, std::span<const cell_record* const> cells);

@@ -9,7 +9,7 @@ Listing<cell_record> read_cells(const Report& report);
 
 /// Replaces what the AP has heard before by the cells of the report. A radio that a managed AP has
 /// reported as its own becomes a sighting in `legal`; one that is heard hidden is stored under its
-/// owner's SSID. Any other is foreign (foreign_radios.h). A radio that stands twice keeps the later
+/// owner's SSID. Any other is foreign (foreign_radios.h). A radio listed twice keeps the later
 /// values. Nothing happens for an AP that is not registered. The sightings change together: no other
 /// process sees the AP hear only some of them.
 void update_ap_legal_table_for_refer(Ap& ap, const Report& report);

@@ -27,7 +27,7 @@ struct Listing {
 inline constexpr int kNoLimit = 0;
 
 /// Reads the list whose sections are named `prefix` and a number, at most `most` of them, with
-/// `read`, which makes a record of a section's name, and puts the records behind those in `listing`.
+/// `read`, which makes a record of a section's name, and appends the records to those in `listing`.
 template <typename Record, typename Reader>
 void read_list(Listing<Record>& listing, const Report& report, const std::string& prefix,
                const char* leading_key, int most, Reader read) {
@@ -65,10 +65,10 @@ void trace_unread(const Connection& db, const Step& step, const Listing<Record>&
 /// The SSID slots of a radio are numbered from 1 to this.
 inline constexpr int kSlots = 8;
 
-/// The bands in the order in which reports are worked off.
+/// The bands in the order in which reports are processed.
 inline constexpr Band kBands[] = {Band::two_four_ghz, Band::five_ghz};
 
-/// What stands for the band in the names of sections: nothing for 2.4 GHz, else `five_ghz`.
+/// What the names of sections have for the band: nothing for 2.4 GHz, else `five_ghz`.
 const char* band_prefix(Band band, const char* five_ghz);
 
 /// A value of a record: cut to `longest` bytes, or kMissingValue when it is absent.

@@ -26,7 +26,7 @@ struct radio_record {
 Listing<radio_record> read_radios(const Report& report);
 
 /// Makes the AP's own rows of `legal` those of the report, in which radios whose SSID is given, but
-/// empty, do not count. A BSSID that stands twice keeps the later values; one that another AP has
+/// empty, do not count. A BSSID listed twice keeps the later values; one that another AP has
 /// claimed before stays that AP's. Does nothing for an AP that is not registered. The
 /// rows change together: no other process sees the AP without radios.
 void ap_interface_parse(Ap& ap, const Report& report);

@@ -22,7 +22,7 @@ class Report {
   static std::optional<Report> load(const std::string& path, const std::string& key);
 
   /// The value of `key` in `section`, possibly empty; none when it is absent, or exactly the
-  /// missing-value marker "^o^". Of a key that stands twice in a section the later value.
+  /// missing-value marker "^o^". Of a key that appears twice in a section, the later value.
   std::optional<std::string_view> text(std::string_view section, std::string_view key) const;
 
   /// The value as a number, 0 when absent or without digits: decimal, hexadecimal after "0x", octal

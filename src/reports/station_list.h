@@ -6,7 +6,7 @@
 #include "reports/numbered_sections.h"
 #include "values/client_record.h"
 
-/// A station of the report and the SSID slot under which it stands. The record's `ssid` is still
+/// A station of the report and the SSID slot under which it is listed. The record's `ssid` is still
 /// open: it follows from the slot.
 struct reported_station {
   Band band = Band::two_four_ghz;
@@ -23,7 +23,7 @@ Listing<reported_station> read_stations(const Report& report);
 bool is_served(const client_record& client);
 
 /// Makes the AP's client table the stations of the report: those that stay are updated, new ones
-/// get a row, the others lose theirs. A station that stands twice keeps the later values. Tells the
+/// get a row, the others lose theirs. A station listed twice keeps the later values. Tells the
 /// kernel of every station, and the connection log of those that stay, while setting 113 is not 0
 /// and setting 30 is no all-zero address. Then stores the mesh links.
 ///

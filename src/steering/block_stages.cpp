@@ -23,7 +23,7 @@ constexpr std::size_t kLongestText = 19;
 
 /// The columns of a client table that make a record.
 constexpr unsigned int kIdleColumn = 8;
-constexpr unsigned int kFiveGhzColumn = 11;  // behind them
+constexpr unsigned int kFiveGhzColumn = 11;  // after them
 
 /// The station in a row of an AP's client table, columns in the order of the record.
 client_record read_client(const Row& row) {

@@ -6,7 +6,7 @@
 #include "db/ap.h"
 #include "values/client_record.h"
 
-// The block table: which stations an AP has been told to refuse. A station stands in it at most
+// The block table: which stations an AP has been told to refuse. A station is in it at most
 // once, whichever AP refuses it. MACs of stations are stored upper case and found in either case.
 
 /// Number of stations in the client table of the AP `sn`; 0 when it has no table. Traced.

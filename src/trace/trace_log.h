@@ -20,7 +20,7 @@ struct TraceSite {
   TraceSite(const char* operation_name, const char* trace_key, int source_line = __builtin_LINE())
       : operation(operation_name), key(trace_key), line(source_line) {}
 
-  /// `trace_key` has to outlive the call.
+  /// `trace_key` must live longer than the call.
   TraceSite(const char* operation_name, const std::string& trace_key,
             int source_line = __builtin_LINE())
       : TraceSite(operation_name, trace_key.c_str(), source_line) {}

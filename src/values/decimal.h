@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-// Numbers as they stand in column texts and arguments: base 10, leading blanks and a sign allowed,
+// Numbers as they appear in column texts and arguments: base 10, leading blanks and a sign allowed,
 // read up to the first other character. A text without digits is 0; a number beyond 64 bits is the
 // nearest that fits.
 

@@ -10,7 +10,7 @@ struct FormatPlace {
   char conversion = '\0';  // 's', 'd', ...; NUL for a "%" that ends the literal
   bool zero_filled = false;
   std::size_t width = 0;
-  std::size_t end = 0;  // behind it
+  std::size_t end = 0;  // the position after it
 };
 
 /// The place that begins with the "%" at `at`.

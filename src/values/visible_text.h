@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-/// `text` with its control bytes, line feeds among them, as "\x0A": what stands in a log cannot look
+/// `text` with its control bytes, line feeds among them, as "\x0A": what is in a log cannot look
 /// like a line of its own, nor move a terminal's cursor. Other bytes stay, whatever their encoding.
 std::string visible_text(std::string_view text);
 
