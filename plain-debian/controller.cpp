@@ -3,7 +3,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstring>
+
 #include "platform/database.h"
+#include "platform/system_log.h"
 #include "platform/text.h"
 #include "store.h"
 #include "values/paths.h"
@@ -11,16 +15,20 @@
 namespace {
 
 /// This platform has no controller to talk to: a call is one line of a log file, in one write, so
-/// that lines of several processes stay whole. Without the directory the line is dropped.
+/// that lines of several processes stay whole. A line that cannot be
+/// written is reported as a loss.
 void record_call(const std::string& line) {
   my_mysql_settle();  // a real controller would look at what has just been written
-  const int log = open(paths::kControllerLog, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640);
-  if (log < 0) {
-    return;
-  }
   const std::string whole = line + "\n";
-  [[maybe_unused]] const ssize_t written = write(log, whole.data(), whole.size());
-  close(log);
+  const int log = open(paths::kControllerLog, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640);
+  if (log < 0 || write(log, whole.data(), whole.size()) != static_cast<ssize_t>(whole.size())) {
+    my_report_loss(Loss::controller, Remedy::none,
+                   M("the controller was not told \"%s\": %s: %s", line.c_str(),
+                     paths::kControllerLog, std::strerror(errno)));
+  }
+  if (log >= 0) {
+    close(log);
+  }
 }
 
 }  // namespace

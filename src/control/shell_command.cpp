@@ -44,14 +44,17 @@ Line fill_in(std::string_view literal, std::initializer_list<Argument> values) {
   return line;
 }
 
+void report(const TraceSite& site, Loss loss, const std::string& what) {
+  ap_debug_log(site, "%s", what.c_str());
+  my_report_loss(loss, Remedy::none, M("AP %s: %s: %s", site.key, site.operation, what.c_str()));
+}
+
 /// Tells when the program that the line starts is not there. What runs in the background would not
 /// tell.
 void report_missing(const TraceSite& site, const std::string& line) {
   const std::string program = line.substr(0, line.find(' '));
   if (program.starts_with('/') && access(program.c_str(), X_OK) != 0) {
-    ap_debug_log(site, "%s cannot be started", program.c_str());
-    my_report_loss(Loss::helper, Remedy::none,
-                   M("AP %s: %s: %s cannot be started", site.key, site.operation, program.c_str()));
+    report(site, Loss::helper, program + " cannot be started");
   }
 }
 
@@ -61,7 +64,12 @@ void run(const TraceSite& site, std::string_view literal, std::initializer_list<
   const Line line = fill_in(literal, values);
   ap_debug_log(site, "%s", line.shown.c_str());
   report_missing(site, line.run);
-  my_system("%s", line.run.c_str());
+  const int status = my_system("%s", line.run.c_str());
+  if (status != 0 && line.run.starts_with('>')) {
+    report(site, Loss::file, line.shown + ": the file cannot be made");
+  } else if (status < 0) {
+    report(site, Loss::helper, line.shown + ": the command could not be run, or died");
+  }
 }
 
 }  // namespace shell_form

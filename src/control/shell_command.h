@@ -56,7 +56,7 @@ void run(const TraceSite& site, std::string_view literal, std::initializer_list<
 }  // namespace shell_form
 
 /// Traces a command line, with the values as they are, and runs it (my_system). A program that is
-/// missing is reported as a loss.
+/// missing, a command that cannot be run, a "> FILE" that fails are traced and reported as a loss.
 template <typename... Values>
 void run_command(const TraceSite& site,
                  shell_form::Literal<std::type_identity_t<Values>...> literal,

@@ -4,6 +4,7 @@
 
 #include "db/schema.h"
 #include "platform/mail.h"
+#include "platform/system_log.h"
 
 namespace {
 
@@ -26,8 +27,12 @@ std::optional<std::string> unless_unset(const std::string& field) {
 void send_to(const MailRecord& record, const std::string& recipient, const std::string& subject,
              const std::string& body) {
   if (recipient != kMissingValue) {
-    my_buildMailAndSend(0, record.field1, recipient, 0, subject, body, 0, 0,
-                        unless_unset(record.field5), unless_unset(record.field6), record.field2);
+    if (my_buildMailAndSend(0, record.field1, recipient, 0, subject, body, 0, 0,
+                            unless_unset(record.field5), unless_unset(record.field6),
+                            record.field2) != 0) {
+      my_report_loss(Loss::helper, Remedy::none,
+                     M("the mail to %s was not sent: %s", recipient.c_str(), subject.c_str()));
+    }
   }
 }
 

@@ -9,12 +9,14 @@ void my_syslog(const std::string& line);
 
 /// What an event can lose.
 enum class Loss {
-  event,      // all of it: the database cannot be reached
-  statement,  // a row: the server has refused a statement
-  command,    // what the AP was to be told
-  firewall,   // an AP's way through the firewall
-  helper,     // what a helper program was to do
-  file,       // a small file: a lock, a marker
+  event,       // all of it: the database cannot be reached
+  statement,   // a row: the server has refused a statement
+  command,     // what the AP was to be told
+  firewall,    // an AP's way through the firewall
+  helper,      // what a helper program was to do
+  file,        // a small file: a lock, a marker
+  upload,      // a report or capability file
+  controller,  // what the controller was to be told
   count
 };
 

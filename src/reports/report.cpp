@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "platform/system_log.h"
 #include "platform/text.h"
 #include "trace/trace_log.h"
 #include "values/decimal.h"
@@ -10,6 +11,11 @@
 namespace {
 
 constexpr const char* kOperation = "report_load";
+
+void refuse(const std::string& key, const std::string& reason) {
+  ap_debug_log({kOperation, key}, "%s", reason.c_str());
+  my_report_loss(Loss::upload, Remedy::next_report, M("AP %s: %s", key.c_str(), reason.c_str()));
+}
 
 bool is_too_large(const std::string& text) {
   return static_cast<std::int64_t>(text.size()) > Report::kMostBytes ||
@@ -22,19 +28,18 @@ std::optional<Report> Report::load(const std::string& path, const std::string& k
   const std::optional<std::string> text =
       read_regular_file(path, static_cast<std::size_t>(kMostBytes), Links::refuse);
   if (!text) {
-    ap_debug_log({kOperation, key}, "%s cannot be read, or is no regular file", path.c_str());
+    refuse(key, path + " cannot be read, or is no regular file");
     return std::nullopt;
   }
   if (is_too_large(*text)) {
-    ap_debug_log({kOperation, key}, "%s is larger than %lld bytes or %lld lines: not loaded",
-                 path.c_str(), static_cast<long long>(kMostBytes),
-                 static_cast<long long>(kMostLines));
+    refuse(key, M("%s is larger than %lld bytes or %lld lines: not loaded", path.c_str(),
+                  static_cast<long long>(kMostBytes), static_cast<long long>(kMostLines)));
     return std::nullopt;
   }
   std::string complaint;
   std::optional<IniFile> values = IniFile::parse(*text, path, complaint);
   if (!values) {
-    ap_debug_log({kOperation, key}, "%s: not loaded", complaint.c_str());
+    refuse(key, complaint + ": not loaded");
     return std::nullopt;
   }
   return Report(*std::move(values));

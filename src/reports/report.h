@@ -18,7 +18,8 @@ class Report {
 
   /// Loads the regular file `path`, which must not be a link. None when it cannot be read, is larger
   /// than kMostBytes or kMostLines, or holds a line that iniparser refuses (1023 bytes or more, a
-  /// NUL, no "="); the reason is traced under `key`, the AP's MAC.
+  /// NUL, no "="); the reason is
+  /// traced under `key`, the AP's MAC, and reported as a loss.
   static std::optional<Report> load(const std::string& path, const std::string& key);
 
   /// The value of `key` in `section`, possibly empty; none when it is absent, or exactly the

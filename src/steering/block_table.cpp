@@ -5,6 +5,7 @@
 #include "control/command_file.h"
 #include "db/schema.h"
 #include "platform/shell.h"
+#include "platform/system_log.h"
 #include "trace/trace_log.h"
 
 namespace {
@@ -115,8 +116,14 @@ void ap_block_remove(Ap& ap, Quiet quiet, const char* caller) {
   }
   const std::string command = M("/usr/sbin/ap-command %d 127.0.0.1 %s",
                                 static_cast<int>(CommandType::release_all), ap.mac.c_str());
-  my_system("%s", command.c_str());
+  const bool is_run = my_system("%s", command.c_str()) >= 0;
   ap_debug_log({kLifting, ap.mac}, "%s%s", lifting_mark(2, caller).c_str(), command.c_str());
+  if (!is_run) {
+    ap_debug_log({kLifting, ap.mac}, "the command could not be run, or died");
+    my_report_loss(
+        Loss::command, Remedy::none,
+        M("AP %s: command lost: %s could not be run, or died", ap.mac.c_str(), command.c_str()));
+  }
 }
 
 void drop_ap_client_table(Ap& ap) {
