@@ -4,13 +4,24 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
+
+#include "platform/system_log.h"
 
 int my_rm(const char* format, ...) {
   std::va_list values;
   va_start(values, format);
   const std::optional<std::string> path = my_format(format, values);
   va_end(values);
-  return path && (unlink(path->c_str()) == 0 || errno == ENOENT) ? 0 : -1;
+  if (!path) {
+    return -1;
+  }
+  if (unlink(path->c_str()) == 0 || errno == ENOENT) {
+    return 0;
+  }
+  my_report_loss(Loss::file, Remedy::none,
+                 M("%s cannot be removed: %s", path->c_str(), std::strerror(errno)));
+  return -1;
 }
 
 int my_symlink(const std::string& target, const std::string& link_path) {
@@ -19,7 +30,15 @@ int my_symlink(const std::string& target, const std::string& link_path) {
 
 bool isRegularFile(const std::string& path) {
   struct stat info {};
-  return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+  if (stat(path.c_str(), &info) == 0) {
+    return S_ISREG(info.st_mode);
+  }
+  // Whoever asks takes what cannot be seen for missing.
+  if (errno != ENOENT && errno != ENOTDIR && errno != ENAMETOOLONG && errno != ELOOP) {
+    my_report_loss(Loss::file, Remedy::none,
+                   M("%s cannot be looked at: %s", path.c_str(), std::strerror(errno)));
+  }
+  return false;
 }
 
 bool isDirectory(const std::string& path) {
