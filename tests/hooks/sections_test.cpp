@@ -113,7 +113,7 @@ TEST_F(Sections, EveryStatementIsInTheTrace) {
       "[Cell 01]\nAddress=0a:00:00:00:00:08\nSignal=-7'0\n[Cell 02]\nAddress=c9\n"
       "[01 client 01]\nADDR=0d:00:00:00:00:01\nRATE=6'\n[01 client 02]\nADDR=0D:00:00:00:00:01\n"
       "[02 client 01]\nADDR=x'y\n[01 client MESH 01]\nADDR=ab\nRSSI=1\n"
-      "[POOR_CLIENT 5G 01]\nADDR=e1\n");
+      "[POOR_CLIENT 5G 01]\nADDR=e1\nCONNECTION_TIME=5\n");
   std::string trace = "\n";
   for (const std::string& line : trace_of(kMac)) {
     const bool of_sections = !line.starts_with("command: ") && !line.starts_with("ap_conf_set: ") &&
@@ -153,7 +153,7 @@ update_ap_mesh_client_db: INSERT INTO `AP_CLIENT`.`client` (`mac`, `name`, `cmac
 get_ap_sn_by_mac: SELECT `SN` FROM `AP_INFO`.`ap_list` WHERE `MAC`=UPPER('00:11:22:33:44:55')
 drop_poor_client_table: DROP TABLE IF EXISTS `AP_POOR_CLIENT`.`AP_007`
 update_ap_poor_client_db: SELECT * FROM `AP_POOR_CLIENT`.`AP_007` WHERE `mac`=UPPER('e1')
-update_ap_poor_client_db: INSERT INTO `AP_POOR_CLIENT`.`AP_007` (`mac`, `band`, `ssid`, `rssi`, `status`, `utime`, `connection_time`) VALUES (UPPER('e1'), 1, 2, 0, 0, NOW(), FROM_UNIXTIME('0'))
+update_ap_poor_client_db: INSERT INTO `AP_POOR_CLIENT`.`AP_007` (`mac`, `band`, `ssid`, `rssi`, `status`, `utime`, `connection_time`) VALUES (UPPER('e1'), 1, 2, 0, 0, NOW(), FROM_UNIXTIME('5'))
 )");
 }
 
@@ -232,8 +232,9 @@ TEST_F(Sections, HostileTextsStayTexts) {
   }
   text += "[Cell 01]\n" + value("Address") + value("ESSID") + value("Quality") + value("Signal") +
           value("Noise") + "[01 client 01]\n" + value("ADDR") + value("RATE") + value("RXRATE") +
-          value("CHAN") + "[POOR_CLIENT 01]\n" + value("ADDR") + "[01 client MESH 01]\n" +
-          value("ADDR") + value("RSSI") + "[TRACEROUTE]\n" + value("00") + value("01");
+          value("CHAN") + "[POOR_CLIENT 01]\nCONNECTION_TIME=1\n" + value("ADDR") +
+          "[01 client MESH 01]\n" + value("ADDR") + value("RSSI") + "[TRACEROUTE]\n" + value("00") +
+          value("01");
   for (int i = 0; i < 2; ++i) {  // new rows, then known ones
     report(text);
     const std::string mac = sql_value("SELECT UPPER('a''),\\\\\"%s`(\xff\x01')");
@@ -243,7 +244,7 @@ TEST_F(Sections, HostileTextsStayTexts) {
         stored(),
         (Lines{
             "station|" + mac + "|1|0|0|" + hostile + "|" + hostile + "|0|0|0|0|1",
-            "poor|" + mac + "|0|3|0|0|0",
+            "poor|" + mac + "|0|3|0|0|1",
             "mesh|" + kMac + "|Lobby|" + peer + "|" + nine + "|" + hostile + "||" + hostile,
             "legal|7|0|1|" + hostile + "|0|0|" + hostile + "|0|" + nine + "|" + nine + "|" + nine +
                 "|" + nine + "|" + hostile,
