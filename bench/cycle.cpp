@@ -192,6 +192,7 @@ void add_item_rows(Section& section, const std::vector<Measured>& all, const Sta
 
 }  // namespace
 
+// A list of rows, top to bottom. NOLINTNEXTLINE(readability-function-size)
 Section measure_cycle(Launcher& launcher, Server& server, Effort effort, const StartUp& start_up) {
   Section section{"Report cycle, by stations/heard radios", {}, {}, ""};
   std::vector<Measured> all;

@@ -156,7 +156,7 @@ TEST_F(Deadline, IsKeptWhateverArrives) {
   for (int i = 0; i < 3; ++i) {  // the first few fill the queue; nobody accepts
     queued.push_back(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     const sockaddr_in address = local(4004);
-    connect(queued.back(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    (void)connect(queued.back(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
   }
   const int silent_name_server = bound(SOCK_DGRAM, 53);  // where no /etc/resolv.conf says otherwise
   const std::string name_services = content("/etc/nsswitch.conf");

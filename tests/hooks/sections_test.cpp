@@ -196,8 +196,8 @@ TEST_F(Sections, KnownStationsAreLoggedUnlessAddressOrSettingForbidIt) {
   }
   const std::string time = " Connected_time=\"2024-01-01 10:00:00\"";
   const auto line = [&](const char* name, const char* mac, const char* link) {
-    return M("<134>client_name=\"%s\" client_mac=\"%s\" AP_name=\"Lobby\" SSID=\"Office\" %s", name,
-             mac, link) +
+    return M(R"(<134>client_name="%s" client_mac="%s" AP_name="Lobby" SSID="Office" %s)", name, mac,
+             link) +
            time;
   };
   const std::string third = "0d:00:00:00:00:03";
