@@ -34,6 +34,7 @@ CheckReport check() {
 
 }  // namespace
 
+// Only a lack of memory throws here. NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int argc, char** argv) {
   CLI::App app(kAbout, "ap-check");
   app.footer(kExamples);
