@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace kit {
 
@@ -11,7 +12,10 @@ namespace kit {
 /// kit.
 inline std::optional<int> read_command_line(CLI::App& app, int argc, char** argv) try {
   app.failure_message([](const CLI::App* failed, const CLI::Error& error) {
-    return failed->get_name() + ": " + error.what() + " (see --help)\n";
+    const std::vector<std::string> unknown = failed->remaining();  // what is missing is told later
+    return failed->get_name() + ": " +
+           (unknown.empty() ? error.what() : "not expected: " + unknown.front()) +
+           " (see --help)\n";
   });
   app.parse(argc, argv);
   return std::nullopt;

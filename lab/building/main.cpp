@@ -8,23 +8,12 @@
 
 #include "building/page.h"
 #include "building/progress.h"
+#include "kit/command_line.h"
 #include "kit/files.h"
 
 namespace {
 
-constexpr const char* kUsage =
-    "usage: lab-building SCENARIO [--page FILE] [--log FILE] [--seed N] [--minutes N]\n"
-    "                    [--parallel N]\n"
-    "\n"
-    "Plays a scenario (lab/scenarios) against the program, in lab/appliance, and tells on the\n"
-    "terminal how it goes.\n"
-    "  --page FILE      leaves a page about it, to be opened in a browser\n"
-    "  --log FILE       leaves what happened as lines, the same in every run with the same seed\n"
-    "  --seed, --minutes take the place of those in the scenario\n"
-    "  --parallel N     hooks at a time (2)\n"
-    "Exit status: 0; 1 when the program's tables differ from the building at the end; 2 for wrong\n"
-    "usage or a scenario that cannot be read.\n";
-
+constexpr int kMost = 1'000'000;  // of what options count
 constexpr const char* kTemplate = "/source/lab/building/page.html";
 
 struct Options {
@@ -36,33 +25,32 @@ struct Options {
   int parallel = 2;
 };
 
-bool read_options(int argc, char** argv, Options& options) {
-  for (int i = 1; i < argc; ++i) {
-    const std::string word = argv[i];
-    if (!word.starts_with("--")) {
-      options.scenario = word;
-      continue;
-    }
-    if (++i == argc) {
-      return false;
-    }
-    const std::string value = argv[i];
-    const int number = static_cast<int>(lab::number_in(value).value_or(-1));
-    if (word == "--page") {
-      options.page = value;
-    } else if (word == "--log") {
-      options.log = value;
-    } else if (word == "--seed" && number >= 0) {
-      options.seed = number;
-    } else if (word == "--minutes" && number > 0) {
-      options.minutes = number;
-    } else if (word == "--parallel" && number > 0) {
-      options.parallel = number;
-    } else {
-      return false;
-    }
-  }
-  return !options.scenario.empty();
+/// Tells what options there are and reads them; as kit::read_command_line.
+std::optional<int> read_options(int argc, char** argv, Options& options) {
+  CLI::App app(
+      "Plays a scenario against the program, in lab/appliance, and tells on the terminal how it "
+      "goes.",
+      "lab-building");
+  app.footer(
+      "Example:\n"
+      "  lab/appliance --share build/demo \\\n"
+      "      /build/bin/lab-building /source/lab/scenarios/leaving-ap.ini --page /share/page.html\n"
+      "\n"
+      "Exit status: 0; 1 when the program's tables differ from the building at the end; 2 for wrong\n"
+      "usage or a scenario that cannot be read.");
+  app.add_option("SCENARIO", options.scenario, "one of lab/scenarios")
+      ->required()
+      ->check(CLI::ExistingFile);
+  app.add_option("--page", options.page, "leaves a page about it, to be opened in a browser");
+  app.add_option("--log", options.log,
+                 "leaves what happened as lines, the same in every run with the same seed");
+  app.add_option("--seed", options.seed, "takes the place of the scenario's")
+      ->check(CLI::Range(0, kMost));
+  app.add_option("--minutes", options.minutes, "takes the place of the scenario's")
+      ->check(CLI::Range(1, kMost));
+  app.add_option("--parallel", options.parallel, "hooks at a time (2)")
+      ->check(CLI::Range(1, kMost));
+  return kit::read_command_line(app, argc, argv);
 }
 
 /// What remains to be said when the play is over; whether tables and building agree.
@@ -87,9 +75,8 @@ bool conclude(const lab::Play& play, const std::vector<lab::Agreement>& agreemen
 
 int main(int argc, char** argv) try {
   Options options;
-  if (!read_options(argc, argv, options)) {
-    std::fputs(kUsage, stderr);
-    return 2;
+  if (const std::optional<int> end = read_options(argc, argv, options)) {
+    return *end;
   }
   const std::optional<std::string> text = kit::read_file(options.scenario);
   std::string problem = text ? "" : "cannot be read\n";

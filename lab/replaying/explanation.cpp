@@ -61,7 +61,7 @@ struct Findings {
   std::string release_rule;  // the last that was asked before all blocks were lifted
   bool one_client = false;
   bool released_all = false;
-  Words problems;
+  std::string problem;  // why the report was not loaded
 };
 
 Findings read_trace(const std::vector<kit::TraceLine>& trace) {
@@ -92,7 +92,7 @@ Findings read_trace(const std::vector<kit::TraceLine>& trace) {
       found.released_all = true;
       found.one_client = message.find("amount:") != std::string::npos;
     } else if (operation == "report_load") {
-      found.problems.push_back(message);
+      found.problem = message;
     }
   }
   return found;
@@ -192,11 +192,14 @@ Sections sections_of(const std::string& text) {
 Words explain(const Sections& report, const std::vector<kit::TraceLine>& trace,
               const std::vector<Command>& commands, const std::map<int, std::string>& names) {
   const Findings found = read_trace(trace);
+  if (!found.problem.empty()) {
+    return lines_of(found.problem + "; nothing of it was stored");
+  }
   const std::map<std::string, Reported> stations = stations_of(report);
   const auto cells = std::count_if(report.begin(), report.end(), [](const auto& section) {
     return section.first.starts_with("cell ");
   });
-  Words lines = found.problems;
+  Words lines;
   lines.push_back(format("%zu stations, %d of them new; %d radios heard, %d of them of ours",
                          stations.size(), found.new_stations, static_cast<int>(cells),
                          found.sightings));

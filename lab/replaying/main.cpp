@@ -7,6 +7,7 @@
 
 #include "building/controller.h"
 #include "building/database.h"
+#include "kit/command_line.h"
 #include "kit/files.h"
 #include "replaying/explanation.h"
 #include "values/paths.h"
@@ -175,26 +176,40 @@ void Replay::run(int rounds) {
 
 int main(int argc, char** argv) try {
   std::string directory;
-  std::map<std::string, std::string> settings{{"79", "1"}, {"91", "1"}};
+  std::vector<std::string> assignments;
   int rounds = 0;
-  for (int i = 1; i < argc; ++i) {
-    const std::string word = argv[i];
-    if (word == "--rounds" && i + 1 < argc) {
-      rounds = static_cast<int>(lab::number_in(argv[++i]).value_or(0));
-    } else if (word == "--set" && i + 1 < argc) {
-      const lab::Words pair = lab::pieces_of(argv[++i], '=');
-      settings[pair.front()] = pair.back();
-    } else {
-      directory = word;
-    }
+  CLI::App app(
+      "Plays the report files in DIR, in the order of their names, against the program and a fresh "
+      "database in the private appliance, and tells of each what was decided and why. The files are "
+      "copied; nothing outside is touched. An AP is known by the MAC in section 00 of its reports, "
+      "gets an invented address, and the SSIDs of its own radios become the profiles. If there is "
+      "one report of each AP, all are played twice, so that the APs know each other in the round "
+      "that is shown.",
+      "lab/replay");
+  app.footer("Example:\n  lab/replay --set 91=0 lab/reports");
+  app.add_option("DIR", directory)->required()->check(CLI::ExistingDirectory);
+  app.add_option("--rounds", rounds, "play all files so many times and show the last")
+      ->check(CLI::Range(1, 1000));
+  app.add_option(
+         "--set", assignments,
+         "NUMBER=VALUE: a setting of the program (79=1 and 91=1, load balancing and auto-RF "
+         "on)")
+      ->allow_extra_args(false)
+      ->check([](const std::string& text) {
+        static const std::regex kAssignment("[0-9]+=.*");
+        return std::regex_match(text, kAssignment) ? "" : text + " is not NUMBER=VALUE";
+      });
+  if (const std::optional<int> end = kit::read_command_line(app, argc, argv)) {
+    return *end;
+  }
+  std::map<std::string, std::string> settings{{"79", "1"}, {"91", "1"}};
+  for (const std::string& assignment : assignments) {
+    const std::size_t equals = assignment.find('=');
+    settings[assignment.substr(0, equals)] = assignment.substr(equals + 1);
   }
   std::string lines;
   for (const auto& [number, value] : settings) {
     lines.append(number).append(" = ").append(value).append("\n");
-  }
-  if (directory.empty() || !fs::is_directory(directory)) {
-    std::fputs("lab-replay: no directory of reports given; see lab/replay --help\n", stderr);
-    return 2;
   }
   Replay replay(directory, lines);
   if (replay.empty()) {

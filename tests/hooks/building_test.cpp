@@ -17,6 +17,22 @@ class Building : public HookTest {
   }
 };
 
+TEST_F(Building, TellsWhatIsWrongWithACommandLine) {
+  const std::string scenario = "/source/lab/scenarios/fleet.ini";
+  const Words wrong[] = {{"lab-building", "/source/lab/scenarios/none.ini"},
+                         {"lab-building", scenario, "--minutes", "0"},
+                         {"lab-building", "--pages", "page.html"},
+                         {"lab-replay", "/nowhere"},
+                         {"lab-replay", "/source/lab/reports", "--rounds", "0"},
+                         {"lab-replay", "/source/lab/reports", "--set", "79"}};
+  for (Words words : wrong) {
+    words[0] = "/build/bin/" + words[0];
+    const kit::Output refused = kit::output_of(words);
+    EXPECT_EQ(refused.status, 2) << words[1];
+    EXPECT_EQ(refused.text.find('\n'), refused.text.size() - 1) << refused.text;
+  }
+}
+
 TEST_F(Building, GoesTheSameWayTwice) {
   const std::string first = play("quiet-office.ini", "6");
   EXPECT_NE(first.find(" block "), std::string::npos);

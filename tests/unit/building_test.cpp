@@ -166,6 +166,8 @@ TEST(Explanation, TellsWhatTheTraceSays) {
                   "  avg:4 = (users:2 + diff:7) / (aps:1 + 1)",
                   "stays blocked: 06:00:00:00:00:01 is now at Hall",
                   "kick    06:00:00:00:00:02: idle for 31 s, more than 30", "auto-RF is off"}));
+  EXPECT_EQ(lab::explain(report, {{"report_load", "too large: not loaded"}}, {command}, {}),
+            lab::Words{"too large: not loaded; nothing of it was stored"});
 }
 
 }  // namespace
