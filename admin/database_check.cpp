@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
+#include <regex>
 #include <set>
 
 #include "db/connection.h"
@@ -74,12 +75,11 @@ Schema read_schema(Rows columns, Rows keys) {
 }
 
 /// Whether the option file names the option alone on a line, without a value.
-bool has_bare_option(const std::string& option) {
+bool has_bare_option(const char* option) {
   std::ifstream file(paths::kDatabaseOptions);
+  const std::regex bare("\\s*" + std::string(option) + "\\s*");
   for (std::string line; std::getline(file, line);) {
-    std::erase_if(line, [](char c) { return c == ' ' || c == '\t' || c == '\r'; });
-    std::replace(line.begin(), line.end(), '_', '-');
-    if (line == option) {
+    if (std::regex_match(line, bare)) {
       return true;
     }
   }
@@ -95,7 +95,7 @@ Findings check_option_file() {
          M("%s, which may hold a password, can be read by every user.", paths::kDatabaseOptions),
          M("Run chmod 640 %s.", paths::kDatabaseOptions)});
   }
-  if (has_bare_option("ssl-verify-server-cert")) {
+  if (has_bare_option("ssl[-_]verify[-_]server[-_]cert")) {
     findings.push_back({Severity::warning, "server-not-verified",
                         M("%s has ssl-verify-server-cert without a value, which the client library "
                           "takes for off: any certificate of the authority passes.",

@@ -1,13 +1,11 @@
 #include "file_check.h"
 
-#include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <ctime>
-#include <functional>
-#include <memory>
+#include <filesystem>
 
 #include "entry/lock_file.h"
 #include "platform/files.h"
@@ -16,8 +14,6 @@
 #include "values/paths.h"
 
 namespace {
-
-constexpr const char* kMakeDirectories = "Run systemd-tmpfiles --create ap-run.conf.";
 
 /// A controller fetches a command within seconds; hooks wait 15 seconds for it to do so.
 constexpr std::int64_t kStuckCommand = 60;
@@ -84,31 +80,24 @@ struct Entry {
   std::uint64_t size;
 };
 
-/// What is in a directory, the oldest first; nothing when there is no such directory.
-std::vector<Entry> entries(const std::string& directory) {
+/// What is in a directory and `is_wanted`, the oldest first; nothing when there is no such directory.
+std::vector<Entry> entries(const std::string& directory, bool (*is_wanted)(const Entry&)) {
   std::vector<Entry> all;
-  const std::unique_ptr<DIR, int (*)(DIR*)> open(opendir(directory.c_str()), closedir);
-  if (!open) {
-    return all;
-  }
-  const std::int64_t now = std::time(nullptr);
-  while (const dirent* entry = readdir(open.get())) {
-    const std::string name = entry->d_name;
-    const std::string path = M("%s/%s", directory.c_str(), name.c_str());
+  std::error_code failed;
+  for (const auto& file : std::filesystem::directory_iterator(directory, failed)) {
     struct stat info {};
-    if (name != "." && name != ".." && lstat(path.c_str(), &info) == 0) {
-      all.push_back({name, now - info.st_mtim.tv_sec, static_cast<std::uint64_t>(info.st_size)});
+    if (lstat(file.path().c_str(), &info) == 0) {
+      all.push_back({file.path().filename(), std::time(nullptr) - info.st_mtim.tv_sec,
+                     static_cast<std::uint64_t>(info.st_size)});
     }
   }
+  std::erase_if(all, [&](const Entry& entry) { return !is_wanted(entry); });
   std::sort(all.begin(), all.end(), [](const Entry& a, const Entry& b) { return a.age > b.age; });
   return all;
 }
 
-std::vector<Entry> entries_if(const std::string& directory,
-                              const std::function<bool(const Entry&)>& wanted) {
-  std::vector<Entry> some = entries(directory);
-  std::erase_if(some, [&](const Entry& entry) { return !wanted(entry); });
-  return some;
+bool any(const Entry& /*entry*/) {
+  return true;
 }
 
 /// "3 files, the oldest 2 hours old: a, b, c and 4 more"
@@ -116,33 +105,23 @@ std::string told(const std::vector<Entry>& files) {
   constexpr std::int64_t kMinute = 60;
   constexpr std::int64_t kHour = 60 * kMinute;
   const std::int64_t age = files.front().age;
-  const bool hours = age >= 2 * kHour;
-  const bool minutes = !hours && age >= 2 * kMinute;
-  std::string text =
-      M("%zu file%s, the oldest %lld %s old: ", files.size(), files.size() == 1 ? "" : "s",
-        static_cast<long long>(hours     ? age / kHour
-                               : minutes ? age / kMinute
-                                         : age),
-        hours     ? "hours"
-        : minutes ? "minutes"
-                  : "seconds");
+  std::string text = M("%zu file%s, the oldest ", files.size(), files.size() == 1 ? "" : "s");
+  text += age >= 2 * kHour     ? M("%lld hours old: ", static_cast<long long>(age / kHour))
+          : age >= 2 * kMinute ? M("%lld minutes old: ", static_cast<long long>(age / kMinute))
+                               : M("%lld seconds old: ", static_cast<long long>(age));
   for (std::size_t i = 0; i < std::min(files.size(), kNamesTold); ++i) {
     text += (i == 0 ? "" : ", ") + files[i].name;
   }
   return files.size() > kNamesTold ? text + M(" and %zu more", files.size() - kNamesTold) : text;
 }
 
-std::string kibibytes(std::uint64_t bytes) {
+std::string total_size(const std::vector<Entry>& files) {
   constexpr std::uint64_t kKibi = 1024;
-  return M("%llu KiB", static_cast<unsigned long long>((bytes + kKibi - 1) / kKibi));
-}
-
-std::uint64_t total_size(const std::vector<Entry>& files) {
   std::uint64_t sum = 0;
   for (const Entry& file : files) {
     sum += file.size;
   }
-  return sum;
+  return M("%llu KiB", static_cast<unsigned long long>((sum + kKibi - 1) / kKibi));
 }
 
 }  // namespace
@@ -150,19 +129,22 @@ std::uint64_t total_size(const std::vector<Entry>& files) {
 Findings check_directories() {
   Findings findings;
   for (const NeededDirectory& directory : kDirectories) {
-    const auto note = [&](const char* name, const char* what, const char* advice) {
-      findings.push_back({directory.severity, name,
-                          M("%s %s: %s.", directory.path, what, directory.consequence), advice});
-    };
-    if (access(directory.path, F_OK) != 0) {
-      note("directory-missing", "does not exist", kMakeDirectories);
-    } else if (!isDirectory(directory.path)) {
-      note("directory-missing", "is no directory",
-           "Move what is there away, then run systemd-tmpfiles --create ap-run.conf.");
-    } else if (access(directory.path, W_OK | X_OK) != 0) {
-      note("directory-read-only", "cannot be written to",
-           "Mend its permissions, or mount its file system writable.");
+    const char* name = "directory-missing";
+    const char* what = "does not exist";
+    const char* advice = "Run systemd-tmpfiles --create ap-run.conf.";
+    if (isDirectory(directory.path)) {
+      if (access(directory.path, W_OK | X_OK) == 0) {
+        continue;
+      }
+      name = "directory-read-only";
+      what = "cannot be written to";
+      advice = "Mend its permissions, or mount its file system writable.";
+    } else if (access(directory.path, F_OK) == 0) {
+      what = "is no directory";
+      advice = "Move what is there away, then run systemd-tmpfiles --create ap-run.conf.";
     }
+    findings.push_back({directory.severity, name,
+                        M("%s %s: %s.", directory.path, what, directory.consequence), advice});
   }
   return findings;
 }
@@ -184,7 +166,7 @@ Findings check_programs() {
 
 Findings check_locks() {
   const std::vector<Entry> stale =
-      entries_if(paths::kLocks, [](const Entry& lock) { return lock.age >= kStaleLockAge; });
+      entries(paths::kLocks, [](const Entry& lock) { return lock.age >= kStaleLockAge; });
   if (stale.empty()) {
     return {};
   }
@@ -197,7 +179,7 @@ Findings check_locks() {
 
 Findings check_commands() {
   Findings findings;
-  const std::vector<Entry> stuck = entries_if(paths::kCommands, [](const Entry& command) {
+  const std::vector<Entry> stuck = entries(paths::kCommands, [](const Entry& command) {
     return command.age > kStuckCommand && command.name.starts_with("[CMD]=");
   });
   if (!stuck.empty()) {
@@ -208,7 +190,7 @@ Findings check_commands() {
          M("See that the controller runs and reads %s. Remove commands for APs that are gone.",
            paths::kCommands)});
   }
-  const std::vector<Entry> unfinished = entries_if(paths::kCommands, [](const Entry& command) {
+  const std::vector<Entry> unfinished = entries(paths::kCommands, [](const Entry& command) {
     return command.age > kStuckCommand && command.name.starts_with('.');
   });
   if (!unfinished.empty()) {
@@ -224,10 +206,9 @@ Findings check_commands() {
 Findings check_switches() {
   Findings findings;
   if (isDirectory(paths::kTraces)) {
-    const std::vector<Entry> traces = entries(paths::kTraces);
-    const std::string files = traces.empty()
-                                  ? "no AP has a file"
-                                  : told(traces) + ", together " + kibibytes(total_size(traces));
+    const std::vector<Entry> traces = entries(paths::kTraces, any);
+    const std::string files =
+        traces.empty() ? "no AP has a file" : told(traces) + ", together " + total_size(traces);
     findings.push_back({Severity::warning, "trace-on",
                         "Tracing is on: every line of every AP goes to the system log, and those "
                         "of the APs named to files that grow (" +
@@ -245,13 +226,13 @@ Findings check_switches() {
         Keeping{paths::kKeepCapabilities, paths::kCapabilities, "profiles-kept",
                 "Capability files"}}) {
     if (access(keeping.file, F_OK) == 0) {
-      const std::vector<Entry> kept = entries(keeping.kept_in);
-      findings.push_back({Severity::warning, keeping.name,
-                          M("%s are not removed after use, because %s exists; %s holds %zu files, "
-                            "together %s.",
-                            keeping.what, keeping.file, keeping.kept_in, kept.size(),
-                            kibibytes(total_size(kept)).c_str()),
-                          M("Remove %s when you have seen enough.", keeping.file)});
+      const std::vector<Entry> kept = entries(keeping.kept_in, any);
+      findings.push_back(
+          {Severity::warning, keeping.name,
+           M("%s are not removed after use, because %s exists; %s holds %zu files, "
+             "together %s.",
+             keeping.what, keeping.file, keeping.kept_in, kept.size(), total_size(kept).c_str()),
+           M("Remove %s when you have seen enough.", keeping.file)});
     }
   }
   return findings;

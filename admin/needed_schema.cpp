@@ -1,7 +1,6 @@
 #include "needed_schema.h"
 
 #include <algorithm>
-#include <set>
 #include <sstream>
 
 #include "db/schema.h"
@@ -36,11 +35,11 @@ Names lower(Names names) {
   return names;
 }
 
-using NameSet = std::set<std::string>;
-
-NameSet as_set(const Names& names) {
-  const Names plain = lower(names);
-  return {plain.begin(), plain.end()};
+/// In lower case and in order, as for a set.
+Names sorted(const Names& names) {
+  Names plain = lower(names);
+  std::sort(plain.begin(), plain.end());
+  return plain;
 }
 
 bool is_unique(const NeededKey& key) {
@@ -49,7 +48,7 @@ bool is_unique(const NeededKey& key) {
 
 bool serves(const Table::Key& found, const NeededKey& needed) {
   if (is_unique(needed)) {
-    return found.unique && as_set(found.columns) == as_set(needed.columns);
+    return found.unique && sorted(found.columns) == sorted(needed.columns);
   }
   const Names first = lower(found.columns);
   const Names wanted = lower(needed.columns);
@@ -61,12 +60,12 @@ bool refuses_rows(const Table::Key& found, const NeededTable& needed) {
   if (!found.unique) {
     return false;
   }
-  const NameSet columns = as_set(found.columns);
+  const Names columns = sorted(found.columns);
   bool any_unique = false;
   for (const NeededKey& key : needed.keys) {
     if (is_unique(key)) {
       any_unique = true;
-      const NameSet wanted = as_set(key.columns);
+      const Names wanted = sorted(key.columns);
       if (std::includes(columns.begin(), columns.end(), wanted.begin(), wanted.end())) {
         return false;
       }
@@ -151,24 +150,17 @@ class Comparison {
 
   void note_missing(const NeededKey& key) {
     const std::string columns = quoted(key.columns);
-    switch (key.use) {
-      case KeyUse::replace:
-        note(Severity::problem, "key-missing",
-             "has no unique key over " + columns + ": rows pile up instead of being replaced.",
-             "Delete double rows, then run " + alter("ADD UNIQUE KEY (" + columns + ")"));
-        break;
-      case KeyUse::single:
-        note(Severity::warning, "key-missing",
-             "has no unique key over " + columns +
-                 ": events of the same moment may leave two rows "
-                 "of one thing.",
-             "Delete double rows, then run " + alter("ADD UNIQUE KEY (" + columns + ")"));
-        break;
-      case KeyUse::look_up:
-        note(Severity::warning, "key-missing",
-             "has no key that begins with " + columns + ": look-ups read the whole table.",
-             "Run " + alter("ADD KEY (" + columns + ")"));
-        break;
+    const bool pile_up = key.use == KeyUse::replace;
+    if (is_unique(key)) {
+      note(pile_up ? Severity::problem : Severity::warning, "key-missing",
+           "has no unique key over " + columns +
+               (pile_up ? ": rows pile up instead of being replaced."
+                        : ": events of the same moment may leave two rows of one thing."),
+           "Delete double rows, then run " + alter("ADD UNIQUE KEY (" + columns + ")"));
+    } else {
+      note(Severity::warning, "key-missing",
+           "has no key that begins with " + columns + ": look-ups read the whole table.",
+           "Run " + alter("ADD KEY (" + columns + ")"));
     }
   }
 
@@ -185,7 +177,10 @@ bool is_per_ap(const std::string& name) {
          name.find_first_not_of("0123456789", kPrefix) == std::string::npos;
 }
 
-Findings compare_per_ap(const Schema& schema, NeededTable needed) {
+/// Compares every table of the stations (of the poorly served ones) of an AP, which the program
+/// makes itself.
+Findings compare_per_ap(const Schema& schema, const std::string& database, const char* columns) {
+  NeededTable needed{database, "", "", words(columns), {}, {{KeyUse::replace, {"mac"}}}, ""};
   const std::string prefix = needed.database + ".";
   Findings findings;
   for (auto found = schema.lower_bound(prefix);
@@ -200,38 +195,9 @@ Findings compare_per_ap(const Schema& schema, NeededTable needed) {
 
 }  // namespace
 
-const NeededTable& needed_client_table() {
-  static const NeededTable table{
-      AP_CLIENT,
-      "",
-      "",
-      words("mac stime utime ssid aid channel tx_rate rx_rate rssi idle tx_seq rx_seq confirm"),
-      {},
-      {{KeyUse::replace, {"mac"}}},
-      ""};
-  return table;
-}
-
-const NeededTable& needed_poor_client_table() {
-  static const NeededTable table{
-      AP_POOR_CLIENT,
-      "",
-      "",
-      words("mac band ssid rssi status stime utime connection_time confirm"),
-      {},
-      {{KeyUse::replace, {"mac"}}},
-      ""};
-  return table;
-}
-
 NeededTable needed_log_table(const std::string& database) {
-  return {database,
-          CONNTRACK_LOG_TABLE[kApControllerLog],
-          "40-connection-log.sql",
-          words("STime Program Type Msg"),
-          {},
-          {},
-          ""};
+  const char* table = CONNTRACK_LOG_TABLE[kApControllerLog];
+  return {database, table, "40-connection-log.sql", words("STime Program Type Msg"), {}, {}, ""};
 }
 
 Findings compare_table(const NeededTable& needed, const Table& found) {
@@ -257,7 +223,11 @@ Findings compare_schema(const Schema& schema) {
          "Not there, or not to be seen by the database user: " + names + ".",
          std::string("Apply ") + kSchemaFolder + "/" + file + ", or give the user the right."});
   }
-  add(findings, compare_per_ap(schema, needed_client_table()));
-  add(findings, compare_per_ap(schema, needed_poor_client_table()));
+  add(findings,
+      compare_per_ap(
+          schema, AP_CLIENT,
+          "mac stime utime ssid aid channel tx_rate rx_rate rssi idle tx_seq rx_seq confirm"));
+  add(findings, compare_per_ap(schema, AP_POOR_CLIENT,
+                               "mac band ssid rssi status stime utime connection_time confirm"));
   return findings;
 }

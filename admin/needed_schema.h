@@ -50,11 +50,6 @@ using Schema = std::map<std::string, Table>;
 /// Every table that has to be there beforehand, as the shipped schema files make it.
 const std::vector<NeededTable>& needed_tables();
 
-/// What every existing table of the stations (of the poorly served ones) of an AP has to look like;
-/// `table` is empty.
-const NeededTable& needed_client_table();
-const NeededTable& needed_poor_client_table();
-
 /// The table of connection-log database `database`.
 NeededTable needed_log_table(const std::string& database);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "platform/text.h"
 #include "values/paths.h"
@@ -14,35 +15,27 @@ constexpr std::size_t kWidth = 96;
 
 /// `text` in lines that begin with `indent` blanks, behind `head` in the first.
 std::string wrapped(std::string head, std::size_t indent, const std::string& text) {
-  std::string result;
-  std::string line = std::move(head);
-  line.resize(std::max(line.size(), indent), ' ');
-  bool first = true;
-  for (std::size_t at = 0; at < text.size();) {
-    const std::size_t end = std::min(text.find(' ', at), text.size());
-    const std::string word = text.substr(at, end - at);
-    if (!first && line.size() + 1 + word.size() > kWidth) {
-      result += line + "\n";
-      line.assign(indent, ' ');
-      first = true;
+  std::string result = std::move(head);
+  result.resize(std::max(result.size(), indent), ' ');
+  std::size_t column = result.size();
+  std::istringstream words(text);
+  for (std::string word; words >> word;) {
+    const bool first = column <= indent;
+    if (!first && column + 1 + word.size() > kWidth) {
+      result += "\n" + std::string(indent, ' ');
+      column = indent;
+    } else if (!first) {
+      word.insert(0, 1, ' ');
     }
-    line += (first ? "" : " ") + word;
-    first = false;
-    at = end + 1;
+    result += word;
+    column += word.size();
   }
-  return result + line + "\n";
+  return result + "\n";
 }
 
 const char* severity_name(Severity severity) {
-  switch (severity) {
-    case Severity::note:
-      return "note";
-    case Severity::warning:
-      return "warning";
-    case Severity::problem:
-      return "problem";
-  }
-  return "";
+  constexpr const char* kNames[] = {"note", "warning", "problem"};
+  return kNames[static_cast<std::size_t>(severity)];
 }
 
 std::string settings_text(const CheckReport& report) {

@@ -17,7 +17,6 @@ namespace lab {
 
 namespace {
 
-constexpr const char* kFilterList = "/etc/sysconfig/.firewall/wireless_mac_filter.conf";
 constexpr const char* kToolCalls = "/recorded/wum";
 constexpr int kMinutesOfRestart = 2;
 constexpr int kFilterMode = 135;  // number of the setting
@@ -81,7 +80,8 @@ void Play::join(const std::vector<int>& aps) {
     const auto image = images_.find(number);
     if (image != images_.end()) {
       // The image is running: it is withdrawn, or the AP would be taken for one that still waits.
-      fs::remove("/var/ap_update/" + fs::path(image->second).filename().string());
+      fs::remove(std::string(paths::kDownloads) + "/" +
+                 fs::path(image->second).filename().string());
       fs::remove(image->second);
       images_.erase(image);
       world_.note(Deed::firmware_done, number);
@@ -119,7 +119,7 @@ void Play::filter(const Words& words) {
       list += format("%d %s\n", ++listed, station.mac.c_str());
     }
   }
-  kit::write_file(kFilterList, list);
+  kit::write_file(paths::kMacFilterList, list);
   settings_[kFilterMode] = format("%.0f", mode);
   write_settings();
 }
@@ -196,7 +196,7 @@ void Play::deliver() {
       world_.install(target->number, target->version, kMinutesOfRestart);
       leave(target->number, Deed::restart);
     } else if (!command.file.empty()) {
-      install(target->number, "/var/ap_update/" + command.file);
+      install(target->number, std::string(paths::kDownloads) + "/" + command.file);
     } else {
       world_.obey(target->number, command);
     }
