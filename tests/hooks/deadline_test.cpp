@@ -4,6 +4,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <functional>
 #include <thread>
 
@@ -70,6 +71,7 @@ class Server {
       : listener_(bound(SOCK_STREAM, port)), thread_([this, serve = std::move(serve)] {
           const int client = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
           if (client >= 0) {
+            is_reached_ = true;
             serve(client);
             close(client);
           }
@@ -84,8 +86,12 @@ class Server {
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
 
+  /// Whether a client has come.
+  bool is_reached() const { return is_reached_; }
+
  private:
   int listener_;
+  std::atomic<bool> is_reached_ = false;
   std::thread thread_;
 };
 
@@ -136,11 +142,12 @@ class Deadline : public HookTest {
     seconds limit;
   };
 
-  /// Starts a hook with these options, which it has read when this returns.
-  void start(const char* weather, const std::string& options, seconds limit) {
+  /// Starts a hook with these options, which it has read when `has_read` holds.
+  void start(const char* weather, const std::string& options, seconds limit,
+             const std::function<bool()>& has_read) {
     write_file("/etc/ap-run/database.cnf", "[client]\nprotocol=tcp\nuser=root\n" + options);
     hooks_.push_back({weather, start_hook({"ap-command", "10", "-", kMac}), limit});
-    std::this_thread::sleep_for(milliseconds(300));
+    EXPECT_TRUE(eventually(has_read)) << weather;
   }
 
   std::vector<Hook> hooks_;
@@ -163,11 +170,19 @@ TEST_F(Deadline, IsKeptWhateverArrives) {
   write_file("/etc/nsswitch.conf", "hosts: files dns\n");
 
   const auto begin = steady_clock::now();
-  start("a byte of the greeting per half second", "host=127.0.0.1\nport=4001\n", seconds(3));
-  start("TLS that is not taken up", "host=127.0.0.1\nport=4002\nssl\n", seconds(3));
-  start("a byte of an answer per second", "host=127.0.0.1\nport=4003\n", seconds(10));
-  start("a full backlog", "host=127.0.0.1\nport=4004\n", seconds(3));
-  start("a silent name server", "host=db.example.org\nport=4005\n", seconds(3));
+  start("a byte of the greeting per half second", "host=127.0.0.1\nport=4001\n", seconds(3),
+        [&] { return slow_greeting.is_reached(); });
+  start("TLS that is not taken up", "host=127.0.0.1\nport=4002\nssl\n", seconds(3),
+        [&] { return stalling.is_reached(); });
+  start("a byte of an answer per second", "host=127.0.0.1\nport=4003\n", seconds(10),
+        [&] { return slow_answers.is_reached(); });
+  // Of the other two no one hears; should one read the options of the other, it waits as long.
+  const auto a_moment = [] {
+    std::this_thread::sleep_for(milliseconds(300));
+    return true;
+  };
+  start("a full backlog", "host=127.0.0.1\nport=4004\n", seconds(3), a_moment);
+  start("a silent name server", "host=db.example.org\nport=4005\n", seconds(3), a_moment);
   for (const seconds limit : {seconds(3), seconds(10)}) {
     for (Hook& hook : hooks_) {
       if (hook.limit == limit) {
