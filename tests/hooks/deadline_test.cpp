@@ -35,6 +35,12 @@ int bound(int type, in_port_t port) {
   return socket;
 }
 
+int listening(in_port_t port) {
+  const int socket = bound(SOCK_STREAM, port);
+  EXPECT_EQ(listen(socket, 1), 0);
+  return socket;
+}
+
 int connected_to_real_server() {
   const int server = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_un address{AF_UNIX, "/run/mysqld/mysqld.sock"};
@@ -68,16 +74,14 @@ void trickle(int socket, const std::string& bytes, milliseconds pause) {
 class Server {
  public:
   Server(in_port_t port, std::function<void(int client)> serve)
-      : listener_(bound(SOCK_STREAM, port)), thread_([this, serve = std::move(serve)] {
+      : listener_(listening(port)), thread_([this, serve = std::move(serve)] {
           const int client = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
           if (client >= 0) {
             is_reached_ = true;
             serve(client);
             close(client);
           }
-        }) {
-    listen(listener_, 1);
-  }
+        }) {}
   ~Server() {
     shutdown(listener_, SHUT_RDWR);
     thread_.join();
