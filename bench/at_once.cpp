@@ -1,11 +1,9 @@
-#include <chrono>
-#include <numeric>
 #include <thread>
 
 #include "building.h"
 #include "figures.h"
+#include "kit/child.h"
 #include "machine.h"
-#include "platform/text.h"
 #include "sections.h"
 
 namespace {
@@ -20,87 +18,78 @@ constexpr double kIdleLimit = 0.15;
 
 struct Round {
   std::string title;
-  double aps = 0, at_once = 0, reports = 0;
-  double wall_ms = 0;
-  double hooks_ms = 0, server_ms = 0, busy_ms = 0, idle_ms = 0;
-  double statements = 0;
+  int aps = 0, at_once = 0, reports = 0;
+  double wall_ms = 0, hooks_ms = 0, server_ms = 0, statements = 0;
+  Machine machine{};
   int dropped = 0;
   std::vector<double> each_ms;
 
-  double percent(double ms) const { return ms * 100 / (busy_ms + idle_ms); }
+  double per_report(double whole) const { return whole / reports; }
+  double of_processors(double ms) const { return ms / machine.all_ms() * 100; }
 };
 
-/// The APs from `first` in steps of `step` below `end`, each in its turn, `rounds` times.
+/// The reports that one of the workers delivers, and what became of them.
 struct Share {
-  int first;
-  int step;
-  int end;
-  int rounds;
+  std::vector<int> aps;
+  std::vector<kit::Usage> hooks;
+  int dropped = 0;
 };
 
 class Fleet {
  public:
   Fleet(Server& server, int size) : server_(server) {
-    server_.clear();
-    write_settings();
-    server_.rows(kProfiles);
+    move_out(server_);
     for (int ap = 1; ap <= size; ++ap) {
       reports_.push_back(
           report_text({ap, kSize, {ap % size + 1, (ap + 1) % size + 1}, ap * kForeignStep}));
     }
   }
 
-  /// The first `aps` APs report `rounds` times, as many of them at once. No AP reports twice at the
-  /// same time.
+  /// The first `aps` APs report `rounds` times, `at_once` of them at the same time. No AP reports
+  /// twice at the same time.
   Round report(const std::string& title, int at_once, int rounds, int aps) {
     say(title);
-    std::vector<Launcher> launchers(static_cast<std::size_t>(at_once));
-    std::vector<Round> shares(static_cast<std::size_t>(at_once));
+    std::vector<Share> shares(static_cast<std::size_t>(at_once));
+    for (int round = 0; round < rounds; ++round) {
+      for (int ap = 1; ap <= aps; ++ap) {
+        shares[static_cast<std::size_t>(ap % at_once)].aps.push_back(ap);
+      }
+    }
     Round whole;
     whole.title = title;
-    whole.aps = static_cast<double>(reports_.size());
+    whole.aps = static_cast<int>(reports_.size());
     whole.at_once = at_once;
     whole.reports = aps * rounds;
-    const double statements = server_.questions();
+    const double statements = server_.statements();
     const double server = server_.processor_ms();
-    const Machine machine = Machine::now();
-    const auto start = std::chrono::steady_clock::now();
-    const std::jthread controller = start_controller();
-    std::vector<std::thread> workers;
-    for (int i = 0; i < at_once; ++i) {
-      const auto at = static_cast<std::size_t>(i);
-      workers.emplace_back([&, i, at] {
-        work(launchers[at], {i, at_once, aps, rounds}, shares[at]);
-      });
+    const Machine before = Machine::now();
+    const kit::Stopwatch watch;
+    const std::jthread controller(fetch_all_commands);
+    std::vector<std::jthread> workers;
+    workers.reserve(shares.size());
+    for (Share& share : shares) {
+      workers.emplace_back([this, &share] { work(share); });
     }
-    for (std::thread& worker : workers) {
-      worker.join();
-    }
-    whole.wall_ms =
-        std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
-    const Machine after = Machine::now();
-    whole.busy_ms = after.busy_ms - machine.busy_ms;
-    whole.idle_ms = after.idle_ms - machine.idle_ms;
+    workers.clear();  // waits for them
+    whole.wall_ms = watch.ms();
+    whole.machine = Machine::now().since(before);
     whole.server_ms = server_.processor_ms() - server;
-    whole.statements = server_.questions() - statements;
-    for (const Round& share : shares) {
-      whole.hooks_ms += share.hooks_ms;
+    whole.statements = server_.statements() - statements;
+    for (const Share& share : shares) {
       whole.dropped += share.dropped;
-      whole.each_ms.insert(whole.each_ms.end(), share.each_ms.begin(), share.each_ms.end());
+      for (const kit::Usage& hook : share.hooks) {
+        whole.each_ms.push_back(hook.wall_ms);
+        whole.hooks_ms += hook.processor_ms;
+      }
     }
     return whole;
   }
 
  private:
-  void work(Launcher& launcher, Share share, Round& done) {
-    for (int round = 0; round < share.rounds; ++round) {
-      for (int i = share.first; i < share.end; i += share.step) {
-        const kit::Usage usage =
-            launcher.run(deliver(i + 1, reports_[static_cast<std::size_t>(i)]));
-        done.each_ms.push_back(usage.wall_ms);
-        done.hooks_ms += usage.processor_ms;
-        done.dropped += left_alone(i + 1) ? 1 : 0;
-      }
+  void work(Share& share) const {
+    for (const int ap : share.aps) {
+      share.hooks.push_back(kit::run(deliver(ap, reports_[static_cast<std::size_t>(ap - 1)])));
+      share.dropped += left_alone(ap) ? 1 : 0;
     }
   }
 
@@ -108,11 +97,11 @@ class Fleet {
   std::vector<std::string> reports_;
 };
 
-std::string limit_of(const Round& round) {
-  if (round.idle_ms > kIdleLimit * (round.busy_ms + round.idle_ms)) {
+const char* limit_of(const Round& round) {
+  if (round.machine.idle_ms > kIdleLimit * round.machine.all_ms()) {
     return "waiting";
   }
-  const double others_ms = round.busy_ms - round.hooks_ms - round.server_ms;
+  const double others_ms = round.machine.busy_ms - round.hooks_ms - round.server_ms;
   if (others_ms > round.hooks_ms && others_ms > round.server_ms) {
     return "others";
   }
@@ -120,31 +109,30 @@ std::string limit_of(const Round& round) {
 }
 
 Section table_of(const std::vector<Round>& rounds) {
-  Section section{M("APs reporting at once, %s each", as_text(kSize).c_str()), {}, {}, ""};
-  using Of = const Round&;
-  add_rows<Round>(
-      section, rounds,
-      {{"APs", "", [](Of r) -> Cell { return r.aps; }},
-       {"at once", "", [](Of r) -> Cell { return r.at_once; }},
-       {"reports", "", [](Of r) -> Cell { return r.reports; }},
-       {"reports per second", "", [](Of r) -> Cell { return r.reports * 1e3 / r.wall_ms; }},
-       {"one report, median", "ms", [](Of r) -> Cell { return median(r.each_ms); }},
-       {"one report, slowest of 20", "ms", [](Of r) -> Cell { return quantile(r.each_ms, 0.95); }},
-       {"statements per report", "", [](Of r) -> Cell { return r.statements / r.reports; }},
-       {"processor of the hook per report", "ms",
-        [](Of r) -> Cell { return r.hooks_ms / r.reports; }},
-       {"processor of the server per report", "ms",
-        [](Of r) -> Cell { return r.server_ms / r.reports; }},
-       {"processors: hooks", "%", [](Of r) -> Cell { return r.percent(r.hooks_ms); }},
-       {"processors: server", "%", [](Of r) -> Cell { return r.percent(r.server_ms); }},
-       {"processors: idle", "%", [](Of r) -> Cell { return r.percent(r.idle_ms); }},
-       {"limited by", "", [](Of r) -> Cell { return limit_of(r); }}});
+  Section section{"APs reporting at once, " + as_text(kSize) + " each", {}, {}, ""};
   for (const Round& round : rounds) {
     section.columns.push_back(round.title);
     if (round.dropped > 0) {
-      section.note += M("%d reports of \"%s\" were dropped. ", round.dropped, round.title.c_str());
+      section.note +=
+          kit::format("%d reports of \"%s\" were dropped. ", round.dropped, round.title.c_str());
     }
   }
+  using R = const Round&;
+  section.rows = rows_of<Round>(
+      rounds,
+      {{"APs", "", [](R r) { return r.aps; }},
+       {"at once", "", [](R r) { return r.at_once; }},
+       {"reports", "", [](R r) { return r.reports; }},
+       {"reports per second", "", [](R r) { return r.reports * 1e3 / r.wall_ms; }},
+       {"one report, median", "ms", [](R r) { return median(r.each_ms); }},
+       {"one report, slowest of 20", "ms", [](R r) { return quantile(r.each_ms, 0.95); }},
+       {"statements per report", "", [](R r) { return r.per_report(r.statements); }},
+       {"processor of the hook per report", "ms", [](R r) { return r.per_report(r.hooks_ms); }},
+       {"processor of the server per report", "ms", [](R r) { return r.per_report(r.server_ms); }},
+       {"processors: hooks", "%", [](R r) { return r.of_processors(r.hooks_ms); }},
+       {"processors: server", "%", [](R r) { return r.of_processors(r.server_ms); }},
+       {"processors: idle", "%", [](R r) { return r.of_processors(r.machine.idle_ms); }},
+       {"limited by", "", limit_of}});
   section.note +=
       "The columns: one, some and all APs of a floor at once; a fleet of which no AP is known yet; "
       "the fleet when all are known.\nCompare the reports per second with what a site needs: 1,000 "
@@ -156,20 +144,20 @@ Section table_of(const std::vector<Round>& rounds) {
 
 }  // namespace
 
-Section measure_at_once(Server& server, Effort effort) {
-  const bool quick = effort == Effort::quick;
+Section measure_at_once(Bench& bench) {
+  const bool quick = bench.effort == Effort::quick;
   std::vector<Round> rounds;
   {
     constexpr int kFloor = 32;
     const int times = quick ? 1 : 6;
-    Fleet floor(server, kFloor);
+    Fleet floor(bench.server, kFloor);
     floor.report("a floor of APs moves in", kFleetAtOnce, quick ? 1 : 2, kFloor);
     rounds.push_back(floor.report("one", 1, times, kFloor));
     rounds.push_back(floor.report("some", 8, times, kFloor));
     rounds.push_back(floor.report("all", kFloor, times, kFloor));
   }
   const int size = quick ? 40 : 1000;
-  Fleet fleet(server, size);
+  Fleet fleet(bench.server, size);
   rounds.push_back(fleet.report("fleet, new", kFleetAtOnce, 1, size));
   rounds.push_back(fleet.report("fleet", kFleetAtOnce, 1, quick ? size : size / 3));
   return table_of(rounds);

@@ -8,14 +8,14 @@ double median(std::vector<double> values) {
   return quantile(std::move(values), 0.5);
 }
 
-double least(const std::vector<double>& values) {
-  return values.empty() ? 0 : *std::min_element(values.begin(), values.end());
-}
-
 double mean(const std::vector<double>& values) {
   return values.empty() ? 0
                         : std::accumulate(values.begin(), values.end(), 0.0) /
                               static_cast<double>(values.size());
+}
+
+double least(std::vector<double> values) {
+  return quantile(std::move(values), 0);
 }
 
 double quantile(std::vector<double> values, double part) {

@@ -3,11 +3,11 @@
 #include <vector>
 
 // What is made of many measurements of one thing. On a machine that does other things besides, the
-// median says what is usual and the least what is possible.
+// median says what is usual and the least what is possible. Of nothing, all are 0.
 
 double median(std::vector<double> values);
-double least(const std::vector<double>& values);
 double mean(const std::vector<double>& values);
+double least(std::vector<double> values);
 
 /// The value that `part` of the values (0 to 1) do not exceed.
 double quantile(std::vector<double> values, double part);

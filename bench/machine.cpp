@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <fstream>
 
-#include "platform/text.h"
+#include "kit/files.h"
 
 Machine Machine::now() {
   std::ifstream file("/proc/stat");
@@ -18,16 +18,13 @@ Machine Machine::now() {
 }
 
 std::string machine_name() {
-  std::ifstream file("/proc/cpuinfo");
-  std::string processor = "unknown processor";
-  for (std::string line; std::getline(file, line);) {
-    if (line.starts_with("model name")) {
-      processor = line.substr(std::min(line.find(": ") + 2, line.size()));
-      break;
-    }
-  }
+  const kit::Lines lines = kit::lines_of(kit::content("/proc/cpuinfo"));
+  const auto model = std::find_if(lines.begin(), lines.end(), [](const std::string& line) {
+    return line.starts_with("model name");
+  });
   utsname system{};
   uname(&system);
-  return M("%ld x %s, %s %s", sysconf(_SC_NPROCESSORS_ONLN), processor.c_str(), system.sysname,
-           system.release);
+  return kit::format("%ld x%s, %s %s", sysconf(_SC_NPROCESSORS_ONLN),
+                     model == lines.end() ? " unknown" : model->c_str() + model->find(':') + 1,
+                     system.sysname, system.release);
 }

@@ -8,6 +8,11 @@ struct Machine {
   double idle_ms;
 
   static Machine now();
+
+  Machine since(const Machine& before) const {
+    return {busy_ms - before.busy_ms, idle_ms - before.idle_ms};
+  }
+  double all_ms() const { return busy_ms + idle_ms; }
 };
 
 /// Number and kind of processors, and the kernel.

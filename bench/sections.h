@@ -2,7 +2,6 @@
 
 #include <array>
 
-#include "launcher.h"
 #include "report_text.h"
 #include "server.h"
 #include "table.h"
@@ -23,15 +22,29 @@ struct StartUp {
   double processor_ms;
 };
 
-/// Fills `start_up`.
-Section measure_start_up(Launcher& launcher, Effort effort, StartUp& start_up);
+struct Bench {
+  Effort effort;
+  StartUp start_up{};  // known after measure_start_up
+  Server server;
+};
 
-Section measure_cycle(Launcher& launcher, Server& server, Effort effort, const StartUp& start_up);
+Section measure_start_up(Bench& bench);
 
-Section measure_at_once(Server& server, Effort effort);
+/// Reports of one AP, over and over; after measure_start_up.
+Section measure_cycle(Bench& bench);
+
+/// Many APs that report at the same time.
+Section measure_at_once(Bench& bench);
+
+/// A power cut is over, and all APs join in the same moment.
+Section measure_storm(Bench& bench);
+
+/// A load-balancing pass at a crowded AP, by the number of managed APs that it hears and of its
+/// stations.
+Section measure_steering(Bench& bench);
 
 /// Within one process: what is done per byte and key of a report, and per statement.
-Section measure_parts_by_size(Effort effort);
-Section measure_parts(Effort effort);
+Section measure_parts_by_size(Bench& bench);
+Section measure_parts(Bench& bench);
 
 void say(const std::string& what);

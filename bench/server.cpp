@@ -1,39 +1,29 @@
 #include "server.h"
 
-#include <unistd.h>
-
-#include <algorithm>
-#include <iterator>
-#include <sstream>
-
 #include "kit/files.h"
 
-void Server::start_log() {
+Server::Server() {
+  clock_getcpuclockid(std::stoi(kit::content("/run/mysqld/mysqld.pid")), &processor_clock_);
+}
+
+std::vector<std::string> Server::statements_of(const std::function<void()>& doing) {
   rows("SET GLOBAL log_output='TABLE'");
   rows("TRUNCATE mysql.general_log");
   rows("SET GLOBAL general_log=ON");
-}
-
-std::vector<std::string> Server::stop_log() {
+  doing();
   rows("SET GLOBAL general_log=OFF");
   std::vector<std::string> statements;
-  for (kit::SqlRow& row : rows("SELECT argument FROM mysql.general_log WHERE command_type='Query' "
-                               "AND thread_id<>CONNECTION_ID()")) {
+  for (kit::SqlRow& row :
+       rows("SELECT argument FROM mysql.general_log WHERE command_type='Query' AND thread_id IN "
+            "(SELECT thread_id FROM mysql.general_log WHERE command_type='Connect') "
+            "ORDER BY thread_id, event_time")) {
     statements.push_back(std::move(row.front()));
   }
   return statements;
 }
 
 double Server::processor_ms() const {
-  const std::string stat = kit::content("/proc/" + process_ + "/stat");
-  // The second field is the program's name in parentheses; 14 and 15 are the times.
-  std::istringstream fields(stat.substr(std::min(stat.rfind(')') + 1, stat.size())));
-  const std::vector<std::string> words{std::istream_iterator<std::string>(fields), {}};
-  constexpr std::size_t kUser = 11;
-  constexpr std::size_t kSystem = 12;
-  if (words.size() <= kSystem) {
-    return 0;
-  }
-  const double ticks = std::stod(words[kUser]) + std::stod(words[kSystem]);
-  return ticks * 1e3 / static_cast<double>(sysconf(_SC_CLK_TCK));
+  timespec time{};
+  clock_gettime(processor_clock_, &time);
+  return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
 }

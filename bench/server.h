@@ -1,26 +1,29 @@
 #pragma once
 
+#include <sys/types.h>
+
+#include <ctime>
+#include <functional>
 #include <string>
 #include <vector>
 
-#include "kit/files.h"
 #include "kit/sql.h"
 
 /// The appliance's database server, from the side.
 class Server : public kit::Database {
  public:
-  /// Statements that connections send from now on are logged, but for this one's.
-  void start_log();
+  Server();
 
-  /// What was logged, byte for byte and in the order in which it arrived.
-  std::vector<std::string> stop_log();
+  /// The statements that arrive, over connections that begin, while `doing` runs: byte for byte, in
+  /// the order of the connections.
+  std::vector<std::string> statements_of(const std::function<void()>& doing);
 
-  /// Statements that all connections have sent so far.
-  double questions() { return status("Questions"); }
+  /// How many statements it has carried out so far; asking counts as one.
+  double statements() { return status("Questions"); }
 
-  /// User and system time of the server so far, in ms; the kernel counts it in steps of 10.
+  /// User and system time so far.
   double processor_ms() const;
 
  private:
-  std::string process_ = kit::lines_of(kit::content(value("SELECT @@pid_file"))).front();
+  clockid_t processor_clock_ = 0;
 };

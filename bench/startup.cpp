@@ -1,35 +1,30 @@
-#include <cstdlib>
-#include <vector>
-
 #include "figures.h"
+#include "measured_run.h"
 #include "sections.h"
 
 namespace {
 
-constexpr int kQuickRounds = 100;
-constexpr int kFullRounds = 600;
-
 struct Candidate {
   const char* label;
-  std::vector<std::string> words;
-  std::vector<double> wall, processor, beyond_empty;
+  kit::Words words;
+  std::vector<double> wall{}, processor{}, beyond_empty{};
   double peak_kib = 0;
 };
 
 }  // namespace
 
-Section measure_start_up(Launcher& launcher, Effort effort, StartUp& start_up) {
+Section measure_start_up(Bench& bench) {
   say("start-up");
   std::vector<Candidate> candidates{
-      {"/bin/true", {"/bin/true"}, {}, {}, {}},
-      {"empty C++ program, C++ runtime linked in", {"/build/bin/bench-empty"}, {}, {}, {}},
-      {"empty C++ program", {"/build/bin/bench-empty-shared"}, {}, {}, {}},
-      {"ap-history", {"/usr/sbin/ap-history", "bench"}, {}, {}, {}}};
-  const int rounds = effort == Effort::quick ? kQuickRounds : kFullRounds;
+      {"/bin/true", {"/bin/true"}},
+      {"empty C++ program, C++ runtime linked in", {"/build/bin/bench-empty"}},
+      {"empty C++ program", {"/build/bin/bench-empty-shared"}},
+      {"ap-history", {"/usr/sbin/ap-history", "bench"}}};
+  const int rounds = bench.effort == Effort::quick ? 100 : 600;
   for (int round = 0; round < rounds; ++round) {
     // One after the other, so that what else the machine does meets all of them.
     for (Candidate& candidate : candidates) {
-      const kit::Usage usage = launcher.run(candidate.words);
+      const kit::Usage usage = measured_run(candidate.words);
       candidate.wall.push_back(usage.wall_ms);
       candidate.processor.push_back(usage.processor_ms);
       candidate.peak_kib = usage.peak_kib;
@@ -40,20 +35,19 @@ Section measure_start_up(Launcher& launcher, Effort effort, StartUp& start_up) {
   }
 
   const Candidate& hook = candidates.back();
-  start_up = {median(hook.wall), median(hook.processor)};
+  bench.start_up = {median(hook.wall), median(hook.processor)};
   Section section{"Start-up", {"median", "least", "processor", "peak MiB", "to empty"}, {}, ""};
   for (const Candidate& candidate : candidates) {
     section.rows.push_back(
         {candidate.label,
          "ms",
          {median(candidate.wall), least(candidate.wall), median(candidate.processor),
-          candidate.peak_kib / 1024, median(candidate.beyond_empty)},
-         ""});
+          candidate.peak_kib / 1024, median(candidate.beyond_empty)}});
   }
-  section.note =
+  section.note = kit::format(
       "Compare ap-history with the program above it. \"to empty\" is the median difference of pairs "
       "run one after the other,\nto the empty program with the C++ runtime linked in, as ap-history "
-      "has it. " +
-      std::to_string(rounds) + " rounds.";
+      "has it. %d rounds.",
+      rounds);
   return section;
 }

@@ -1,32 +1,23 @@
 #pragma once
 
-#include <algorithm>
-#include <iterator>
-#include <optional>
+#include <functional>
+#include <nlohmann/json.hpp>
 #include <string>
-#include <string_view>
 #include <vector>
 
 // The figures that the benchmark ends with: sections of rows, printed as one table and written as
 // JSON.
 
-/// A figure, a word in its place, or nothing.
-struct Cell {
-  std::optional<double> number;
-  std::string text;
+/// A figure, a word in its place, or nothing (null).
+using Cell = nlohmann::json;
 
-  Cell() = default;
-  Cell(double figure) : number(figure) {}              // NOLINT: a row is a list of figures
-  Cell(std::string words) : text(std::move(words)) {}  // NOLINT
-  Cell(const char* words) : text(words) {}             // NOLINT
-};
-
-struct FigureRow {
+struct FigureRow {  // NOLINT(bugprone-exception-escape): the linter mistrusts JSON's destructor
   std::string label;
   std::string unit;  // empty for a count or a word
-  std::vector<Cell> cells;
-  std::string goal;  // empty for none
+  std::vector<Cell> values;
+  Cell goal = nullptr;  // a text; null for none
 };
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(FigureRow, label, unit, values, goal)
 
 struct Section {
   std::string title;
@@ -35,35 +26,31 @@ struct Section {
   /// What a reader should compare, and with what.
   std::string note;
 };
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Section, title, columns, rows, note)
 
 using Table = std::vector<Section>;
 
-/// A row that shows one figure of every measurement, in the order of the columns.
+/// A row of a section whose columns are several `Measured` of one kind.
 template <class Measured>
 struct Figure {
   std::string label;
   std::string unit;
-  Cell (*of)(const Measured& measured);
-  std::string goal = {};
+  std::function<Cell(const Measured&)> of;
+  Cell goal = nullptr;
 };
 
 template <class Measured>
-void add_rows(Section& section, const std::vector<Measured>& all,
-              const std::vector<Figure<Measured>>& figures) {
+std::vector<FigureRow> rows_of(const std::vector<Measured>& columns,
+                               const std::vector<Figure<Measured>>& figures) {
+  std::vector<FigureRow> rows;
   for (const Figure<Measured>& figure : figures) {
-    FigureRow& row =
-        section.rows.emplace_back(FigureRow{figure.label, figure.unit, {}, figure.goal});
-    std::transform(all.begin(), all.end(), std::back_inserter(row.cells), figure.of);
+    FigureRow& row = rows.emplace_back(FigureRow{figure.label, figure.unit, {}, figure.goal});
+    for (const Measured& column : columns) {
+      row.values.push_back(figure.of(column));
+    }
   }
+  return rows;
 }
-
-/// The section of a table of tabs, as the scripts beside the driver print it: the first line names
-/// the rows, and every other line becomes a column. The first field is the column's own name. What
-/// is not a number stays a word.
-Section section_of(std::string_view title, std::string_view tabs);
 
 /// Figures with three digits that count; goals stand at the end of their row.
 std::string as_text(const Table& table);
-
-/// {"head": "...", "sections": [...]}. `head` says where the figures come from.
-std::string as_json(const std::string& head, const Table& table);

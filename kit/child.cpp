@@ -15,10 +15,6 @@ namespace kit {
 
 namespace {
 
-double milliseconds(const timeval& time) {
-  return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) / 1e3;
-}
-
 /// Adds pointers to the words; they are valid as long as those.
 void add_pointers(std::vector<char*>& pointers, const Words& words) {
   for (const std::string& word : words) {
@@ -27,6 +23,10 @@ void add_pointers(std::vector<char*>& pointers, const Words& words) {
 }
 
 }  // namespace
+
+double milliseconds(const timeval& time) {
+  return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) / 1e3;
+}
 
 Child::Child(const Program& program) {
   std::vector<char*> words;
@@ -75,10 +75,10 @@ Child::~Child() {
 }
 
 Child::Child(Child&& other) noexcept
-    : start_(other.start_), id_(other.id_), over_(std::exchange(other.over_, true)) {}
+    : watch_(other.watch_), id_(other.id_), over_(std::exchange(other.over_, true)) {}
 
 Child& Child::operator=(Child&& other) noexcept {
-  std::swap(start_, other.start_);
+  std::swap(watch_, other.watch_);
   std::swap(id_, other.id_);
   std::swap(over_, other.over_);
   return *this;
@@ -95,8 +95,7 @@ Usage Child::finish() {
   rusage used{};
   wait4(id_, &status, 0, &used);
   over_ = true;
-  const std::chrono::duration<double, std::milli> wall = std::chrono::steady_clock::now() - start_;
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), wall.count(),
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), watch_.ms(),
           milliseconds(used.ru_utime) + milliseconds(used.ru_stime),
           static_cast<double>(used.ru_maxrss)};
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <sys/time.h>
 #include <sys/types.h>
 
 #include <chrono>
@@ -16,6 +17,20 @@ struct Usage {
   double wall_ms;       // until finish() saw the end
   double processor_ms;  // user and system, with the children that it waited for
   double peak_kib;      // largest resident set; the kernel counts that of the starting process in
+};
+
+double milliseconds(const timeval& time);
+
+/// Counts from its making.
+class Stopwatch {
+ public:
+  double ms() const {
+    return std::chrono::duration<double, std::milli>(Clock::now() - start_).count();
+  }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  Clock::time_point start_ = Clock::now();
 };
 
 /// A program to start. Descriptors stay the caller's; the program gets none but the standard ones.
@@ -52,7 +67,7 @@ class Child {
   Usage finish();
 
  private:
-  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+  Stopwatch watch_;
   pid_t id_ = 0;
   bool over_ = false;  // waited for, or another object's now
 };

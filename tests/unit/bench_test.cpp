@@ -6,49 +6,8 @@
 #include "platform/text.h"
 #include "report_text.h"
 #include "reports/report.h"
-#include "table.h"
 
 namespace {
-
-TEST(BenchTable, ComesFromATableOfTabs) {
-  const Section section = section_of("Storm", "case\tms\tlimit\nnew ones\t10.5\tnone\n\t-3\t4x\n");
-  EXPECT_EQ(section.columns, (std::vector<std::string>{"new ones", ""}));
-  EXPECT_EQ(as_json("a \"head\"\x01", {section}),
-            R"({
- "head": "a \"head\"\u0001",
- "sections": [
-  {
-   "title": "Storm",
-   "columns": [
-    "new ones",
-    ""
-   ],
-   "rows": [
-    {
-     "label": "ms",
-     "unit": "",
-     "values": [
-      10.5,
-      -3.0
-     ],
-     "goal": null
-    },
-    {
-     "label": "limit",
-     "unit": "",
-     "values": [
-      "none",
-      "4x"
-     ],
-     "goal": null
-    }
-   ],
-   "note": ""
-  }
- ]
-}
-)");
-}
 
 /// How many sections of a form there are without a gap, over both bands.
 int count(const Report& report, const std::string& before, const char* key) {
