@@ -85,7 +85,7 @@ void Connection::run(const Step& step, const Statement& statement) {
     return;
   }
   unchecked_.push_back({ticket, step.operation, is_in_transaction_});
-  if (is_tracing()) {  // waited for, so that the trace tells of a failure below its statement
+  if (is_traced_) {  // waited for, so that the trace tells of a failure below its statement
     const MyOutcome outcome = my_mysql_outcome(connection_, ticket);
     if (outcome.fate != MyFate::done) {
       trace_failure(step, statement, outcome.error);
@@ -129,10 +129,11 @@ void Connection::verify(const Query& query, Rows& rows) {
 }
 
 bool Connection::is_remembered(const Query& query) const {
-  return !is_tracing() && found_.contains(query.statement.text);
+  return !is_traced_ && found_.contains(query.statement.text);
 }
 
 std::optional<std::string> Connection::look_up(const Query& query) {
+  is_traced_ = is_tracing();
   if (is_remembered(query)) {
     return found_.find(query.statement.text)->second;
   }
@@ -147,7 +148,7 @@ std::optional<std::string> Connection::look_up(const Query& query) {
 void Connection::fetch_ahead(const Query& query) {
   const std::string& text = query.statement.text;
   if (hint_check::is_without_hints() || is_remembered(query) ||
-      (!is_tracing() && ahead_.contains(text))) {
+      (!is_traced_ && ahead_.contains(text))) {
     return;
   }
   if (const MyTicket ticket = send(query.statement); ticket != 0) {
@@ -191,8 +192,9 @@ void Connection::in_transaction(const Step& what, const std::function<void()>& b
   is_in_transaction_ = false;
 }
 
-void Connection::trace(const Step& step, const std::string& text) const {
-  if (step.operation != nullptr) {
+void Connection::trace(const Step& step, const std::string& text) {
+  is_traced_ = is_tracing();
+  if (is_traced_ && step.operation != nullptr) {
     ap_debug_log(step.operation, step.line, key_.c_str(), "%s%s", step.mark.c_str(), text.c_str());
   }
 }
@@ -208,12 +210,13 @@ void Connection::trace_failure(const Step& step, const Statement& statement,
 }
 
 void Connection::note(const Step& step, const char* format, ...) const {
-  if (!is_tracing()) {
+  if (step.operation == nullptr || !is_tracing()) {
     return;
   }
   std::va_list values;
   va_start(values, format);
-  trace(step, my_format(format, values).value_or(""));
+  ap_debug_log(step.operation, step.line, key_.c_str(), "%s%s", step.mark.c_str(),
+               my_format(format, values).value_or("").c_str());
   va_end(values);
 }
 

@@ -166,7 +166,7 @@ class Connection {
   bool is_remembered(const Query& query) const;
   Rows answer(const Query& query, Ahead ahead);
   void verify(const Query& query, Rows& rows);
-  void trace(const Step& step, const std::string& text) const;
+  void trace(const Step& step, const std::string& text);
   void trace_failure(const Step& step, const Statement& statement, const MyError& error) const;
   void report_failure(const char* operation, const MyOutcome& outcome, bool in_transaction);
   void check_unchecked();
@@ -177,6 +177,7 @@ class Connection {
   bool is_open_ = false;
   bool is_lost_ = false;
   bool is_in_transaction_ = false;
+  bool is_traced_ = false;  // as the last trace line or look-up has found
   bool is_undone_ = false;  // the server has undone a statement of the transaction
   AheadByText ahead_;
   std::map<std::string, std::string, std::less<>> found_;  // by look_up
