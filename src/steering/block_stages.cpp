@@ -83,9 +83,16 @@ void fetch_ahead(Ap& ap, std::span<const Candidate> candidates) {
   for (const Candidate& candidate : candidates) {
     ap.db.fetch_ahead(alternatives(candidate));
   }
+  std::vector<const std::string*> servable;  // MACs
   for (const Candidate& candidate : candidates) {
     if (ap.db.peek(alternatives(candidate)).count() > 0) {
+      servable.push_back(&candidate.client.mac);
       ap.db.fetch_ahead(block_exists_query(candidate.client.mac));
+    }
+  }
+  for (const std::string* mac : servable) {
+    if (ap.db.peek(block_exists_query(*mac)).count() == 0) {
+      ap.db.fetch_ahead(block_add_query(*mac));
     }
   }
 }

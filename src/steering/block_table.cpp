@@ -10,6 +10,7 @@
 
 namespace {
 
+constexpr const char* kAdding = "ap_block_add";
 constexpr const char* kLifting = "ap_block_remove";
 
 /// The step mark of the lifting, which says who asked for it.
@@ -64,15 +65,17 @@ bool ap_block_exists(Connection& db, const std::string& client_mac) {
   return exists;
 }
 
+Query block_add_query(const std::string& client_mac) {
+  return query(Step(kAdding, "(1/2) "), "SELECT `mac` FROM `%s`.`block` WHERE `mac`='%s'",
+               AP_CLIENT, client_mac);
+}
+
 bool ap_block_add(Connection& db, int sn, const client_record& client) {
-  static constexpr const char* kOperation = "ap_block_add";
-  const Rows blocked =
-      db.ask(Step(kOperation, "(1/2) "), "SELECT `mac` FROM `%s`.`block` WHERE `mac`='%s'",
-             AP_CLIENT, client.mac);
+  const Rows blocked = db.ask(block_add_query(client.mac));
   if (!blocked || blocked.count() > 0) {
     return false;
   }
-  db.run(Step(kOperation, "(2/2) "),
+  db.run(Step(kAdding, "(2/2) "),
          "REPLACE INTO `%s`.`block` (`mac`, `utime`, `ssid`, `aid`, `channel`, `tx_rate`, "
          "`rx_rate`, `rssi`, `idle`, `tx_seq`, `rx_seq`, `refer_ap_sn`) VALUES (UPPER('%s'), "
          "NOW(), %u, %u, %u, '%s', '%s', %d, %u, %u, %u, %d) ",

@@ -29,6 +29,9 @@ Query block_exists_query(const std::string& client_mac);
 /// outcome of the adding itself is not looked at.
 bool ap_block_add(Connection& db, int sn, const client_record& client);
 
+/// Its query, to be fetched ahead.
+Query block_add_query(const std::string& client_mac);
+
 /// Whether the AP refuses at least one station of the SSID profile `ssid_sn`.
 bool ap_release_rule(Ap& ap, int ssid_sn);
 
