@@ -11,7 +11,8 @@
 --                        AP_POOR_CLIENT: empty, the program fills it
 -- 30-ap-user.sql         AP_USER: app_login, client_name
 -- 40-connection-log.sql  CONNTRACK_LOG_YYYYMMDD: ap_controller, a database a
---                        day; the procedure and the event that make them
+--                        day; the procedures and the event that make and drop
+--                        them
 --
 -- The per-AP tables `AP_%03d` of AP_CLIENT and AP_POOR_CLIENT are not here: the
 -- program makes and drops them. Applying a file again changes nothing, and rows

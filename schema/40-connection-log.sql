@@ -1,7 +1,12 @@
 -- CONNTRACK_LOG_YYYYMMDD: the connection log, one database a day (local time).
 -- The procedure AP_INFO.make_connection_log makes the database of a given day.
 -- It is called here for today and tomorrow, and by an event for the days to
--- come. Days of the past stay until somebody drops them.
+-- come. The event also drops the days of the past, if it is asked to: this keeps
+-- those of the last 90 days besides today's,
+--
+--     UPDATE AP_INFO.connection_log SET days_kept = 90;
+--
+-- and 0, as it is made here, keeps all.
 -- How to apply, and what holds in every file: see 10-ap-info.sql.
 --
 -- The event needs a running event scheduler. This file starts it; so that it
@@ -12,8 +17,21 @@
 
 SET NAMES latin1;
 
--- The procedure and the event keep this sql_mode.
+-- The procedures and the event keep this sql_mode.
 SET SESSION sql_mode = '';
+
+-- A table, so that the setting is there on each server of a cluster, and stays
+-- when this file is applied again.
+CREATE TABLE IF NOT EXISTS `AP_INFO`.`connection_log` (
+  `days_kept` SMALLINT UNSIGNED NOT NULL DEFAULT 0
+    COMMENT 'days before today whose connection log is kept; 0 all',
+  PRIMARY KEY (`days_kept`)
+) ENGINE=InnoDB ROW_FORMAT=DYNAMIC
+  DEFAULT CHARACTER SET latin1 COLLATE latin1_swedish_ci
+  COMMENT='how long the connection log is kept, one row';
+
+INSERT INTO `AP_INFO`.`connection_log` (`days_kept`)
+  SELECT 0 FROM DUAL WHERE NOT EXISTS (SELECT 1 FROM `AP_INFO`.`connection_log`);
 
 DELIMITER //
 
@@ -45,6 +63,26 @@ BEGIN
     ' COMMENT=''connection log of the AP controller, one day''');
 END//
 
+-- Drops the databases of the days that need not be kept. Those of days to come
+-- stay, whatever the setting.
+CREATE OR REPLACE PROCEDURE `AP_INFO`.`drop_old_connection_logs` ()
+  MODIFIES SQL DATA
+  COMMENT 'drops each CONNTRACK_LOG_YYYYMMDD that is older than connection_log.days_kept'
+BEGIN
+  DECLARE `days` INT DEFAULT (SELECT MIN(`days_kept`) FROM `AP_INFO`.`connection_log`);
+  DECLARE `oldest` VARCHAR(64)
+    DEFAULT DATE_FORMAT(CURRENT_DATE - INTERVAL `days` DAY, 'CONNTRACK_LOG_%Y%m%d');
+
+  IF `days` > 0 THEN
+    FOR `log` IN (
+      SELECT `SCHEMA_NAME` FROM information_schema.SCHEMATA
+        WHERE `SCHEMA_NAME` RLIKE '^CONNTRACK_LOG_[0-9]{8}$' AND `SCHEMA_NAME` < `oldest`)
+    DO
+      EXECUTE IMMEDIATE CONCAT('DROP DATABASE IF EXISTS `', `log`.`SCHEMA_NAME`, '`');
+    END FOR;
+  END IF;
+END//
+
 DELIMITER ;
 
 CALL `AP_INFO`.`make_connection_log`(CURRENT_DATE);
@@ -52,7 +90,7 @@ CALL `AP_INFO`.`make_connection_log`(CURRENT_DATE + INTERVAL 1 DAY);
 
 DELIMITER //
 
--- Makes today's and tomorrow's database. Hourly, although once a day would do:
+-- Makes today's and tomorrow's database, and drops old ones. Hourly, although once a day would do:
 -- a gateway that was switched off at the hour of a daily run would have no
 -- database until the next one, and the rows of that day would be lost.
 BEGIN NOT ATOMIC
@@ -66,10 +104,11 @@ BEGIN NOT ATOMIC
     CREATE OR REPLACE EVENT `AP_INFO`.`connection_log_days`
       ON SCHEDULE EVERY 1 HOUR STARTS ''2024-01-01 00:05:00''
       ON COMPLETION PRESERVE
-      COMMENT ''makes the connection-log databases of today and tomorrow''
+      COMMENT ''makes the connection-log databases of today and tomorrow, and drops old ones''
       DO BEGIN
         CALL `AP_INFO`.`make_connection_log`(CURRENT_DATE);
         CALL `AP_INFO`.`make_connection_log`(CURRENT_DATE + INTERVAL 1 DAY);
+        CALL `AP_INFO`.`drop_old_connection_logs`();
       END';
 END//
 
