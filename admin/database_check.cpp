@@ -13,6 +13,7 @@
 #include "db/schema.h"
 #include "needed_schema.h"
 #include "platform/text.h"
+#include "schema_version.h"
 #include "session.h"
 #include "values/decimal.h"
 #include "values/paths.h"
@@ -326,6 +327,7 @@ DatabaseResult check_database() {
       db.ask(untraced, "SELECT 1 FROM information_schema.SCHEMATA WHERE `SCHEMA_NAME`='%s'",
              AP_POOR_CLIENT.text());
   add(findings, check_tables(read_schema(std::move(columns), std::move(keys)), poor));
+  add(findings, check_schema_version(db));
   add(findings, check_all_rights(db));
   return {server, std::move(findings)};
 }

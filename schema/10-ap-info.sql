@@ -13,10 +13,16 @@
 -- 40-connection-log.sql  CONNTRACK_LOG_YYYYMMDD: ap_controller, a database a
 --                        day; the procedures and the event that make and drop
 --                        them
+-- 52-to-version-2.sql    brings an older schema to version 2
 --
 -- The per-AP tables `AP_%03d` of AP_CLIENT and AP_POOR_CLIENT are not here: the
--- program makes and drops them. Applying a file again changes nothing, and rows
--- stay; a column that a later release adds needs an ALTER TABLE of its own.
+-- program makes and drops them. Applying the files again changes nothing, and
+-- rows stay.
+--
+-- The schema's version is in the comment of AP_INFO.ap_list; without one it is 1.
+-- The files to 40 make what is missing as it is in the newest version. What is
+-- there in an older form is changed by the files from 50 on, one for each
+-- version, which do nothing to that version and newer ones.
 --
 -- What holds in every file:
 --
@@ -168,7 +174,7 @@ CREATE TABLE IF NOT EXISTS `AP_INFO`.`ap_list` (
   UNIQUE KEY `mac` (`MAC`)
 ) ENGINE=InnoDB ROW_FORMAT=DYNAMIC
   DEFAULT CHARACTER SET latin1 COLLATE latin1_swedish_ci
-  COMMENT='one row per AP ever registered';
+  COMMENT='one row per AP ever registered; schema version 2';
 
 CREATE TABLE IF NOT EXISTS `AP_INFO`.`ap_profile` (
   `SN` INT UNSIGNED NOT NULL AUTO_INCREMENT

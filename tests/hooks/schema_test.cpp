@@ -1,8 +1,34 @@
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 #include "support/appliance.h"
 
+using nlohmann::json;
+
 namespace {
+
+/// What the shipped files make, apart from comments.
+Lines definitions() {
+  Lines all;
+  for (
+      const char* statement :
+      {"SELECT TABLE_SCHEMA, TABLE_NAME, COLUMN_NAME, COLUMN_DEFAULT, COLUMN_TYPE, COLLATION_NAME, "
+       "IS_NULLABLE, EXTRA FROM information_schema.COLUMNS WHERE TABLE_SCHEMA LIKE 'AP\\_%' "
+       "ORDER BY 1, 2, ORDINAL_POSITION",
+       "SELECT TABLE_SCHEMA, TABLE_NAME, INDEX_NAME, SEQ_IN_INDEX, COLUMN_NAME, SUB_PART, "
+       "NON_UNIQUE FROM information_schema.STATISTICS WHERE TABLE_SCHEMA LIKE 'AP\\_%' ORDER BY "
+       "1, 2, 3, 4",
+       "SELECT TABLE_SCHEMA, TABLE_NAME, ENGINE, ROW_FORMAT, TABLE_COLLATION FROM "
+       "information_schema.TABLES WHERE TABLE_SCHEMA LIKE 'AP\\_%' ORDER BY 1, 2",
+       "SELECT TABLE_COMMENT FROM information_schema.TABLES WHERE TABLE_NAME='ap_list'",
+       "SELECT ROUTINE_NAME, ROUTINE_DEFINITION, SQL_MODE FROM information_schema.ROUTINES "
+       "WHERE ROUTINE_SCHEMA='AP_INFO' ORDER BY 1",
+       "SELECT EVENT_NAME, EVENT_DEFINITION, STATUS FROM information_schema.EVENTS"}) {
+    const Lines rows = sql_rows(statement);
+    all.insert(all.end(), rows.begin(), rows.end());
+  }
+  return all;
+}
 
 void apply(const std::string& files) {
   const kit::Output output =
@@ -16,7 +42,49 @@ Lines databases(const std::string& prefix) {
                   prefix + "%' ORDER BY 1");
 }
 
+Lines findings() {
+  const json report = json::parse(kit::output_of({"ap-check", "--json"}).text);
+  Lines names;
+  for (const json& finding : report["findings"]) {
+    names.push_back(finding["name"]);
+  }
+  return names;
+}
+
 class Schema : public HookTest {};
+
+TEST_F(Schema, TheFirstVersionIsBroughtUpToDateAndKeepsItsRows) {
+  const Lines fresh = definitions();
+  for (const std::string& database : databases("AP\\_")) {
+    sql("DROP DATABASE " + database);
+  }
+  apply("/source/tests/hooks/schema-1.sql");
+  EXPECT_NE(definitions(), fresh);
+  register_ap(7, kMac, "lobby");
+  sql("INSERT INTO AP_CLIENT.block (mac, refer_ap_sn) VALUES ('A', 7)");
+  sql("CREATE TABLE AP_CLIENT.old_AP_007 SELECT 7 AS n");
+  const auto rows = [] {
+    return sql_rows("SELECT * FROM AP_INFO.ap_list JOIN AP_CLIENT.block JOIN AP_CLIENT.old_AP_007");
+  };
+  const Lines before = rows();
+  EXPECT_EQ(findings(), Lines{"schema-old"});
+
+  apply("/source/schema/*.sql");
+  EXPECT_EQ(before.size(), 1U);
+  EXPECT_EQ(rows(), before);
+  sql("DROP TABLE AP_CLIENT.old_AP_007");
+  EXPECT_EQ(definitions(), fresh);
+  EXPECT_EQ(findings(), Lines{});
+
+  sql("UPDATE AP_INFO.connection_log SET days_kept=30");
+  sql("ALTER TABLE AP_INFO.ap_list COMMENT='schema version 3'");
+  apply("/source/schema/*.sql");
+  EXPECT_EQ(sql_rows("SELECT * FROM AP_INFO.connection_log"), Lines{"30"});
+  EXPECT_EQ(findings(), Lines{"schema-newer"});
+  sql("UPDATE AP_INFO.connection_log SET days_kept=0");
+  sql("ALTER TABLE AP_INFO.ap_list COMMENT='one row per AP ever registered; schema version 2'");
+  EXPECT_EQ(definitions(), fresh);
+}
 
 TEST_F(Schema, TheEventDropsOldConnectionLogsIfAskedTo) {
   const auto day = [](int days) {

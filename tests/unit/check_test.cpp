@@ -4,6 +4,7 @@
 
 #include "needed_schema.h"
 #include "report.h"
+#include "schema_version.h"
 #include "values/utf8.h"
 
 namespace {
@@ -96,6 +97,15 @@ TEST(SchemaComparison, LooksAtTheTablesOfSingleAps) {
   EXPECT_EQ(columns_missing["AP_POOR_CLIENT.AP_007"], 9);
   EXPECT_FALSE(columns_missing.contains("AP_CLIENT.AP_07"));
   EXPECT_FALSE(columns_missing.contains("AP_CLIENT.AP_old"));
+}
+
+TEST(SchemaVersion, OlderOnesAreProblemsWhenTheProgramNeedsMore) {
+  EXPECT_EQ(schema_version("schema version 12"), 12);
+  EXPECT_EQ(schema_version("one row per AP"), 1);
+  EXPECT_EQ(exit_status(compare_versions(1, 2, 3)), 2);
+  EXPECT_EQ(exit_status(compare_versions(2, 2, 3)), 1);
+  EXPECT_EQ(exit_status(compare_versions(3, 2, 3)), 0);
+  EXPECT_EQ(compare_versions(4, 2, 3).front().name, "schema-newer");
 }
 
 }  // namespace

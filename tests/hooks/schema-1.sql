@@ -1,0 +1,108 @@
+-- Version 1 of the schema, as releases up to 0.2.0 made it; without comments.
+SET NAMES latin1;
+SET SESSION sql_mode = '';
+CREATE DATABASE `AP_INFO` CHARACTER SET latin1 COLLATE latin1_swedish_ci;
+CREATE TABLE `AP_INFO`.`ap_list` (`SN` INT UNSIGNED NOT NULL AUTO_INCREMENT, `MAC` CHAR(17) NOT NULL DEFAULT
+  '00:00:00:00:00:00', `IP` VARCHAR(45) NOT NULL DEFAULT '0.0.0.0', `Name` VARCHAR(255) NOT NULL DEFAULT '', `Status`
+  TINYINT NOT NULL DEFAULT 0, `action` TINYINT NOT NULL DEFAULT 0, `fw_upgrade` VARCHAR(255) NOT NULL DEFAULT '',
+  `STime` DATETIME NOT NULL DEFAULT '0000-00-00 00:00:00', `ETime` DATETIME NOT NULL DEFAULT '0000-00-00 00:00:00',
+  `pf_id` VARCHAR(255) NOT NULL DEFAULT '', `5G_pf_id` VARCHAR(255) NOT NULL DEFAULT '', `wired_id` VARCHAR(255) NOT
+  NULL DEFAULT '', `cpu_util` VARCHAR(9) NOT NULL DEFAULT '', `memory_util` VARCHAR(9) NOT NULL DEFAULT '',
+  `fw_version` VARCHAR(255) COLLATE latin1_nopad_bin NOT NULL DEFAULT '', `uptime` VARCHAR(31) NOT NULL DEFAULT '',
+  `poe` TINYINT NOT NULL DEFAULT 0, `wired_max` INT NOT NULL DEFAULT 0, `op_mode` TINYINT NOT NULL DEFAULT 0,
+  `ssid_max` INT NOT NULL DEFAULT 0, `wireless_mode_list` VARCHAR(1023) NOT NULL DEFAULT '', `high_txpower_list`
+  VARCHAR(1023) NOT NULL DEFAULT '', `high_power` TINYINT NOT NULL DEFAULT 0, `txpower_list` VARCHAR(1023) NOT NULL
+  DEFAULT '', `channel_list` VARCHAR(1023) NOT NULL DEFAULT '', `channel_ext_list` VARCHAR(1023) NOT NULL DEFAULT '',
+  `channel` VARCHAR(31) NOT NULL DEFAULT '', `5G_ssid_max` INT NOT NULL DEFAULT 0, `5G_wireless_mode_list`
+  VARCHAR(1023) NOT NULL DEFAULT '', `5G_high_txpower_list_1` VARCHAR(1023) NOT NULL DEFAULT '', `5G_txpower_list_1`
+  VARCHAR(1023) NOT NULL DEFAULT '', `5G_high_txpower_list_2` VARCHAR(1023) NOT NULL DEFAULT '', `5G_txpower_list_2`
+  VARCHAR(1023) NOT NULL DEFAULT '', `5G_high_txpower_list_3` VARCHAR(1023) NOT NULL DEFAULT '', `5G_txpower_list_3`
+  VARCHAR(1023) NOT NULL DEFAULT '', `5G_high_txpower_list_4` VARCHAR(1023) NOT NULL DEFAULT '', `5G_txpower_list_4`
+  VARCHAR(1023) NOT NULL DEFAULT '', `5G_high_power` TINYINT NOT NULL DEFAULT 0, `5G_channel_list_1_toTxpower` INT NOT
+  NULL DEFAULT 0, `5G_channel_list_1_band` INT NOT NULL DEFAULT 0, `5G_channel_list_1` VARCHAR(1023) NOT NULL DEFAULT
+  '', `5G_channel_list_2_toTxpower` INT NOT NULL DEFAULT 0, `5G_channel_list_2_band` INT NOT NULL DEFAULT 0,
+  `5G_channel_list_2` VARCHAR(1023) NOT NULL DEFAULT '', `5G_channel_list_3_toTxpower` INT NOT NULL DEFAULT 0,
+  `5G_channel_list_3_band` INT NOT NULL DEFAULT 0, `5G_channel_list_3` VARCHAR(1023) NOT NULL DEFAULT '',
+  `5G_channel_list_4_toTxpower` INT NOT NULL DEFAULT 0, `5G_channel_list_4_band` INT NOT NULL DEFAULT 0,
+  `5G_channel_list_4` VARCHAR(1023) NOT NULL DEFAULT '', `5G_channel_ext_list` VARCHAR(1023) NOT NULL DEFAULT '',
+  `5G_channel` VARCHAR(31) NOT NULL DEFAULT '', PRIMARY KEY (`SN`), UNIQUE KEY `mac` (`MAC`) ) ENGINE=InnoDB
+  ROW_FORMAT=DYNAMIC DEFAULT CHARACTER SET latin1 COLLATE latin1_swedish_ci;
+CREATE TABLE `AP_INFO`.`ap_profile` (`SN` INT UNSIGNED NOT NULL AUTO_INCREMENT, `SSID` VARCHAR(127) COLLATE
+  latin1_nopad_bin NOT NULL DEFAULT '', PRIMARY KEY (`SN`), KEY `ssid` (`SSID`) ) ENGINE=InnoDB ROW_FORMAT=DYNAMIC
+  DEFAULT CHARACTER SET latin1 COLLATE latin1_swedish_ci;
+CREATE DATABASE `AP_CLIENT` CHARACTER SET latin1 COLLATE latin1_swedish_ci;
+CREATE DATABASE `AP_POOR_CLIENT` CHARACTER SET latin1 COLLATE latin1_swedish_ci;
+CREATE TABLE `AP_CLIENT`.`legal` (`utime` DATETIME NOT NULL DEFAULT '0000-00-00 00:00:00', `ap` INT UNSIGNED NOT NULL
+  DEFAULT 0, `refer_ap` INT UNSIGNED NOT NULL DEFAULT 0, `mac` CHAR(17) NOT NULL DEFAULT '00:00:00:00:00:00', `essid`
+  VARCHAR(127) COLLATE latin1_nopad_bin NOT NULL DEFAULT '', `essid_sn` INT UNSIGNED NOT NULL DEFAULT 0, `mode`
+  TINYINT UNSIGNED NOT NULL DEFAULT 0, `rate` VARCHAR(19) NOT NULL DEFAULT '', `channel` SMALLINT UNSIGNED NOT NULL
+  DEFAULT 0, `transmit_power` VARCHAR(9) NOT NULL DEFAULT '', `quality` VARCHAR(9) NOT NULL DEFAULT '', `signal`
+  VARCHAR(9) NOT NULL DEFAULT '', `noise` VARCHAR(9) NOT NULL DEFAULT '', `security` VARCHAR(255) NOT NULL DEFAULT '',
+  PRIMARY KEY (`refer_ap`, `mac`), KEY `owner` (`ap`, `refer_ap`) ) ENGINE=InnoDB ROW_FORMAT=DYNAMIC DEFAULT CHARACTER
+  SET latin1 COLLATE latin1_swedish_ci;
+CREATE TABLE `AP_CLIENT`.`illegal` (`utime` DATETIME NOT NULL DEFAULT '0000-00-00 00:00:00', `ap_sn` VARCHAR(8000) NOT
+  NULL DEFAULT '', `mac` CHAR(17) NOT NULL DEFAULT '00:00:00:00:00:00', `essid` VARCHAR(127) COLLATE latin1_nopad_bin
+  NOT NULL DEFAULT '', `mode` TINYINT UNSIGNED NOT NULL DEFAULT 0, `channel` SMALLINT UNSIGNED NOT NULL DEFAULT 0,
+  `quality` VARCHAR(9) NOT NULL DEFAULT '', `signal` VARCHAR(9) NOT NULL DEFAULT '', `noise` VARCHAR(9) NOT NULL
+  DEFAULT '', `encryption` TINYINT UNSIGNED NOT NULL DEFAULT 0, PRIMARY KEY (`mac`), KEY `only_hearer` (`ap_sn`(16)) )
+  ENGINE=InnoDB ROW_FORMAT=DYNAMIC DEFAULT CHARACTER SET latin1 COLLATE latin1_swedish_ci;
+CREATE TABLE `AP_CLIENT`.`block` (`mac` CHAR(18) NOT NULL DEFAULT '00:00:00:00:00:00', `utime` DATETIME NOT NULL
+  DEFAULT '0000-00-00 00:00:00', `ssid` INT UNSIGNED NOT NULL DEFAULT 0, `aid` INT UNSIGNED NOT NULL DEFAULT 0,
+  `channel` SMALLINT UNSIGNED NOT NULL DEFAULT 0, `tx_rate` VARCHAR(20) NOT NULL DEFAULT '', `rx_rate` VARCHAR(20) NOT
+  NULL DEFAULT '', `rssi` INT NOT NULL DEFAULT 0, `idle` INT UNSIGNED NOT NULL DEFAULT 0, `tx_seq` INT UNSIGNED NOT
+  NULL DEFAULT 0, `rx_seq` INT UNSIGNED NOT NULL DEFAULT 0, `refer_ap_sn` INT UNSIGNED NOT NULL DEFAULT 0, PRIMARY KEY
+  (`mac`), KEY `refusing_ap` (`refer_ap_sn`, `ssid`) ) ENGINE=InnoDB ROW_FORMAT=DYNAMIC DEFAULT CHARACTER SET latin1
+  COLLATE latin1_swedish_ci;
+CREATE TABLE `AP_CLIENT`.`client` (`mac` CHAR(17) NOT NULL DEFAULT '00:00:00:00:00:00', `name` VARCHAR(255) NOT NULL
+  DEFAULT '', `cmac` TEXT NOT NULL DEFAULT '', `rssi` TEXT NOT NULL DEFAULT '', `gateway` VARCHAR(39) NOT NULL DEFAULT
+  '', `ttl` TEXT NOT NULL DEFAULT '', `hop` TEXT NOT NULL DEFAULT '', PRIMARY KEY (`mac`) ) ENGINE=InnoDB
+  ROW_FORMAT=DYNAMIC DEFAULT CHARACTER SET latin1 COLLATE latin1_swedish_ci;
+CREATE DATABASE `AP_USER` CHARACTER SET latin1 COLLATE latin1_swedish_ci;
+CREATE TABLE `AP_USER`.`app_login` (`ID` VARCHAR(255) COLLATE latin1_nopad_bin NOT NULL DEFAULT '', `TYPE` VARCHAR(31)
+  NOT NULL DEFAULT '' ) ENGINE=InnoDB ROW_FORMAT=DYNAMIC DEFAULT CHARACTER SET latin1 COLLATE latin1_swedish_ci;
+CREATE TABLE `AP_USER`.`client_name` (`MAC` CHAR(17) NOT NULL DEFAULT '00:00:00:00:00:00', `Name` VARCHAR(255) NOT
+  NULL DEFAULT '', PRIMARY KEY (`MAC`) ) ENGINE=InnoDB ROW_FORMAT=DYNAMIC DEFAULT CHARACTER SET latin1 COLLATE
+  latin1_swedish_ci;
+DELIMITER //
+CREATE OR REPLACE PROCEDURE `AP_INFO`.`make_connection_log` (IN `log_day` DATE)
+  MODIFIES SQL DATA
+  COMMENT 'makes CONNTRACK_LOG_YYYYMMDD.ap_controller of one day where it is missing'
+BEGIN
+  DECLARE `log_name` VARCHAR(64) DEFAULT DATE_FORMAT(`log_day`, 'CONNTRACK_LOG_%Y%m%d');
+  EXECUTE IMMEDIATE CONCAT(
+    'CREATE DATABASE IF NOT EXISTS `', `log_name`, '`',
+    ' CHARACTER SET latin1 COLLATE latin1_swedish_ci');
+  EXECUTE IMMEDIATE CONCAT(
+    'CREATE TABLE IF NOT EXISTS `', `log_name`, '`.`ap_controller` (',
+    ' `STime` DATETIME NOT NULL DEFAULT ''0000-00-00 00:00:00''',
+    '  COMMENT ''time of the event, local time'',',
+    ' `Program` VARCHAR(31) NOT NULL DEFAULT ''''',
+    '  COMMENT ''program that wrote the row'',',
+    ' `Type` INT NOT NULL DEFAULT 0',
+    '  COMMENT ''kind of connection log, 11 is the AP controller'',',
+    ' `Msg` TEXT NOT NULL DEFAULT ''''',
+    '  COMMENT ''message'',',
+    ' KEY `stime` (`STime`)',
+    ' ) ENGINE=InnoDB ROW_FORMAT=DYNAMIC',
+    ' DEFAULT CHARACTER SET latin1 COLLATE latin1_swedish_ci',
+    ' COMMENT=''connection log of the AP controller, one day''');
+END//
+DELIMITER ;
+CALL `AP_INFO`.`make_connection_log`(CURRENT_DATE);
+CALL `AP_INFO`.`make_connection_log`(CURRENT_DATE + INTERVAL 1 DAY);
+DELIMITER //
+BEGIN NOT ATOMIC
+  DECLARE EXIT HANDLER FOR 1290, 1577
+    SELECT 'event scheduler disabled: only two days of the connection log made' AS `note`;
+  SET GLOBAL event_scheduler = ON;
+  EXECUTE IMMEDIATE '
+    CREATE OR REPLACE EVENT `AP_INFO`.`connection_log_days`
+      ON SCHEDULE EVERY 1 HOUR STARTS ''2024-01-01 00:05:00''
+      ON COMPLETION PRESERVE
+      COMMENT ''makes the connection-log databases of today and tomorrow''
+      DO BEGIN
+        CALL `AP_INFO`.`make_connection_log`(CURRENT_DATE);
+        CALL `AP_INFO`.`make_connection_log`(CURRENT_DATE + INTERVAL 1 DAY);
+      END';
+END//
+DELIMITER ;
