@@ -5,11 +5,15 @@
 #include <chrono>
 #include <cstdio>
 #include <exception>
+#include <memory>
 
+#include "building/figures.h"
 #include "building/page.h"
 #include "building/progress.h"
 #include "kit/command_line.h"
 #include "kit/files.h"
+#include "kit/fresh.h"
+#include "values/settings.h"
 
 namespace {
 
@@ -23,13 +27,14 @@ struct Options {
   int seed = -1;
   int minutes = -1;
   int parallel = 2;
+  bool compare = false;
 };
 
 /// Tells what options there are and reads them; as kit::read_command_line.
 std::optional<int> read_options(int argc, char** argv, Options& options) {
   CLI::App app(
-      "Plays a scenario against the program, in lab/appliance, and tells on the terminal how it "
-      "goes.",
+      "Plays a scenario against the program, in lab/appliance, which it empties before, and tells "
+      "on the terminal how it goes.",
       "lab-building");
   app.footer(
       "Example:\n"
@@ -50,6 +55,9 @@ std::optional<int> read_options(int argc, char** argv, Options& options) {
       ->check(CLI::Range(1, kMost));
   app.add_option("--parallel", options.parallel, "hooks at a time (2)")
       ->check(CLI::Range(1, kMost));
+  app.add_flag("--compare", options.compare,
+               "plays it twice, first with load balancing off, and tells what steering gains and "
+               "costs");
   return kit::read_command_line(app, argc, argv);
 }
 
@@ -69,6 +77,26 @@ bool conclude(const lab::Play& play, const std::vector<lab::Agreement>& agreemen
     all = all && one.differing.empty();
   }
   return all;
+}
+
+/// The same building and people, with load balancing off from the beginning to the end.
+lab::Scenario without_balancing(lab::Scenario scenario) {
+  scenario.settings[setting::kLoadBalancing] = "0";
+  std::erase_if(scenario.happenings, [](const lab::Happening& one) {
+    return one.verb == "setting" &&
+           one.value.starts_with(std::to_string(setting::kLoadBalancing) + " ");
+  });
+  return scenario;
+}
+
+/// Plays it in an empty appliance.
+std::unique_ptr<lab::Play> played(lab::Scenario scenario, int parallel) {
+  kit::Database server;
+  kit::start_afresh(server);
+  auto play = std::make_unique<lab::Play>(std::move(scenario), parallel);
+  lab::Progress progress(isatty(STDOUT_FILENO) != 0);
+  play->run([&](const lab::Play& now) { progress.show(now); });
+  return play;
 }
 
 }  // namespace
@@ -91,22 +119,29 @@ int main(int argc, char** argv) try {
   if (options.minutes > 0) {
     scenario.minutes = options.minutes;
   }
-  const auto start = std::chrono::steady_clock::now();
   std::printf("%s, %zu APs\n", scenario.title.c_str(), scenario.aps.size());
-  lab::Play play(std::move(scenario), options.parallel);
-  lab::Progress progress(isatty(STDOUT_FILENO) != 0);
-  play.run([&](const lab::Play& now) { progress.show(now); });
+  std::unique_ptr<lab::Play> unsteered;
+  if (options.compare) {
+    std::puts("with load balancing off:");
+    unsteered = played(without_balancing(scenario), options.parallel);
+    std::puts("as the scenario has it:");
+  }
+  const auto start = std::chrono::steady_clock::now();
+  const std::unique_ptr<lab::Play> steered = played(std::move(scenario), options.parallel);
+  const lab::Play& play = *steered;
   const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
   const std::vector<lab::Agreement> agreements = lab::compare_tables(play);
   const bool agree = conclude(play, agreements, took.count());
+  std::fputs(lab::table_of(play, unsteered.get()).c_str(), stdout);
   bool written = true;
   if (!options.log.empty()) {
     written = kit::write_file(options.log, lab::log_of(play.world()));
   }
   if (!options.page.empty()) {
     const std::string page_template = kit::content(kTemplate);
-    written =
-        kit::write_file(options.page, lab::page_of(play, agreements, page_template)) && written;
+    written = kit::write_file(options.page,
+                              lab::page_of(play, unsteered.get(), agreements, page_template)) &&
+              written;
   }
   if (!written) {
     std::fputs("the page or the log cannot be written\n", stderr);

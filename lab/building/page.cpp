@@ -4,7 +4,7 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 
-#include "building/unsteered.h"
+#include "building/figures.h"
 
 namespace lab {
 
@@ -89,6 +89,11 @@ Json sample(const Sample& one) {
   return {{"aps", array_of(one.aps, ap)}, {"people", array_of(one.people, person)}};
 }
 
+/// Stations of each AP.
+Json clients(const Sample& one) {
+  return array_of(one.aps, [](const Sample::Ap& is) { return is.clients[0] + is.clients[1]; });
+}
+
 /// Best level in each square of a grid: a letter a square, "A" for -30 dBm and a letter more for
 /// every 2 dB less; "~" where nothing is heard.
 Json signal_map(const World& world, Band band) {
@@ -154,15 +159,18 @@ std::string within_script(const Json& json) {
 
 }  // namespace
 
-std::string page_of(const Play& play, const std::vector<Agreement>& agreements,
-                    const std::string& page_template) {
+std::string page_of(const Play& play, const Play* unsteered,
+                    const std::vector<Agreement>& agreements, const std::string& page_template) {
   const World& world = play.world();
   Json data = building(world);
   data["samples"] = array_of(play.samples(), sample);
   data["hookKinds"] = hook_kinds(play.controller().runs());
   data["slowest"] = slowest(play.controller().runs());
   data["maps"] = array(signal_map(world, Band::two_ghz), signal_map(world, Band::five_ghz));
-  data["unsteered"] = clients_unsteered(world.scenario());
+  data["figures"] = array_of(figures_of(play, unsteered), [](const Figure& one) {
+    return array(one.what, one.decimals, one.values);
+  });
+  data["unsteered"] = unsteered == nullptr ? Json() : array_of(unsteered->samples(), clients);
   data["events"] = array_of(world.occurrences(), [](const Occurrence& one) {
     return array(one.minute, name_of(one.deed), one.ap, one.station);
   });

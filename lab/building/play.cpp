@@ -230,9 +230,13 @@ void Play::take_sample() {
     sample.aps.push_back(state);
   }
   for (const Station& station : world_.stations()) {
-    sample.people.push_back(
-        {station.at, station.inside ? station.ap : -2, station.band == Band::five_ghz});
+    Sample::Person& person = sample.people.emplace_back(Sample::Person{
+        station.at, station.inside ? station.ap : -2, station.band == Band::five_ghz});
     if (station.ap >= 0) {
+      const AccessPoint& used = ap(station.ap);
+      person.rate = link_rate(station.band, level(station.band, used.power[number_of(station.band)],
+                                                  used.plan.at, station.at, world_.scenario().air) -
+                                                kNoiseFloor);
       ++sample.aps[static_cast<std::size_t>(station.ap)].clients[number_of(station.band)];
     }
   }

@@ -31,6 +31,7 @@ struct Sample {
     Point at;
     int ap = -1;  // -1: in the building without an AP, -2: not in the building
     bool five_ghz = false;
+    int rate = 0;  // Mb/s of its link
   };
   std::vector<Ap> aps;
   std::vector<Person> people;

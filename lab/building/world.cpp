@@ -143,7 +143,7 @@ void World::pass_minute() {
       station.way = {scenario_.rooms[room].door, scenario_.entrance};
     } else if (station.way.empty() && station.leaves < minute_) {
       station.inside = false;
-      station.ap = -1;
+      use(station, -1);
       continue;
     } else if (station.way.empty() && station.leaves > minute_ && life_.chance(crowd.wander)) {
       const int target = life_.whole(0, static_cast<int>(scenario_.rooms.size()) - 1);
@@ -157,6 +157,13 @@ void World::pass_minute() {
       station.received += static_cast<unsigned>(life_.whole(20, 900));
     }
     associate(station);
+  }
+}
+
+void World::use(Station& station, int ap) {
+  if (station.ap != ap) {
+    changes_.push_back({minute_, index_of(station), ap});
+    station.ap = ap;
   }
 }
 
@@ -200,7 +207,7 @@ void World::associate(Station& station) {
       station.aid += other.ap == best.ap && &other != &station ? 1 : 0;
     }
   }
-  station.ap = best.ap;
+  use(station, best.ap);
   station.band = best.band;
 }
 
@@ -234,7 +241,7 @@ void World::take_down(int ap, Deed why) {
   note(why, ap);
   for (Station& station : stations_) {
     if (station.ap == ap) {
-      station.ap = -1;
+      use(station, -1);
       associate(station);
     }
   }
@@ -305,7 +312,7 @@ void World::obey_filter(AccessPoint& here, const Command& command) {
   }
   for (Station& station : stations_) {
     if (station.ap == here.number && here.refuses(station.mac)) {
-      station.ap = -1;
+      use(station, -1);
       associate(station);
     }
   }
@@ -321,7 +328,7 @@ void World::send_away(int ap, const std::string& station_mac, Deed deed) {
     aps_[static_cast<std::size_t>(ap)].refused.insert(station->mac);
   }
   if (station->ap == ap) {
-    station->ap = -1;
+    use(*station, -1);
     station->avoids = ap;
     station->avoids_until = minute_ + kMinutesOfAvoiding;
     associate(*station);

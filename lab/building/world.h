@@ -110,6 +110,13 @@ struct Occurrence {
   int station = -1;  // -1: the AP itself
 };
 
+/// A station has got another AP, or none any more (-1).
+struct Change {
+  int minute = 0;
+  int station = 0;
+  int ap = -1;
+};
+
 class World {
  public:
   explicit World(Scenario scenario);
@@ -119,6 +126,7 @@ class World {
   const std::vector<Station>& stations() const { return stations_; }
   const std::vector<ForeignRadio>& foreign() const { return foreign_; }
   const std::vector<Occurrence>& occurrences() const { return occurrences_; }
+  const std::vector<Change>& changes() const { return changes_; }
   int minute() const { return minute_; }
 
   /// A minute passes: people come, walk and go, their stations roam and fall idle.
@@ -153,6 +161,7 @@ class World {
   void walk_to(Station& station, Point seat, int room);
   static void walk(Station& station);
   Point seat_in(int room);
+  void use(Station& station, int ap);
   void associate(Station& station);
   void release(int ap, const std::string& station_mac);
   void release_all(const AccessPoint& here);
@@ -172,6 +181,7 @@ class World {
   std::vector<Station> stations_;
   std::vector<ForeignRadio> foreign_;
   std::vector<Occurrence> occurrences_;
+  std::vector<Change> changes_;
 };
 
 }  // namespace lab

@@ -7,6 +7,7 @@
 #include <regex>
 #include <thread>
 
+#include "kit/fresh.h"
 #include "kit/trace_lines.h"
 #include "platform/database.h"
 
@@ -15,13 +16,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kHook = "/usr/sbin/ap-run";
-
-/// Directories that a test finds empty.
-const Words kDirectories{
-    "/database/ap/lock",       "/database/ap/command", "/database/ap/info", "/database/ap/support",
-    "/database/ap/radar",      "/database/ap/reports", "/var/log/notice",   "/var/log/ap-run",
-    "/var/tmp/sync",           "/var/ap_update",       "/firmware",         "/etc/ap-run",
-    "/etc/sysconfig/.firewall"};
 
 std::optional<kit::Database> connection;
 
@@ -150,20 +144,7 @@ void disconnect_database() {
 void HookTest::SetUp() {
   my_mysql_release();  // what an earlier test left with the platform
   wait_for_helpers();
-  server().clear();
-  fs::remove_all("/database/ap/debug");
-  for (const std::string& directory : kDirectories) {
-    fs::create_directories(directory);
-    for (const auto& entry : fs::directory_iterator(directory)) {
-      fs::remove_all(entry.path());
-    }
-  }
-  for (const auto& entry : fs::directory_iterator("/recorded")) {
-    if (entry.path().filename() != "syslog") {
-      fs::remove_all(entry.path());
-    }
-  }
-  fs::resize_file("/recorded/syslog", 0);
+  kit::start_afresh(server());
 }
 
 void HookTest::TearDown() {

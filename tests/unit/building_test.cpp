@@ -3,6 +3,7 @@
 
 #include <fstream>
 
+#include "building/figures.h"
 #include "building/page.h"
 #include "building/report_text.h"
 #include "replaying/explanation.h"
@@ -120,6 +121,25 @@ TEST(World, StationsObeyAndKeepAway) {
   EXPECT_EQ(world.stations()[0].ap, -1);
   EXPECT_EQ(world.stations()[1].ap, -1);
   EXPECT_EQ(world.aps()[0].power[1], 22);
+}
+
+TEST(Figures, CountMovesReturnsAndShares) {
+  EXPECT_DOUBLE_EQ(lab::fairness({}), 1);
+  EXPECT_DOUBLE_EQ(lab::fairness({0, 8, 0, 0}), 0.25);
+  EXPECT_DOUBLE_EQ(lab::fairness({1, 3}), 0.8);
+  // Two stations: from 7 to 5 and back in time, then too late; and out of AP 7 for a while, which is
+  // a return, but no move.
+  const lab::Roaming roaming = lab::roaming_of({{1, 0, 7},
+                                                {2, 0, -1},
+                                                {2, 0, 5},
+                                                {12, 0, 7},
+                                                {13, 0, 5},
+                                                {24, 0, 7},
+                                                {3, 1, 7},
+                                                {4, 1, -1},
+                                                {6, 1, 7}});
+  EXPECT_EQ(roaming.moves, 4);
+  EXPECT_EQ(roaming.returns, 3);
 }
 
 TEST(ReportText, IsReadAsItWasMeant) {
