@@ -37,6 +37,9 @@ bool Connection::open() {
   if (is_open_ && !is_lost_) {
     return true;
   }
+  if (is_rehearsing_) {
+    return false;
+  }
   close();
   is_open_ = my_mysql_connect(connection_, 0) == 0;
   if (!is_open_) {
@@ -190,6 +193,18 @@ void Connection::in_transaction(const Step& what, const std::function<void()>& b
     note(what, "undone by the server in favour of another process: repeated");
   }
   is_in_transaction_ = false;
+}
+
+void Connection::rehearse(const std::function<void()>& body) {
+  // Without START TRANSACTION: after one that the server undoes, statements would stay for good.
+  if (attempt(untraced, "SET autocommit=0").outcome().fate != MyFate::done) {
+    return;
+  }
+  is_rehearsing_ = true;
+  body();
+  is_rehearsing_ = false;
+  run(untraced, statement("ROLLBACK"));
+  run(untraced, statement("SET autocommit=1"));
 }
 
 void Connection::trace(const Step& step, const std::string& text) {

@@ -137,6 +137,11 @@ class Connection {
   /// 10 times. `what` says in the trace what is repeated.
   void in_transaction(const Step& what, const std::function<void()>& body);
 
+  /// Runs `body` on the open connection and undoes what its statements have changed; others never
+  /// see any of it. A connection that is lost meanwhile is not opened again for `body`, which may not
+  /// use in_transaction.
+  void rehearse(const std::function<void()>& body);
+
   /// Writes a trace line of the operation, after the step's mark.
   void note(const Step& step, const char* format, ...) const AP_PRINTF(3, 4);
 
@@ -177,6 +182,7 @@ class Connection {
   bool is_open_ = false;
   bool is_lost_ = false;
   bool is_in_transaction_ = false;
+  bool is_rehearsing_ = false;
   bool is_traced_ = false;  // as the last trace line or look-up has found
   bool is_undone_ = false;  // the server has undone a statement of the transaction
   AheadByText ahead_;

@@ -18,11 +18,7 @@
 #include "reports/report.h"
 #include "reports/station_list.h"
 #include "reports/system_status.h"
-#include "steering/auto_rf.h"
-#include "steering/block_release.h"
-#include "steering/block_table.h"
-#include "steering/load_balance.h"
-#include "steering/mac_filter.h"
+#include "steering/answer.h"
 #include "trace/trace_log.h"
 #include "values/decimal.h"
 #include "values/paths.h"
@@ -68,13 +64,8 @@ void mark_connected(Ap& ap) {
   }
 }
 
-/// Whether stations are steered.
-bool is_balancing(int filter_mode) {
-  return RI(setting::kLoadBalancing) != 0 && filter_mode != setting::kMacFilterAlone;
-}
-
 /// Stores what the report says and lifts the blocks that it makes needless: their "release" lines.
-std::string store_report(Ap& ap, const std::string& path, int filter_mode) {
+std::string store_report(Ap& ap, const std::string& path, int filter_mode, Findings& found) {
   const std::optional<Report> report = Report::load(path, ap.mac);
   if (!report) {
     return "";
@@ -85,7 +76,7 @@ std::string store_report(Ap& ap, const std::string& path, int filter_mode) {
   update_ap_legal_table_for_refer(ap, *report);
   update_ap_client_db(ap, *report);
   update_ap_poor_client_db(ap, *report);
-  return is_balancing(filter_mode) && ap.db.open() ? ap_release_block_rule(ap).value_or("") : "";
+  return release_lines(ap, filter_mode, found);
 }
 
 void remove_report(const std::string& path) {
@@ -94,38 +85,16 @@ void remove_report(const std::string& path) {
   }
 }
 
-/// Runs the load-balancing pass: the lines that tell the AP whom to release, disconnect and refuse.
-/// When all its blocks must go, the AP is told so by a command of its own.
-std::string steering_lines(Ap& ap, const std::string& releases) {
-  ReleaseAll release_all = ReleaseAll::no;
-  const std::string moves = ap_load_balance_rule(ap, release_all).value_or("");
-  if (release_all == ReleaseAll::yes) {
-    ap_block_remove(ap, Quiet::no, kOperation);
-    return "";
-  }
-  const std::string lines = releases + moves;
-  return lines.empty() ? ""
-                       : M("type=%d\n%s", static_cast<int>(CommandType::steering), lines.c_str());
-}
-
-std::string auto_rf_line(Ap& ap) {
-  return RI(setting::kAutoRf) == 0 ? "autoRF=0\n" : ap_auto_rf_rule(ap).value_or("");
-}
-
 void answer_report(Ap& ap, const std::string& path, const std::string& ip) {
   const int filter_mode = RI(setting::kMacFilter);
   register_unknown_ap(ap, ip);
   checkConnectionStatus(ap, ip);
-  const std::string releases = store_report(ap, path, filter_mode);
+  Findings found;
+  const std::string releases = store_report(ap, path, filter_mode, found);
   ap.db.close();  // all of it is stored before the report goes
   remove_report(path);
-  std::string lines = is_balancing(filter_mode) ? steering_lines(ap, releases) : "";
-  lines += auto_rf_line(ap);
-  if (filter_mode != 0) {
-    ap_block_remove(ap, Quiet::yes, kOperation);  // the filter says who may use the AP
-  }
+  std::string lines = answer_lines(ap, filter_mode, releases, Quiet::no, found);
   ap.db.close();
-  lines += ap_mac_filter_conf(ap.mac);
   lines = my_string(std::move(lines), "time=%lu\n", static_cast<unsigned long>(std::time(nullptr)));
   ap_debug_log({kOperation, ap.mac}, "[%s] cmd_content: %s", ap.mac.c_str(), lines.c_str());
   ap_conf_set(ap, lines, CommandSlot::ordinary, Remedy::next_report);

@@ -44,12 +44,11 @@ PowerStep power_step(const Hearing& hearing) {
   return hearing.at_all > 0 && hearing.weakly == hearing.at_all ? PowerStep::up : PowerStep::none;
 }
 
-std::optional<std::string> ap_auto_rf_rule(Ap& ap) {
+std::optional<std::string> ap_auto_rf_rule(Ap& ap, Hearing& hearing) {
   if (!ap.db.open()) {
     return std::nullopt;
   }
   ap.look_up();
-  Hearing hearing;
   if (!isStrength(ap, hearing)) {
     isWeakness(ap, hearing);
   }

@@ -17,11 +17,7 @@ constexpr const char* kOperation = "ap_release_block_rule";
 /// Line marker under which the lists of stations are traced. Administrators' scripts know it.
 constexpr int kAtNeighbour = 489;
 
-/// A station that the AP refuses.
-struct Refused {
-  int ssid_sn;  // its profile
-  std::string mac;
-};
+using Refused = Findings::Block;
 
 /// Finds the managed APs that the AP `sn` hears on an SSID.
 Query neighbours_query(int sn, const SqlText& ssid) {
@@ -41,15 +37,15 @@ Query client_query(int other_sn, const std::string& client_mac) {
 /// Fetches ahead what `may_come_back` will ask about each of these stations.
 void fetch_ahead(Ap& ap, std::span<const Refused> stations) {
   for (const Refused& station : stations) {
-    ap.db.fetch_ahead(profile_ssid_query(station.ssid_sn));
+    ap.db.fetch_ahead(profile_ssid_query(station.profile));
   }
   for (const Refused& station : stations) {
-    if (const std::optional<SqlText> ssid = peek_profile_ssid(ap.db, station.ssid_sn)) {
+    if (const std::optional<SqlText> ssid = peek_profile_ssid(ap.db, station.profile)) {
       ap.db.fetch_ahead(neighbours_query(ap.sn, *ssid));
     }
   }
   for (const Refused& station : stations) {
-    const std::optional<SqlText> ssid = peek_profile_ssid(ap.db, station.ssid_sn);
+    const std::optional<SqlText> ssid = peek_profile_ssid(ap.db, station.profile);
     if (const auto first =
             ssid ? ap.db.peek(neighbours_query(ap.sn, *ssid)).next() : std::nullopt) {
       ap.db.fetch_ahead(client_query(first->number(0), station.mac));
@@ -65,11 +61,12 @@ bool serves(Connection& db, int neighbour, const Refused& station, const SqlText
   return found;
 }
 
-/// Whether no neighbour serves the station. One whose SSID is not known stays refused.
-bool may_come_back(Ap& ap, const Refused& station) {
-  const std::optional<SqlText> ssid = get_profile_ssid_by_sn(ap.db, station.ssid_sn);
+/// The number of the neighbour that serves the station, which stays refused then; 0 for none. None
+/// when its SSID is not known: it stays refused, too.
+std::optional<int> keeper_of(Ap& ap, const Refused& station) {
+  const std::optional<SqlText> ssid = get_profile_ssid_by_sn(ap.db, station.profile);
   if (!ssid) {
-    return false;
+    return std::nullopt;
   }
   Rows neighbours = ap.db.ask(neighbours_query(ap.sn, *ssid));
   if (neighbours && neighbours.count() == 0) {
@@ -77,10 +74,10 @@ bool may_come_back(Ap& ap, const Refused& station) {
   }
   for (const Row& row : neighbours) {
     if (serves(ap.db, row.number(0), station, *ssid)) {
-      return false;
+      return row.number(0);
     }
   }
-  return true;
+  return 0;
 }
 
 /// The stations that the AP refuses.
@@ -93,7 +90,7 @@ std::vector<Refused> refused_stations(Ap& ap) {
   }
   std::vector<Refused> stations;
   for (const Row& row : blocks) {
-    stations.push_back({row.number(0), row.text(1)});
+    stations.push_back({row.number(0), row.text(1), std::nullopt});
   }
   return stations;
 }
@@ -120,16 +117,17 @@ bool findClientByMac(Connection& db, int other_sn, const std::string& client_mac
   return db.ask(client_query(other_sn, client_mac)).count() > 0;
 }
 
-std::optional<std::string> ap_release_block_rule(Ap& ap) {
+std::optional<std::string> ap_release_block_rule(Ap& ap, Findings& found) {
   ap.look_up();
-  const std::vector<Refused> stations = refused_stations(ap);
+  std::vector<Refused>& stations = found.blocks = refused_stations(ap);
   NumberedLines lines("release");
   for (std::size_t i = 0; i < stations.size(); ++i) {
     if (i % kMostSentAhead == 0) {
       const std::size_t more = std::min(stations.size() - i, kMostSentAhead);
-      fetch_ahead(ap, std::span(stations).subspan(i, more));
+      fetch_ahead(ap, std::span<const Refused>(stations).subspan(i, more));
     }
-    if (may_come_back(ap, stations[i])) {
+    stations[i].keeper = keeper_of(ap, stations[i]);
+    if (stations[i].keeper == 0) {
       ap_block_remove_client(ap, stations[i].mac, kOperation);
       lines.add(stations[i].mac);
       ap.db.note(Step(kOperation, "(2/2) "), "@@ %s", lines.text().c_str());

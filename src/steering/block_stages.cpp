@@ -98,13 +98,18 @@ void fetch_ahead(Ap& ap, std::span<const Candidate> candidates) {
 }
 
 /// Refuses the station if another AP would serve it and no AP refuses it yet; `lines` tells.
-void consider(Ap& ap, int ret, const Candidate& candidate, NumberedLines& lines) {
+void consider(Ap& ap, int ret, const Candidate& candidate, NumberedLines& lines,
+              Findings::Candidate& found) {
   const Step second(kSnrStage, "(2/2) ");
   const std::string& mac = candidate.client.mac;
   const SqlText ssid = get_profile_ssid_by_sn(ap.db, candidate.profile()).value_or(SqlText());
-  const Rows others = ap.db.ask(alternatives_query(ap.sn, ssid, candidate));
+  Rows others = ap.db.ask(alternatives_query(ap.sn, ssid, candidate));
   if (others && others.count() == 0) {
     ap.db.note(second, "no matched.");
+  }
+  if (const std::optional<Row> loudest = others.next()) {
+    found.taker = loudest->number(0);
+    found.fate = Findings::Fate::refused_already;
   }
   bool is_refused = false;  // by any AP
   for (std::uint64_t i = 0; i < others.count() && lines.count() < ret; ++i) {
@@ -114,6 +119,7 @@ void consider(Ap& ap, int ret, const Candidate& candidate, NumberedLines& lines)
     is_refused = ap_block_exists(ap.db, mac);
     if (!is_refused && ap_block_add(ap.db, ap.sn, candidate.client)) {
       is_refused = true;
+      found.fate = Findings::Fate::refused;
       lines.add(mac);
       ap.db.note(second, "@@ %s", lines.text().c_str());
     }
@@ -122,7 +128,7 @@ void consider(Ap& ap, int ret, const Candidate& candidate, NumberedLines& lines)
 
 }  // namespace
 
-std::string ap_block_idle_rule(Ap& ap, int ret) {
+std::string ap_block_idle_rule(Ap& ap, int ret, Findings& found) {
   const Step step(kIdleStage, "(1/1) ");
   Rows rows =
       ap.db.ask(step,
@@ -135,8 +141,9 @@ std::string ap_block_idle_rule(Ap& ap, int ret) {
   }
   NumberedLines lines("kick");
   for (const Row& row : rows) {
-    const std::string mac = row.text(0).substr(0, kLongestText);
-    ap.db.note(step, "%s has been idle for %d seconds", mac.c_str(), row.number(kIdleColumn));
+    const auto& [mac, idle] = found.kicks.emplace_back(
+        Findings::Kick{row.text(0).substr(0, kLongestText), row.number(kIdleColumn)});
+    ap.db.note(step, "%s has been idle for %d seconds", mac.c_str(), idle);
     lines.add(mac);
     ap.db.note(step, "@@ %s", lines.text().c_str());
   }
@@ -147,7 +154,7 @@ void fetch_block_candidates(Ap& ap) {
   ap.db.fetch_ahead(candidates_query(ap.sn));
 }
 
-std::string ap_block_snr_rule(Ap& ap, int ret) {
+std::string ap_block_snr_rule(Ap& ap, int ret, Findings& found) {
   Rows rows = ap.db.ask(candidates_query(ap.sn));
   if (rows && rows.count() == 0) {
     ap.db.note(Step(kSnrStage, "(1/2) "), "no matched.");
@@ -165,7 +172,10 @@ std::string ap_block_snr_rule(Ap& ap, int ret) {
       fetch_ahead(ap, std::span<const Candidate>(candidates).subspan(i, more));
       fetched += more;
     }
-    consider(ap, ret, candidates[i], lines);
+    const client_record& client = candidates[i].client;
+    consider(ap, ret, candidates[i], lines,
+             found.candidates.emplace_back(
+                 Findings::Candidate{client.mac, client.rssi, 0, Findings::Fate::no_neighbour}));
   }
   return lines.text();
 }

@@ -4,15 +4,13 @@
 #include <string>
 
 #include "db/ap.h"
-
-/// Whether an AP must give up all its blocks.
-enum class ReleaseAll { no, yes };
+#include "steering/findings.h"
 
 /// One load-balancing pass for an AP that has just reported: from its stations, those of the
 /// managed APs that it hears, and who hears whom, it decides which stations the AP should
 /// disconnect (idle ones) and which it should refuse (well received ones that another AP would
 /// serve; they are entered into the block table), or that the AP must give up all its blocks.
 /// Returns the "kick" and "block" lines of its command, an empty text for none. When all blocks are
-/// to go, sets `release_all` (which the caller has set to `no`) and returns none; so it does,
-/// without setting it, when there is no database.
-std::optional<std::string> ap_load_balance_rule(Ap& ap, ReleaseAll& release_all);
+/// to go, sets `found.release_all` and returns none; so it does, without setting it, when there is no
+/// database.
+std::optional<std::string> ap_load_balance_rule(Ap& ap, Findings& found);

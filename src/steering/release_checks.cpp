@@ -28,7 +28,7 @@ std::vector<std::string> own_ssids(Ap& ap, const Step& step) {
 }
 
 /// The check for each SSID of the AP, under the name of the rule.
-bool check(Ap& ap, const char* operation, HearingQuery hearing_query) {
+bool check(Ap& ap, const char* operation, HearingQuery hearing_query, Findings& found) {
   const Step second(operation, "(2/2) ");
   const std::vector<std::string> ssids = own_ssids(ap, Step(operation, "(1/2) "));
   for (const std::string& ssid : ssids) {
@@ -41,6 +41,7 @@ bool check(Ap& ap, const char* operation, HearingQuery hearing_query) {
     if (hearing.count() > 0) {
       ap.db.note(second, "no matched.");
     } else if (hearing && ap_release_rule(ap, profile)) {
+      found.lost_ssid = ssid;
       return true;
     }
   }
@@ -62,11 +63,12 @@ Query heard_by_itself(const Step& step, int sn, const std::string& ssid) {
 
 }  // namespace
 
-bool ap_release_ssid_rule(Ap& ap) {
-  return check(ap, "ap_release_ssid_rule", heard_by_others);
+bool ap_release_ssid_rule(Ap& ap, Findings& found) {
+  found.is_heard_by_nobody = check(ap, "ap_release_ssid_rule", heard_by_others, found);
+  return found.is_heard_by_nobody;
 }
 
-bool ap_release_signal_rule(Ap& ap) {
+bool ap_release_signal_rule(Ap& ap, Findings& found) {
   ap.look_up();
-  return check(ap, "ap_release_signal_rule", heard_by_itself);
+  return check(ap, "ap_release_signal_rule", heard_by_itself, found);
 }

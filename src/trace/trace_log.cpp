@@ -13,6 +13,8 @@
 
 namespace {
 
+bool is_kept_off = false;
+
 void append_to_switch_file(const char* function_name, int line, const char* key,
                            const std::string& message) {
   if (std::strchr(key, '/') != nullptr) {
@@ -55,8 +57,12 @@ void log(const char* function_name, int line, const char* key, const char* forma
 
 }  // namespace
 
+void keep_trace_off() {
+  is_kept_off = true;
+}
+
 bool is_tracing() {
-  return isDirectory(paths::kTraces);
+  return !is_kept_off && isDirectory(paths::kTraces);
 }
 
 void ap_debug_log(const char* function_name, int line, const char* key, const char* format, ...) {

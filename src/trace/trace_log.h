@@ -26,6 +26,9 @@ struct TraceSite {
       : TraceSite(operation_name, trace_key.c_str(), source_line) {}
 };
 
+/// Keeps the trace off, whatever the switches say. For a program that only looks.
+void keep_trace_off();
+
 /// Whether trace lines go anywhere at all. For what is done for the trace alone.
 bool is_tracing();
 

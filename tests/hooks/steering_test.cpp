@@ -68,16 +68,16 @@ class Steering : public HookTest {
 
 TEST_F(Steering, APassTellsItsWholeStory) {
   Ap ap(kMac, kTest);
-  ReleaseAll release_all = ReleaseAll::no;
-  EXPECT_EQ(ap_load_balance_rule(ap, release_all), kMoves);
-  EXPECT_EQ(release_all, ReleaseAll::no);
+  Findings found;
+  EXPECT_EQ(ap_load_balance_rule(ap, found), kMoves);
+  EXPECT_FALSE(found.release_all);
   EXPECT_EQ(sql_rows("SELECT mac, ssid, aid, channel, tx_rate, rx_rate, rssi, idle, tx_seq, "
                      "rx_seq, refer_ap_sn FROM AP_CLIENT.block WHERE tx_seq=7"),
             Lines{"02:00:00:00:00:0A|1|3|36||65M|50|10|7|8|1"});
   EXPECT_EQ(whole_trace(), content("/source/tests/hooks/load_balance.trace"));
 
   // The next report finds the station refused, in whichever case, and nobody else to refuse.
-  EXPECT_EQ(ap_load_balance_rule(ap, release_all), kMoves.substr(0, kMoves.find("block")));
+  EXPECT_EQ(ap_load_balance_rule(ap, found), kMoves.substr(0, kMoves.find("block")));
   EXPECT_EQ(blocks().size(), 3U);
 }
 
@@ -96,10 +96,10 @@ TEST_F(Steering, AllBlocksAreLiftedForALoneStationOrAnSsidOutOfHearing) {
   for (const auto& [change, released, left] : cases) {
     SetUp();
     sql(change);
-    ReleaseAll release_all = ReleaseAll::no;
+    Findings found;
     Ap ap(kMac, kTest);
-    EXPECT_EQ(ap_load_balance_rule(ap, release_all).has_value(), !released) << change;
-    EXPECT_EQ(release_all == ReleaseAll::yes, released) << change;
+    EXPECT_EQ(ap_load_balance_rule(ap, found).has_value(), !released) << change;
+    EXPECT_EQ(found.release_all, released) << change;
     EXPECT_EQ(blocks().size(), left) << change;
     EXPECT_EQ(trace_of(kMac, "ap_load_balance_rule").size(), released ? 1U : 0U);
     EXPECT_EQ(trace_of(kMac, "get_available_demand").empty(),
@@ -109,13 +109,13 @@ TEST_F(Steering, AllBlocksAreLiftedForALoneStationOrAnSsidOutOfHearing) {
 
 TEST_F(Steering, AQueryThatFailsIsNotTakenForNobodyHears) {
   sql("ALTER TABLE AP_CLIENT.legal RENAME COLUMN `signal` TO gone");
-  ReleaseAll release_all = ReleaseAll::no;
+  Findings found;
   {
     Ap ap(kMac, kTest);
-    (void)ap_load_balance_rule(ap, release_all);
+    (void)ap_load_balance_rule(ap, found);
   }
   sql("ALTER TABLE AP_CLIENT.legal RENAME COLUMN gone TO `signal`");
-  EXPECT_EQ(release_all, ReleaseAll::no);
+  EXPECT_FALSE(found.release_all);
   EXPECT_EQ(blocks().size(), 2U);
   EXPECT_NE(whole_trace().find("ap_release_signal_rule: (2/2) failed: 1054"), std::string::npos);
 }
@@ -127,7 +127,8 @@ TEST_F(Steering, ABlockIsLiftedWhenNoNeighbourServesTheStation) {
   const auto released = [](const std::string& mac) {
     Ap ap(mac, kTest);
     ap.db.open();
-    return ap_release_block_rule(ap);
+    Findings found;
+    return ap_release_block_rule(ap, found);
   };
   EXPECT_EQ(released(kMac), "release0=02:00:00:00:00:99\nrelease1=02:00:00:00:00:97\n");
   EXPECT_EQ(blocks(), (Lines{"02:00:00:00:00:02|9", "02:00:00:00:00:0a|1", "02:00:00:00:00:98|1"}));
@@ -172,14 +173,15 @@ TEST_F(Steering, AReportThatIsHalfStoredIsNotSeen) {
 
 TEST_F(Steering, PowerStepsFollowWhatOthersHear) {
   Ap ap(kMac, kTest);
+  Hearing hearing;
   std::string told;
   for (const char* levels : {"'-65', '-90'", "'-75', '-90'", "'-70', '-70'", "'-60', '-75'"}) {
     sql(std::string("UPDATE AP_CLIENT.legal SET `signal`=ELT(2 - (essid='Guest'), ") + levels +
         ") WHERE refer_ap=2");
-    told += ap_auto_rf_rule(ap).value_or("none\n");
+    told += ap_auto_rf_rule(ap, hearing).value_or("none\n");
   }
   sql("DELETE FROM AP_CLIENT.legal WHERE refer_ap=2");
-  EXPECT_EQ(told + ap_auto_rf_rule(ap).value_or("none\n"),
+  EXPECT_EQ(told + ap_auto_rf_rule(ap, hearing).value_or("none\n"),
             "autoRF=-1\nautoRF=1\nnone\nautoRF=-1\nnone\n");
   EXPECT_EQ(whole_trace(), content("/source/tests/hooks/auto_rf.trace"));
 }

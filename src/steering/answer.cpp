@@ -1,0 +1,50 @@
+#include "steering/answer.h"
+
+#include "control/command_file.h"
+#include "platform/settings.h"
+#include "steering/block_release.h"
+#include "steering/load_balance.h"
+#include "steering/mac_filter.h"
+#include "values/settings.h"
+
+namespace {
+
+/// In whose name the blocks of an AP are lifted.
+constexpr const char* kCaller = "command";
+
+std::string steering_lines(Ap& ap, const std::string& releases, Quiet quiet, Findings& found) {
+  const std::string moves = ap_load_balance_rule(ap, found).value_or("");
+  if (found.release_all) {
+    ap_block_remove(ap, quiet, kCaller);
+    return "";
+  }
+  const std::string lines = releases + moves;
+  return lines.empty() ? ""
+                       : M("type=%d\n%s", static_cast<int>(CommandType::steering), lines.c_str());
+}
+
+std::string auto_rf_line(Ap& ap, Findings& found) {
+  return RI(setting::kAutoRf) == 0 ? "autoRF=0\n"
+                                   : ap_auto_rf_rule(ap, found.hearing.emplace()).value_or("");
+}
+
+}  // namespace
+
+bool is_balancing(int filter_mode) {
+  return RI(setting::kLoadBalancing) != 0 && filter_mode != setting::kMacFilterAlone;
+}
+
+std::string release_lines(Ap& ap, int filter_mode, Findings& found) {
+  return is_balancing(filter_mode) && ap.db.open() ? ap_release_block_rule(ap, found).value_or("")
+                                                   : "";
+}
+
+std::string answer_lines(Ap& ap, int filter_mode, const std::string& releases, Quiet quiet,
+                         Findings& found) {
+  std::string lines = is_balancing(filter_mode) ? steering_lines(ap, releases, quiet, found) : "";
+  lines += auto_rf_line(ap, found);
+  if (filter_mode != 0) {
+    ap_block_remove(ap, Quiet::yes, kCaller);  // the filter says who may use the AP
+  }
+  return lines + ap_mac_filter_conf(ap.mac);
+}
