@@ -19,7 +19,7 @@ bool World::neighbours(int one, int other) const {
   const Point b = aps_[static_cast<std::size_t>(other)].plan.at;
   // The loss is the same either way. Allows for errors of measuring.
   return std::any_of(std::begin(kBands), std::end(kBands), [&](Band band) {
-    return level(band, kFullPower[number_of(band)], a, b, scenario_.air) > kFaintest - 3;
+    return level(band, scenario_.power[number_of(band)], a, b, scenario_.air) > kFaintest - 3;
   });
 }
 

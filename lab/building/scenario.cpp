@@ -104,6 +104,8 @@ bool Reader::building(const std::string& key, const std::string& value) {
   } else if (key == "size" && numbers.size() == 2) {
     scenario_.width = numbers[0];
     scenario_.height = numbers[1];
+  } else if (key == "power" && numbers.size() == 2) {
+    std::copy(numbers.begin(), numbers.end(), scenario_.power);
   } else if (key == "entrance" && numbers.size() == 2) {
     scenario_.entrance = {numbers[0], numbers[1]};
   } else {

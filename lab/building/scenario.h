@@ -69,6 +69,7 @@ struct Scenario {
   std::vector<std::string> ssids;  // slot 1 first
   std::map<int, std::string> settings;
   Air air;
+  double power[2] = {20, 23};          // dBm of an AP at full power
   std::vector<std::string> materials;  // of each wall, for the drawing
   std::vector<Room> rooms;
   std::vector<ApPlan> aps;

@@ -220,7 +220,7 @@ void World::bring_up(int ap) {
   here.up = true;
   here.up_since = minute_;
   here.comes_back = 0;
-  std::copy(std::begin(kFullPower), std::end(kFullPower), here.power);
+  std::copy(std::begin(scenario_.power), std::end(scenario_.power), here.power);
   note(Deed::join, ap);
 }
 
@@ -289,7 +289,8 @@ void World::obey_power(AccessPoint& here, int direction) {
   const double before = here.power[0];
   for (const Band band : kBands) {
     double& power = here.power[number_of(band)];
-    power = std::clamp(power + direction * kPowerStep, kWeakestPower, kFullPower[number_of(band)]);
+    power =
+        std::clamp(power + direction * kPowerStep, kWeakestPower, scenario_.power[number_of(band)]);
   }
   if (here.power[0] != before) {
     note(direction > 0 ? Deed::power_up : Deed::power_down, here.number);

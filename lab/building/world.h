@@ -25,7 +25,7 @@ struct AccessPoint {
   int up_since = 0;    // minute
   int comes_back = 0;  // minute at which a restart is over; 0: none under way
   std::string version = "2.1.0";
-  double power[2] = {20, 23};  // dBm
+  double power[2] = {0, 0};  // dBm
   std::set<std::string> refused;
   int filter_mode = 0;
   std::set<std::string> filter;
@@ -37,7 +37,6 @@ struct AccessPoint {
   bool refuses(const std::string& station_mac) const;
 };
 inline constexpr double kWeakestPower = 8;  // dBm: an AP steps no further down
-inline constexpr double kFullPower[] = {20, 23};
 
 struct Station {
   std::string mac;  // lower case, as reports give it
