@@ -1,16 +1,15 @@
 #include "replaying/explanation.h"
-#include "steering/limits.h"
 
 #include <algorithm>
 #include <cctype>
 #include <regex>
 
+#include "show/explanation.h"
+#include "steering/limits.h"
+
 namespace lab {
 
 namespace {
-
-using limits::kAutoRfSignal;
-using limits::kClientQuota;
 
 std::string lower(std::string_view text) {
   std::string small(text);
@@ -20,151 +19,90 @@ std::string lower(std::string_view text) {
   return small;
 }
 
-/// A station of the report, by its MAC in lower case.
-struct Reported {
-  std::string quality;
-  std::string idle;
-  std::string channel;
-};
-
-std::map<std::string, Reported> stations_of(const Sections& report) {
-  std::map<std::string, Reported> stations;
+/// The value of `key` for the station, as a number; 0 when the report has none.
+int reported(const Sections& report, const std::string& mac, const char* key) {
   for (const auto& [section, keys] : report) {
-    const auto mac = keys.find("addr");
-    if (section.find(" client ") == std::string::npos || mac == keys.end() ||
-        section.find("mesh") != std::string::npos) {
-      continue;
+    const auto address = keys.find("addr");
+    if (section.find(" client ") != std::string::npos && address != keys.end() &&
+        lower(address->second) == lower(mac)) {
+      const auto value = keys.find(key);
+      return value == keys.end() ? 0 : static_cast<int>(number_in(value->second).value_or(0));
     }
-    const auto value = [&keys = keys](const char* key) {
-      const auto found = keys.find(key);
-      return found == keys.end() ? "?" : found->second;
-    };
-    stations[lower(mac->second)] = {value("rssi"), value("idle"), value("chan")};
   }
-  return stations;
-}
-
-std::string name_of_ap(const std::map<int, std::string>& names, const std::string& serial) {
-  const auto found = names.find(static_cast<int>(number_in(serial).value_or(0)));
-  return found == names.end() ? "AP_" + serial : found->second;
+  return 0;
 }
 
 /// What the trace says, gathered in one walk.
-struct Findings {
+struct Story {
+  Findings found;
   int sightings = 0;  // of radios of other managed APs
   int new_stations = 0;
-  int amount = -1;                                        // clients; -1: not asked for
-  std::vector<std::string> neighbours;                    // clients of each
-  std::string room;                                       // free room among them, in all
-  Words formula;                                          // the even share, when one was needed
-  std::vector<std::pair<std::string, std::string>> kept;  // station, serial number of its AP
-  std::string release_rule;  // the last that was asked before all blocks were lifted
-  bool one_client = false;
-  bool released_all = false;
   std::string problem;  // why the report was not loaded
 };
 
-Findings read_trace(const std::vector<kit::TraceLine>& trace) {
-  static const std::regex kNeighbour(R"(\(2/2\) Amount:(-?\d+), Count:(\d+))");
-  static const std::regex kFound(R"( *Found client (\S+) in .*\(AP_0*(\d+)\))");
-  Findings found;
+int whole(const std::string& digits) {
+  return static_cast<int>(number_in(digits).value_or(0));
+}
+
+/// What the lines of the load-balancing pass say.
+void read_pass(const std::string& operation, const std::string& message, Findings& found) {
+  static const std::regex kNeighbour(R"(\(2/2\) Amount:(-?\d+), Count:\d+)");
+  static const std::regex kKept(R"( *Found client (\S+) in .*\(AP_0*(\d+)\))");
+  static const std::regex kSsid(R"(\(2/2\) SELECT .*`essid`='((?:[^'\\]|\\.)*)'.*)");
+  std::smatch match;
+  if (operation == "get_ap_client_amount" && message.starts_with("amount:") && !found.amount) {
+    found.amount = whole(message.substr(7));
+    if (*found.amount > limits::kClientQuota) {
+      found.demand.emplace(*found.amount);
+    }
+  } else if (found.demand && std::regex_match(message, match, kNeighbour)) {
+    found.neighbours.push_back({0, whole(match[1])});
+    found.demand->add_neighbour(whole(match[1]));
+  } else if (std::regex_match(message, match, kKept)) {
+    found.blocks.push_back({0, match[1], whole(match[2])});
+  } else if (operation.starts_with("ap_release_s") && std::regex_match(message, match, kSsid)) {
+    found.lost_ssid = match[1];
+    found.is_heard_by_nobody = operation == "ap_release_ssid_rule";
+  } else if (operation == "ap_load_balance_rule" && message.find("==>") != std::string::npos) {
+    found.release_all = true;
+  }
+}
+
+Story read_trace(const std::vector<kit::TraceLine>& trace) {
+  Story story;
   for (const auto& [operation, message] : trace) {
-    std::smatch match;
     if (operation == "update_ap_legal_table_for_refer" && message.starts_with("(2/2)")) {
-      ++found.sightings;
+      ++story.sightings;
     } else if (operation == "update_ap_client_db" && message.starts_with("INSERT")) {
-      ++found.new_stations;
-    } else if (operation == "get_ap_client_amount" && message.starts_with("amount:") &&
-               found.amount < 0) {
-      found.amount = static_cast<int>(number_in(message.substr(7)).value_or(0));
-    } else if (operation == "get_available_demand" &&
-               std::regex_match(message, match, kNeighbour)) {
-      found.neighbours.push_back(match[1]);
-      found.room = match[2];
-    } else if (operation == "get_available_demand" && message.find('=') != std::string::npos &&
-               message.starts_with("(2/2)")) {
-      found.formula.push_back(message.substr(6));
-    } else if (std::regex_match(message, match, kFound)) {
-      found.kept.emplace_back(match[1], match[2]);
-    } else if (operation.starts_with("ap_release_s") && message.starts_with("(2/2) SELECT")) {
-      found.release_rule = operation;
-    } else if (operation == "ap_load_balance_rule" && message.find("==>") != std::string::npos) {
-      found.released_all = true;
-      found.one_client = message.find("amount:") != std::string::npos;
+      ++story.new_stations;
+    } else if (operation == "isWeakness" && message.starts_with("(2/2)")) {
+      story.found.hearing.emplace().at_all = 1;
     } else if (operation == "report_load") {
-      found.problem = message;
+      story.problem = message;
+    } else {
+      read_pass(operation, message, story.found);
     }
   }
-  return found;
+  return story;
 }
 
-void explain_load(const Findings& found, Words& lines) {
-  if (found.amount < 0) {
-    lines.push_back("load balancing was not asked");
-    return;
-  }
-  std::string line = format("serves %d", found.amount);
-  if (found.amount <= kClientQuota) {
-    lines.push_back(line + format(": not more than %d, nobody has to go", kClientQuota));
-    return;
-  }
-  line += format(", %d above %d; ", found.amount - kClientQuota, kClientQuota);
-  if (found.neighbours.empty()) {
-    lines.push_back(line + "it hears no AP that could take some");
-    return;
-  }
-  std::string served;
-  for (const std::string& clients : found.neighbours) {
-    served += (served.empty() ? "" : ", ") + clients;
-  }
-  lines.push_back(line + "the APs it hears serve " + served + " and have room for " + found.room);
-  if (found.formula.empty()) {
-    lines.push_back(format("enough room: up to %d may move", found.amount - kClientQuota));
-  }
-  for (const std::string& formula : found.formula) {
-    lines.push_back("  " + formula);
-  }
-}
-
-void explain_steering(const std::map<std::string, Reported>& stations, const Command& command,
-                      Words& lines) {
-  const auto figures = [&](const std::string& mac) {
-    const auto known = stations.find(lower(mac));
-    return known == stations.end() ? Reported{"?", "?", "?"} : known->second;
-  };
+/// What the commands say of the decisions.
+void read_command(const Command& command, const Sections& report, Findings& found) {
   for (const std::string& mac : command.release) {
-    lines.push_back("release " + mac + ": no AP heard on its SSID serves it any more");
+    found.blocks.push_back({0, mac, 0});
   }
   for (const std::string& mac : command.kick) {
-    lines.push_back("kick    " + mac + ": idle for " + figures(mac).idle +
-                    format(" s, more than %d", limits::kIdle));
+    found.kicks.push_back({mac, reported(report, mac, "idle")});
   }
   for (const std::string& mac : command.block) {
-    const Reported station = figures(mac);
-    lines.push_back("block   " + mac + ": RSSI " + station.quality +
-                    format(", above %d, on channel %s; another AP is heard above %d dBm on its "
-                           "SSID and band",
-                           limits::kLink, station.channel.c_str(), limits::kNeighbourSignal));
+    found.candidates.push_back({mac, reported(report, mac, "rssi"), 0, Findings::Fate::refused});
   }
-}
-
-void explain_command(const Command& command, Words& lines) {
-  if (command.type == kReleaseAll) {
-    lines.push_back("command: release all blocks");
-    return;
-  }
-  if (!command.auto_rf) {
-    lines.push_back(format("power stays: nobody hears it, or exactly at %d dBm", kAutoRfSignal));
-  } else {
-    lines.push_back(
-        *command.auto_rf == 0 ? "auto-RF is off"
-        : *command.auto_rf < 0
-            ? format("power down: another AP hears it above %d dBm", kAutoRfSignal)
-            : format("power up: the APs that hear it do so below %d dBm", kAutoRfSignal));
-  }
-  if (command.filter_mode.value_or(0) != 0) {
-    lines.push_back(format("MAC filter in mode %d with %zu addresses: blocks are lifted",
-                           *command.filter_mode, command.filter_addresses.size()));
+  if (command.auto_rf == 0) {
+    found.hearing.reset();
+  } else if (command.type != kReleaseAll) {
+    const bool is_heard = found.hearing || command.auto_rf;
+    found.hearing = Hearing{command.auto_rf == -1 ? 1U : 0U, is_heard ? 1U : 0U,
+                            command.auto_rf == 1 ? 1U : 0U};
   }
 }
 
@@ -191,36 +129,32 @@ Sections sections_of(const std::string& text) {
 
 Words explain(const Sections& report, const std::vector<kit::TraceLine>& trace,
               const std::vector<Command>& commands, const std::map<int, std::string>& names) {
-  const Findings found = read_trace(trace);
-  if (!found.problem.empty()) {
-    return lines_of(found.problem + "; nothing of it was stored");
+  Story story = read_trace(trace);
+  if (!story.problem.empty()) {
+    return lines_of(story.problem + "; nothing of it was stored");
   }
-  const std::map<std::string, Reported> stations = stations_of(report);
-  const auto cells = std::count_if(report.begin(), report.end(), [](const auto& section) {
-    return section.first.starts_with("cell ");
+  const auto count = [&](auto&& is_meant) {
+    return static_cast<int>(std::count_if(report.begin(), report.end(), is_meant));
+  };
+  const int stations = count([](const auto& section) {
+    return section.first.find(" client ") != std::string::npos &&
+           section.first.find("mesh") == std::string::npos && section.second.contains("addr");
   });
-  Words lines;
-  lines.push_back(format("%zu stations, %d of them new; %d radios heard, %d of them of ours",
-                         stations.size(), found.new_stations, static_cast<int>(cells),
-                         found.sightings));
-  explain_load(found, lines);
-  for (const auto& [mac, serial] : found.kept) {
-    lines.push_back("stays blocked: " + mac + " is now at " + name_of_ap(names, serial));
-  }
-  if (found.released_all) {
-    lines.push_back(
-        found.one_client ? "one client only: all its blocks are lifted"
-        : found.release_rule == "ap_release_ssid_rule"
-            ? "no AP hears it on an SSID for which it holds blocks: all are lifted"
-            : format("it hears no AP above %d dBm on an SSID for which it holds blocks: all are "
-                     "lifted",
-                     limits::kKeepSignal));
-  }
+  const int cells = count([](const auto& section) { return section.first.starts_with("cell "); });
+  Words lines{format("%d stations, %d of them new; %d radios heard, %d of them of ours", stations,
+                     story.new_stations, cells, story.sightings)};
   for (const Command& command : commands) {
-    explain_steering(stations, command, lines);
+    read_command(command, report, story.found);
   }
+  const Words decisions = show::explain(story.found, names);
+  lines.insert(lines.end(), decisions.begin(), decisions.end());
   for (const Command& command : commands) {
-    explain_command(command, lines);
+    if (command.type == kReleaseAll) {
+      lines.emplace_back("command: release all blocks");
+    } else if (command.filter_mode.value_or(0) != 0) {
+      lines.push_back(format("MAC filter in mode %d with %zu addresses: blocks are lifted",
+                             *command.filter_mode, command.filter_addresses.size()));
+    }
   }
   if (commands.empty()) {
     lines.push_back("no command");

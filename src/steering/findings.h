@@ -39,7 +39,8 @@ struct Findings {
   std::vector<Kick> kicks;
   std::vector<Candidate> candidates;  // those that were considered, best link first
   bool release_all = false;           // all its blocks are to go
-  std::string lost_ssid;              // the SSID that was the reason; empty: it has a lone station
-  bool is_heard_by_nobody = false;    // on that SSID; else it hears nobody well enough itself
-  std::optional<Hearing> hearing;     // none: auto-RF is off
+  std::optional<std::string>
+      lost_ssid;                    // the SSID that was the reason; none: it serves one station
+  bool is_heard_by_nobody = false;  // on that SSID; else it hears nobody well enough itself
+  std::optional<Hearing> hearing;   // none: auto-RF is off
 };

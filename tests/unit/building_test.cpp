@@ -182,9 +182,10 @@ TEST(Explanation, TellsWhatTheTraceSays) {
   EXPECT_EQ(
       lab::explain(report, kit::trace_lines(trace), {command}, {{2, "Hall"}}),
       (lab::Words{"1 stations, 0 of them new; 0 radios heard, 0 of them of ours",
-                  "serves 5, 2 above 3; the APs it hears serve 10 and have room for 0",
-                  "  avg:4 = (users:2 + diff:7) / (aps:1 + 1)",
                   "stays blocked: 06:00:00:00:00:01 is now at Hall",
+                  "serves 5, 2 above 3; the APs it hears serve 10 and have room for 0",
+                  "even share: 5 = (users:2 + diff:7) / (aps:1 + 1), rounded up",
+                  "its surplus is not above its share: nobody has to go",
                   "kick    06:00:00:00:00:02: idle for 31 s, more than 30", "auto-RF is off"}));
   EXPECT_EQ(lab::explain(report, {{"report_load", "too large: not loaded"}}, {command}, {}),
             lab::Words{"too large: not loaded; nothing of it was stored"});
