@@ -149,10 +149,10 @@ std::optional<IniFile> IniFile::parse(std::string_view text, const std::string& 
   for (const IniPiece& piece : ini_pieces(text, kLeastBytes, kMostBytes)) {
     dictionary* values = loader.load(piece);
     if (values == nullptr) {
-      const long lines_before = std::count(text.data(), piece.text.data(), '\n');
+      const long lines_before = std::count(text.data(), piece.text.data(), '\n') -
+                                std::count(piece.header.begin(), piece.header.end(), '\n');
       const std::string said = complaint;
-      complaint = translated(said, loader.name(), name,
-                             piece.header.empty() ? lines_before : lines_before - 1);
+      complaint = translated(said, loader.name(), name, lines_before);
       return std::nullopt;
     }
     file.add(values);

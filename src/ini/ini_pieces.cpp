@@ -13,34 +13,58 @@ std::string_view stripped(std::string_view line) {
              : line.substr(first, line.find_last_not_of(kBlanks) - first + 1);
 }
 
-/// Whether iniparser takes the line for the beginning of a section. It goes on with the section
-/// before when there is no name between the brackets.
+/// Takes the next line from `text`, joined as iniparser joins it: what ends with a backslash goes on in
+/// the line after it.
+std::string_view take_line(std::string_view& text, std::string& joined) {
+  joined.clear();
+  bool continued = true;
+  while (continued && !text.empty()) {
+    const std::size_t end = std::min(text.find('\n'), text.size() - 1) + 1;
+    joined.append(text.substr(0, end));
+    text.remove_prefix(end);
+    joined.erase(joined.find_last_not_of(kBlanks) + 1);
+    continued = joined.ends_with('\\');
+    if (continued) {
+      joined.pop_back();
+    }
+  }
+  return stripped(joined);
+}
+
+bool names_section(std::string_view line) {
+  return line.size() >= 2 && line.front() == '[' && line.back() == ']';
+}
+
+/// Whether a section begins with the line whatever was before it. One that begins with "[]" has
+/// iniparser 4.1 shorten the name of the section before.
 bool begins_section(std::string_view line) {
-  return line.size() > 2 && line.front() == '[' && line.back() == ']' && line[1] != ']';
+  return names_section(line) && line[1] != ']';
 }
 
 }  // namespace
 
 std::vector<IniPiece> ini_pieces(std::string_view text, std::size_t least, std::size_t most) {
   std::vector<IniPiece> pieces;
+  std::string_view rest = text;
   std::size_t begin = 0;
-  std::string_view header;   // of the section at `at`
-  std::string_view outside;  // the same at `begin`, where that line is in an earlier piece
-  bool continued = false;    // a line that ends with a backslash goes on in the next
-  for (std::size_t at = 0; at < text.size();) {
-    const std::size_t end = std::min(text.find('\n', at), text.size() - 1) + 1;
-    const std::string_view line = stripped(text.substr(at, end - at));
-    const bool is_header = !continued && begins_section(line);
-    if (!continued && at - begin >= (is_header ? least : most)) {
+  std::string header;   // of the section at `rest`
+  std::string outside;  // the same at `begin`, where those lines are in an earlier piece
+  std::string joined;
+  while (!rest.empty()) {
+    const std::size_t at = text.size() - rest.size();
+    const std::string_view line = take_line(rest, joined);
+    const bool is_header = begins_section(line);
+    if (at - begin >= (is_header ? least : most)) {
       pieces.push_back({outside, text.substr(begin, at - begin)});
       begin = at;
       outside = is_header ? "" : header;
     }
     if (is_header) {
-      header = text.substr(at, end - at);
+      header.clear();
     }
-    continued = line.ends_with('\\');
-    at = end;
+    if (names_section(line)) {
+      header += text.substr(at, text.size() - rest.size() - at);
+    }
   }
   if (begin < text.size()) {
     pieces.push_back({outside, text.substr(begin)});

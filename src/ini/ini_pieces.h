@@ -1,13 +1,14 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 #include <vector>
 
-/// A part of an INI text. `header` is the line of the section that its beginning belongs to, when that
-/// line is in an earlier piece. The views are of the text.
+/// A part of an INI text. `header` has the lines that name the section that its beginning belongs to,
+/// when they are in an earlier piece. `text` is a view of the text.
 struct IniPiece {
-  std::string_view header;
+  std::string header;
   std::string_view text;
 
   bool operator==(const IniPiece&) const = default;

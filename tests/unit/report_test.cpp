@@ -84,6 +84,10 @@ TEST(IniPieces, BeginWithSectionsThatTheLibraryTakesForThem) {
       {"[a]\nlong=12345\\\nxy\nz=3\n[b]\n",
        1,
        {{"", "[a]\nlong=12345\\\nxy\n"}, {"[a]\n", "z=3\n"}, {"", "[b]\n"}}},
+      {"[a\\ \nb]\nx=12345678\ny=2\n",
+       1,
+       {{"", "[a\\ \nb]\nx=12345678\n"}, {"[a\\ \nb]\n", "y=2\n"}}},
+      {"[abcd]\n[]\nx=123\ny=1\n", 1, {{"", "[abcd]\n[]\nx=123\n"}, {"[abcd]\n[]\n", "y=1\n"}}},
   };
   for (const auto& one : cases) {
     EXPECT_EQ(ini_pieces(one.text, one.least, 16), one.pieces) << one.text;
