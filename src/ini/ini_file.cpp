@@ -11,6 +11,8 @@
 #include <charconv>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
+#include <utility>
 
 #include "ini/ini_pieces.h"
 
@@ -89,7 +91,15 @@ class Loader {
     };
     const bool is_written = ftruncate(file_.number(), 0) == 0 && write(piece.header, 0) &&
                             write(piece.text, piece.header.size());
-    return is_written ? iniparser_load(name_.c_str()) : nullptr;
+    errno = 0;
+    dictionary* values = is_written ? iniparser_load(name_.c_str()) : nullptr;
+    // To iniparser, a read error is the end of the file. The allocator may leave ENOMEM where it has
+    // found memory in another way.
+    if (values != nullptr && errno != 0 && errno != ENOMEM) {
+      complain("%s cannot be read: %s", name_.c_str(), std::strerror(errno));
+      iniparser_freedict(std::exchange(values, nullptr));
+    }
+    return values;
   }
 
  private:

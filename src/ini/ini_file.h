@@ -25,8 +25,9 @@ struct _dictionary_;
 class IniFile {
  public:
   /// Parses `text`. None when iniparser refuses it (a line of 1023 bytes or more, or one without "="
-  /// that is no section), it holds a NUL, or memory is short: then `complaint` says why, in a line or
-  /// two that name the text `name` and the line's number.
+  /// that is no section), it holds a NUL, memory is short, or the copy that iniparser gets cannot be
+  /// made or read: then `complaint` says why, in a line or two that name the text `name` and the
+  /// line's number.
   static std::optional<IniFile> parse(std::string_view text, const std::string& name,
                                       std::string& complaint);
 
