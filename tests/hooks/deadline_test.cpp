@@ -1,14 +1,11 @@
-#include <arpa/inet.h>
-#include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <functional>
 #include <thread>
 
 #include "support/appliance.h"
+#include "support/false_server.h"
 
 // Something that stands in a database server's place and drags its feet: a hook gives up in time.
 
@@ -17,126 +14,6 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using std::chrono::steady_clock;
-
-sockaddr_in local(in_port_t port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  address.sin_port = htons(port);
-  return address;
-}
-
-int bound(int type, in_port_t port) {
-  const int socket = ::socket(AF_INET, type | SOCK_CLOEXEC, 0);
-  const int on = 1;
-  setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-  const sockaddr_in address = local(port);
-  EXPECT_EQ(bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-  return socket;
-}
-
-int listening(in_port_t port) {
-  const int socket = bound(SOCK_STREAM, port);
-  EXPECT_EQ(listen(socket, 1), 0);
-  return socket;
-}
-
-int connected_to_real_server() {
-  const int server = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_un address{AF_UNIX, "/run/mysqld/mysqld.sock"};
-  EXPECT_EQ(connect(server, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-  return server;
-}
-
-std::string received(int socket) {
-  std::string bytes(65'536, '\0');
-  const ssize_t got = recv(socket, bytes.data(), bytes.size(), 0);
-  bytes.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
-  return bytes;
-}
-
-void pass_on(int socket, const std::string& bytes) {
-  send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-}
-
-/// Sends a byte now and then for as long as the other side is there; at most for half a minute.
-void trickle(int socket, const std::string& bytes, milliseconds pause) {
-  const auto end = steady_clock::now() + seconds(30);
-  for (std::size_t i = 0; steady_clock::now() < end; ++i) {
-    if (send(socket, &bytes[i % bytes.size()], 1, MSG_NOSIGNAL) != 1) {
-      return;
-    }
-    std::this_thread::sleep_for(pause);
-  }
-}
-
-/// Serves the first connection to a port of 127.0.0.1 in a thread of its own.
-class Server {
- public:
-  Server(in_port_t port, std::function<void(int client)> serve)
-      : listener_(listening(port)), thread_([this, serve = std::move(serve)] {
-          const int client = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
-          if (client >= 0) {
-            is_reached_ = true;
-            serve(client);
-            close(client);
-          }
-        }) {}
-  ~Server() {
-    shutdown(listener_, SHUT_RDWR);
-    thread_.join();
-    close(listener_);
-  }
-  Server(const Server&) = delete;
-  Server& operator=(const Server&) = delete;
-
-  /// Whether a client has come.
-  bool is_reached() const { return is_reached_; }
-
- private:
-  int listener_;
-  std::atomic<bool> is_reached_ = false;
-  std::thread thread_;
-};
-
-void greet_slowly(int client) {
-  const int server = connected_to_real_server();
-  trickle(client, received(server), milliseconds(500));
-  close(server);
-}
-
-/// Says that it can do TLS, and then nothing more.
-void stall_in_tls(int client) {
-  const int server = connected_to_real_server();
-  std::string greeting = received(server);
-  constexpr std::size_t kHead = 5;             // of the packet, and the protocol
-  constexpr std::size_t kToCapabilities = 14;  // behind the version's text
-  greeting[greeting.find('\0', kHead) + kToCapabilities + 1] |= 0x08;
-  pass_on(client, greeting);
-  received(client);
-  received(client);
-  close(server);
-}
-
-/// Lets the client log in, and answers its first statement a byte at a time.
-void answer_slowly(int client) {
-  const int server = connected_to_real_server();
-  pollfd sides[] = {{client, POLLIN, 0}, {server, POLLIN, 0}};
-  while (poll(sides, 2, -1) > 0) {
-    if (sides[1].revents != 0) {
-      pass_on(client, received(server));
-    }
-    if (sides[0].revents != 0) {
-      const std::string said = received(client);
-      if (said.empty() || said.find("SET SESSION") != std::string::npos) {
-        break;
-      }
-      pass_on(server, said);
-    }
-  }
-  trickle(client, std::string("\xFF\xFF\0\1", 4), milliseconds(900));  // a long packet begins
-  close(server);
-}
 
 class Deadline : public HookTest {
  protected:
@@ -158,9 +35,9 @@ class Deadline : public HookTest {
 };
 
 TEST_F(Deadline, IsKeptWhateverArrives) {
-  const Server slow_greeting(4001, greet_slowly);
-  const Server stalling(4002, stall_in_tls);
-  const Server slow_answers(4003, answer_slowly);
+  const FalseServer slow_greeting(4001, greet_slowly);
+  const FalseServer stalling(4002, stall_in_tls);
+  const FalseServer slow_answers(4003, answer_slowly);
   const int full = bound(SOCK_STREAM, 4004);
   listen(full, 0);
   std::vector<int> queued;

@@ -18,6 +18,7 @@
 #include "platform/database.h"
 #include "platform/text.h"
 #include "support/appliance.h"
+#include "support/false_server.h"
 
 namespace {
 
@@ -428,7 +429,46 @@ void log_in_as_root() {
   fs::remove("/etc/ap-run/database.cnf");
 }
 
+std::optional<FalseServer> false_server;
 std::vector<FILE*> others;
+
+/// Takes all connections of the server.
+void fill_server() {
+  sql("FLUSH STATUS");
+  sql("SET GLOBAL max_connections=10");
+  for (int i = 0; i < 10; ++i) {
+    others.push_back(popen("exec mariadb", "we"));
+  }
+  EXPECT_TRUE(
+      eventually([] { return sql("SHOW GLOBAL STATUS LIKE 'Threads_connected'")[0][1] == "11"; }));
+}
+
+void free_server() {
+  for (FILE* other : std::exchange(others, {})) {
+    pclose(other);
+  }
+  sql("SET GLOBAL max_connections=DEFAULT");
+}
+
+const std::string kDamaged = "/var/lib/mysql/AP_CLIENT/legal.ibd";
+
+/// Writes over the rows and keys of a table's file, while the server does not run.
+void damage_table() {
+  shell("lab-db-stop");
+  fs::copy_file(kDamaged, "/tmp/sound");
+  shell("dd if=/dev/urandom conv=notrunc bs=16384 seek=3 count=4 status=none of=" + kDamaged);
+  start_again();
+}
+
+void put_table_back() {
+  shell("lab-db-stop");
+  fs::copy_file("/tmp/sound", kDamaged, fs::copy_options::overwrite_existing);
+  fs::remove("/tmp/sound");
+  start_again();
+}
+
+/// Whether a state costs an event anything.
+enum class Harm { none, some };
 
 struct State {
   const char* name;
@@ -437,6 +477,7 @@ struct State {
   std::function<void()> begin;   // before the event
   std::function<void()> within;  // while the event runs; may be null
   std::function<void()> end;
+  Harm harm = Harm::some;
 };
 
 const State kStates[] = {
@@ -461,22 +502,26 @@ const State kStates[] = {
        start_again();
        quick_registry();
      }},
-    {"full", 12, false,
+    {"trickling", 22, false,
      [] {
-       sql("SET GLOBAL max_connections=10");
-       for (int i = 0; i < 10; ++i) {
-         others.push_back(popen("exec mariadb", "we"));
-       }
-       EXPECT_TRUE(eventually(
-           [] { return sql("SHOW GLOBAL STATUS LIKE 'Threads_connected'")[0][1] == "11"; }));
+       false_server.emplace(4003, answer_slowly);
+       write_file("/etc/ap-run/database.cnf",
+                  "[client]\nprotocol=tcp\nhost=127.0.0.1\nport=4003\n");
      },
      nullptr,
      [] {
-       for (FILE* other : std::exchange(others, {})) {
-         pclose(other);
-       }
-       sql("SET GLOBAL max_connections=DEFAULT");
+       log_in_as_root();
+       false_server.reset();
      }},
+    {"full", 12, false, fill_server, nullptr, free_server},
+    {"full, then free", 12, true, fill_server,
+     [] {
+       EXPECT_TRUE(eventually([] {
+         return sql("SHOW GLOBAL STATUS LIKE 'Connection_errors_max_connections'")[0][1] != "0";
+       }));
+       free_server();
+     },
+     [] {}, Harm::none},
     {"table locked", 22, false, [] { sql("LOCK TABLES AP_INFO.ap_list WRITE"); }, nullptr,
      [] { sql("UNLOCK TABLES"); }},
     {"read-only", 5, true,
@@ -494,6 +539,7 @@ const State kStates[] = {
      nullptr, [] { sql("RENAME TABLE AP_INFO.gone TO AP_INFO.ap_list"); }},
     {"legal missing", 5, true, [] { sql("RENAME TABLE AP_CLIENT.legal TO AP_CLIENT.gone"); },
      nullptr, [] { sql("RENAME TABLE AP_CLIENT.gone TO AP_CLIENT.legal"); }},
+    {"table damaged", 5, true, damage_table, nullptr, put_table_back},
     {"column missing", 5, true,
      [] { sql("ALTER TABLE AP_INFO.ap_list RENAME COLUMN Status TO gone"); }, nullptr,
      [] { sql("ALTER TABLE AP_INFO.ap_list RENAME COLUMN gone TO Status"); }},
@@ -547,6 +593,7 @@ TEST_P(States, LoseNothingInSilence) {
     judge(kind, line, what, false);
     expect_mended(kind, what);
   }
+  EXPECT_EQ(line.lost > 0, state.harm == Harm::some);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, States, testing::ValuesIn(kStates), [](const auto& state) {
