@@ -140,11 +140,9 @@ struct NeededRights {
 };
 
 std::vector<NeededRights> needed_rights() {
-  const std::vector<std::string> everything{"SELECT", "INSERT", "UPDATE",
-                                            "DELETE", "CREATE", "DROP"};
   return {{AP_INFO, AP_INFO, {"SELECT", "INSERT", "UPDATE"}},
-          {AP_CLIENT, AP_CLIENT, everything},
-          {AP_POOR_CLIENT, AP_POOR_CLIENT, everything},
+          {AP_CLIENT, AP_CLIENT, {"SELECT", "INSERT", "UPDATE", "DELETE", "CREATE", "DROP"}},
+          {AP_POOR_CLIENT, AP_POOR_CLIENT, {"SELECT", "INSERT", "UPDATE", "CREATE", "DROP"}},
           {AP_USER, AP_USER, {"SELECT"}},
           {log_databases().front(), M("%s\\_%%", CONNTRACK_LOG.c_str()), {"INSERT"}}};
 }

@@ -24,6 +24,7 @@ foreach(name ap-up ap-down ap-history ap-command)
 endforeach()
 install(FILES ${packaging}/changelog.gz packaging/copyright docs/operating.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES packaging/user.sql packaging/uninstall.sql DESTINATION ${CMAKE_INSTALL_DATADIR}/ap-run/admin)
 install(FILES packaging/tmpfiles.conf DESTINATION lib/tmpfiles.d RENAME ap-run.conf)
 
 # As Debian names what the compiler builds for.

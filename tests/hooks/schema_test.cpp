@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <filesystem>
 #include <nlohmann/json.hpp>
+#include <thread>
 
 #include "support/appliance.h"
 
@@ -116,6 +118,43 @@ TEST_F(Schema, TheEventDropsOldConnectionLogsIfAskedTo) {
   for (const std::string& name : {day(-2), day(-1), others[0], others[1]}) {
     sql("DROP DATABASE " + name);
   }
+}
+
+TEST_F(Schema, TheShippedUserSufficesAndNothingIsLeftOfBoth) {
+  apply("/source/packaging/user.sql");
+  sql("ALTER USER ap_run@localhost IDENTIFIED BY 'secret' ACCOUNT UNLOCK");
+  write_file("/etc/ap-run/database.cnf", "[ap-run]\nuser=ap_run\npassword=secret\n");
+  std::filesystem::permissions("/etc/ap-run/database.cnf", std::filesystem::perms(0640));
+  configure("[settings]\n113=1\n30=::1\n");
+  sql("INSERT INTO AP_INFO.ap_profile (SN, SSID) VALUES (1, 'Office')");
+  register_ap(1, kMac, "lobby");
+  EXPECT_EQ(run_hook({"ap-up", kAddress, kOtherMac}), 0);
+  const std::string report = deliver_report(
+      "[01]\nAddress=a\nESSID=Office\n[Cell 01]\nAddress=b\n[01 client 01]\nADDR=c\n"
+      "[01 client MESH 01]\nADDR=d\nRSSI=2\n[POOR_CLIENT 01]\nADDR=e\n");
+  {
+    const std::jthread controller([](const std::stop_token& stop) {
+      while (!stop.stop_requested()) {
+        std::filesystem::remove(slot_of(kMac));
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+      }
+    });
+    EXPECT_EQ(run_hook({"ap-command", "1", report, kAddress, kMac}), 0);
+  }
+  EXPECT_EQ(sql("SELECT * FROM AP_CLIENT.AP_001, AP_POOR_CLIENT.AP_001, AP_CLIENT.client, "
+                "AP_CLIENT.legal, AP_CLIENT.illegal")
+                .size(),
+            1U);
+  EXPECT_EQ(run_hook({"ap-down", kMac}), 0);
+  EXPECT_EQ(content("/recorded/syslog"), "") << "nothing is refused";
+  EXPECT_EQ(findings(), Lines{});
+
+  apply("/source/packaging/uninstall.sql");
+  EXPECT_EQ(databases("AP\\_"), Lines{});
+  EXPECT_EQ(databases("CONNTRACK"), Lines{});
+  EXPECT_EQ(sql_rows("SELECT * FROM mysql.db WHERE User='ap_run'"), Lines{});
+  apply("/source/packaging/uninstall.sql");
+  apply("/source/schema/*.sql");
 }
 
 }  // namespace
