@@ -1,0 +1,22 @@
+#include "show/forecast.h"
+
+#include "platform/settings.h"
+#include "steering/answer.h"
+#include "values/settings.h"
+
+namespace show {
+
+std::optional<Forecast> forecast(Ap& ap) {
+  std::optional<Forecast> coming;
+  if (ap.db.open()) {
+    ap.db.rehearse([&] {
+      const int filter_mode = RI(setting::kMacFilter);
+      Findings& found = coming.emplace().found;
+      const std::string releases = release_lines(ap, filter_mode, found);
+      coming->lines = answer_lines(ap, filter_mode, releases, Quiet::yes, found);
+    });
+  }
+  return coming;
+}
+
+}  // namespace show
