@@ -26,12 +26,11 @@ bool World::neighbours(int one, int other) const {
 Observation World::observe(int ap) {
   const AccessPoint& here = aps_[static_cast<std::size_t>(ap)];
   Observation seen;
-  const auto hear = [&](Band band, double power, Point from, int slots, const auto& radio_of) {
+  const auto hear = [&](Band band, double power, Point from, HeardRadio radio) {
     const double heard = level(band, power, from, here.plan.at, scenario_.air);
-    for (int slot = 1; heard >= kFaintest && slot <= slots; ++slot) {
-      HeardRadio radio = radio_of(slot);
+    if (heard >= kFaintest) {
       radio.signal = static_cast<int>(std::lround(heard + air_.bell(kMeasuringError)));
-      seen.radios.push_back(radio);
+      seen.radios.push_back(std::move(radio));
     }
   };
   for (const AccessPoint& other : aps_) {
@@ -39,18 +38,18 @@ Observation World::observe(int ap) {
       continue;
     }
     for (const Band band : kBands) {
-      hear(band, other.power[number_of(band)], other.plan.at,
-           static_cast<int>(scenario_.ssids.size()), [&](int slot) {
-             return HeardRadio{other.bssid(band, slot),
-                               scenario_.ssids[static_cast<std::size_t>(slot - 1)],
-                               other.plan.channel[number_of(band)], 0, true};
-           });
+      int slot = 0;
+      for (const std::string& ssid : scenario_.ssids) {
+        if (other.plan.carries(++slot)) {
+          hear(band, other.power[number_of(band)], other.plan.at,
+               {other.bssid(band, slot), ssid, other.plan.channel[number_of(band)], 0, true});
+        }
+      }
     }
   }
   for (const ForeignRadio& other : foreign_) {
-    hear(band_of(other.plan.channel), other.plan.power, other.plan.at, 1, [&](int) {
-      return HeardRadio{other.bssid, other.plan.ssid, other.plan.channel, 0, false};
-    });
+    hear(band_of(other.plan.channel), other.plan.power, other.plan.at,
+         {other.bssid, other.plan.ssid, other.plan.channel, 0, false});
   }
   for (const Station& station : stations_) {
     if (station.ap == ap) {

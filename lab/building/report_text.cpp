@@ -16,9 +16,11 @@ void add_own_radios(kit::ReportText& report, const World& world, const AccessPoi
   for (const Band band : kBands) {
     int slot = 0;
     for (const std::string& ssid : world.scenario().ssids) {
-      report.add(kit::OwnRadio{ap.bssid(band, ++slot), ssid,
-                               frequency(band, ap.plan.channel[number_of(band)]),
-                               static_cast<int>(std::lround(ap.power[number_of(band)])), kSignal});
+      if (ap.plan.carries(++slot)) {
+        report.add(kit::OwnRadio{
+            ap.bssid(band, slot), ssid, frequency(band, ap.plan.channel[number_of(band)]),
+            static_cast<int>(std::lround(ap.power[number_of(band)])), kSignal});
+      }
     }
   }
 }

@@ -70,78 +70,61 @@ std::string bytes_of(std::string_view text) {
   return bytes;
 }
 
-class Reader {
- public:
-  Scenario read(const std::string& text, std::string& problem);
-
- private:
-  bool entry(const std::string& section, const std::string& key, const std::string& value);
-  bool building(const std::string& key, const std::string& value);
-  bool building_number(const std::string& key, double number);
-  bool wall(const std::string& material, Words words);
-  bool room(const std::string& name, Words words);
-  bool ap(const std::string& name, Words words);
-  bool foreign(const std::string& name, const std::string& value);
-  bool crowd(const std::string& name, const std::string& value);
-  bool happening(const std::string& key, Words words);
-  bool fleet(Words words);
-
-  Scenario scenario_;
-};
-
-bool Reader::building(const std::string& key, const std::string& value) {
-  Words words = words_of(value);
-  const Numbers numbers = take_numbers(words);
-  if (key == "title") {
-    scenario_.title = value;
-  } else if (key == "about") {
-    scenario_.about += (scenario_.about.empty() ? "" : " ") + value;
-  } else if (key == "ssids") {
-    for (const std::string& ssid : pieces_of(value, ',')) {
-      scenario_.ssids.push_back(bytes_of(ssid));
-    }
-    return scenario_.ssids.size() <= 8;
-  } else if (key == "size" && numbers.size() == 2) {
-    scenario_.width = numbers[0];
-    scenario_.height = numbers[1];
-  } else if (key == "power" && numbers.size() == 2) {
-    std::copy(numbers.begin(), numbers.end(), scenario_.power);
-  } else if (key == "entrance" && numbers.size() == 2) {
-    scenario_.entrance = {numbers[0], numbers[1]};
-  } else {
-    return numbers.size() == 1 && building_number(key, numbers[0]);
-  }
-  return true;
-}
-
-bool Reader::building_number(const std::string& key, double number) {
+bool read_number(Scenario& scenario, const std::string& key, double number) {
   if (key == "seed") {
-    scenario_.seed = static_cast<std::uint64_t>(number);
+    scenario.seed = static_cast<std::uint64_t>(number);
   } else if (key == "minutes") {
-    scenario_.minutes = static_cast<int>(number);
+    scenario.minutes = static_cast<int>(number);
   } else if (key == "exponent") {
-    scenario_.air.exponent = number;
+    scenario.air.exponent = number;
   } else {
     return false;
   }
   return true;
 }
 
-bool Reader::wall(const std::string& material, Words words) {
+bool read_building(Scenario& scenario, const std::string& key, const std::string& value) {
+  Words words = words_of(value);
+  const Numbers numbers = take_numbers(words);
+  if (key == "title") {
+    scenario.title = value;
+  } else if (key == "about") {
+    scenario.about += (scenario.about.empty() ? "" : " ") + value;
+  } else if (key == "ssids") {
+    for (const std::string& ssid : pieces_of(value, ',')) {
+      scenario.ssids.push_back(bytes_of(ssid));
+    }
+    return scenario.ssids.size() <= 8;
+  } else if (key == "size" && numbers.size() == 2) {
+    scenario.width = numbers[0];
+    scenario.height = numbers[1];
+  } else if (key == "power" && numbers.size() == 2) {
+    std::copy(numbers.begin(), numbers.end(), scenario.power);
+  } else if (key == "entrance" && numbers.size() == 2) {
+    scenario.entrance = {numbers[0], numbers[1]};
+  } else {
+    return numbers.size() == 1 && read_number(scenario, key, numbers[0]);
+  }
+  return true;
+}
+
+bool read_wall(Scenario& scenario, const std::string& material, const std::string& value) {
+  Words words = words_of(value);
   const auto known = kMaterials.find(material);
   const Numbers corners = take_numbers(words);
   if (known == kMaterials.end() || corners.size() < 4 || corners.size() % 2 != 0) {
     return false;
   }
   for (std::size_t i = 0; i + 3 < corners.size(); i += 2) {
-    scenario_.air.walls.push_back(
+    scenario.air.walls.push_back(
         {{corners[i], corners[i + 1]}, {corners[i + 2], corners[i + 3]}, known->second});
-    scenario_.materials.push_back(material);
+    scenario.materials.push_back(material);
   }
   return true;
 }
 
-bool Reader::room(const std::string& name, Words words) {
+bool read_room(Scenario& scenario, const std::string& name, const std::string& value) {
+  Words words = words_of(value);
   const Numbers box = take_numbers(words);
   const bool door_given = take_word(words, "door");
   const Numbers door = take_numbers(words);
@@ -149,12 +132,49 @@ bool Reader::room(const std::string& name, Words words) {
     return false;
   }
   const Point middle{box[0] + box[2] / 2, box[1] + box[3] / 2};
-  scenario_.rooms.push_back(
+  scenario.rooms.push_back(
       {name, {box[0], box[1]}, box[2], box[3], door_given ? Point{door[0], door[1]} : middle});
   return true;
 }
 
-bool Reader::ap(const std::string& name, Words words) {
+/// Houses of two APs each, so far apart that an AP hears no other but its neighbour in the house.
+bool read_fleet(Scenario& scenario, Words words) {
+  static constexpr int kChannels[4][2] = {{1, 36}, {6, 44}, {11, 149}, {6, 157}};
+  static constexpr double kHouse[] = {18, 10};  // metres
+  const Numbers numbers = take_numbers(words);
+  if (numbers.size() != 2) {
+    return false;
+  }
+  const int houses = static_cast<int>(numbers[0]) / 2;
+  const double spacing = numbers[1];
+  const int columns = static_cast<int>(std::ceil(std::sqrt(houses)));
+  for (int i = 0; i < houses; ++i) {
+    const int row = i / columns;
+    const Point corner{spacing * (0.5 + i % columns), spacing * (0.5 + row)};
+    const double middle = corner.y + kHouse[1] / 2;
+    scenario.rooms.push_back(
+        {format("House %d", i + 1), corner, kHouse[0], kHouse[1], {corner.x, middle}});
+    for (int side = 0; side < 2; ++side) {
+      const auto& channel = kChannels[(2 * i + side) % 4];
+      const Point at{corner.x + (side == 0 ? 4 : kHouse[0] - 4), middle};
+      scenario.aps.push_back({format("House %d %s", i + 1, side == 0 ? "west" : "east"),
+                              at,
+                              {channel[0], channel[1]},
+                              true,
+                              true});
+    }
+  }
+  scenario.width = spacing * (columns + 1);
+  const int rows = (houses + columns - 1) / columns;
+  scenario.height = spacing * (rows + 1);
+  return true;
+}
+
+bool read_ap(Scenario& scenario, const std::string& name, const std::string& value) {
+  Words words = words_of(value);
+  if (name == "houses") {
+    return read_fleet(scenario, words);
+  }
   const Numbers at = take_numbers(words);
   if (at.size() != 2 || words.empty()) {
     return false;
@@ -170,11 +190,15 @@ bool Reader::ap(const std::string& name, Words words) {
       return false;
     }
   }
-  scenario_.aps.push_back(plan);
-  return words.empty();
+  const bool only = take_word(words, "only");
+  for (const double slot : take_numbers(words)) {
+    plan.slots.insert(static_cast<int>(slot));
+  }
+  scenario.aps.push_back(plan);
+  return words.empty() && only != plan.slots.empty();
 }
 
-bool Reader::foreign(const std::string& name, const std::string& value) {
+bool read_foreign(Scenario& scenario, const std::string& name, const std::string& value) {
   const std::size_t comma = value.find(',');
   Words words = words_of(value.substr(0, comma));
   const Numbers numbers = take_numbers(words);
@@ -182,16 +206,16 @@ bool Reader::foreign(const std::string& name, const std::string& value) {
     return false;
   }
   const std::string ssid(trimmed(value.substr(comma + 1)));
-  scenario_.foreign.push_back({name,
-                               {numbers[0], numbers[1]},
-                               static_cast<int>(numbers[2]),
-                               numbers[3],
-                               bytes_of(ssid),
-                               ssid == "(random)"});
-  return scenario_.foreign.back().ssid.size() <= 32;
+  scenario.foreign.push_back({name,
+                              {numbers[0], numbers[1]},
+                              static_cast<int>(numbers[2]),
+                              numbers[3],
+                              bytes_of(ssid),
+                              ssid == "(random)"});
+  return scenario.foreign.back().ssid.size() <= 32;
 }
 
-bool Reader::crowd(const std::string& name, const std::string& value) {
+bool read_crowd(Scenario& scenario, const std::string& name, const std::string& value) {
   const Words pieces = pieces_of(value, ',');
   Words words = words_of(pieces[0]);
   const Numbers people = take_numbers(words);
@@ -202,20 +226,19 @@ bool Reader::crowd(const std::string& name, const std::string& value) {
   crowd.name = name;
   crowd.people = static_cast<int>(people[0]);
   const std::string place = pieces[0].substr(pieces[0].find(words[0]));
-  const auto room = std::find_if(scenario_.rooms.begin(), scenario_.rooms.end(),
+  const auto room = std::find_if(scenario.rooms.begin(), scenario.rooms.end(),
                                  [&](const Room& known) { return known.name == place; });
-  if (place != "every room" && room == scenario_.rooms.end()) {
+  if (place != "every room" && room == scenario.rooms.end()) {
     return false;
   }
-  crowd.room =
-      place == "every room" ? kEveryRoom : static_cast<int>(room - scenario_.rooms.begin());
+  crowd.room = place == "every room" ? kEveryRoom : static_cast<int>(room - scenario.rooms.begin());
   for (std::size_t i = 1; i < pieces.size(); ++i) {
     const std::size_t blank = pieces[i].find(' ');
     const std::string what = pieces[i].substr(0, blank);
     const std::string rest(trimmed(blank == std::string::npos ? "" : pieces[i].substr(blank)));
-    const auto ssid = std::find(scenario_.ssids.begin(), scenario_.ssids.end(), bytes_of(rest));
-    if (what == "on" && ssid != scenario_.ssids.end()) {
-      crowd.ssid = static_cast<int>(ssid - scenario_.ssids.begin()) + 1;
+    const auto ssid = std::find(scenario.ssids.begin(), scenario.ssids.end(), bytes_of(rest));
+    if (what == "on" && ssid != scenario.ssids.end()) {
+      crowd.ssid = static_cast<int>(ssid - scenario.ssids.begin()) + 1;
     } else if (what == "wander" && number_in(rest)) {
       crowd.wander = *number_in(rest);
     } else if (!(what == "from" && read_range(rest, crowd.arrive)) &&
@@ -223,11 +246,12 @@ bool Reader::crowd(const std::string& name, const std::string& value) {
       return false;
     }
   }
-  scenario_.crowds.push_back(crowd);
+  scenario.crowds.push_back(crowd);
   return true;
 }
 
-bool Reader::happening(const std::string& key, Words words) {
+bool read_happening(Scenario& scenario, const std::string& key, const std::string& value) {
+  Words words = words_of(value);
   const auto minute = number_in(key);
   if (!minute || words.size() < 2) {
     return false;
@@ -245,75 +269,31 @@ bool Reader::happening(const std::string& key, Words words) {
   for (; next < words.size(); ++next) {
     happening.subject += (happening.subject.empty() ? "" : " ") + words[next];
   }
-  scenario_.happenings.push_back(happening);
+  scenario.happenings.push_back(happening);
   return true;
 }
 
-/// Houses of two APs each, so far apart that an AP hears no other but its neighbour in the house.
-bool Reader::fleet(Words words) {
-  static constexpr int kChannels[4][2] = {{1, 36}, {6, 44}, {11, 149}, {6, 157}};
-  static constexpr double kHouse[] = {18, 10};  // metres
-  const Numbers numbers = take_numbers(words);
-  if (numbers.size() != 2) {
-    return false;
+bool read_setting(Scenario& scenario, const std::string& key, const std::string& value) {
+  const auto number = number_in(key);
+  if (number) {
+    scenario.settings[static_cast<int>(*number)] = value;
   }
-  const int houses = static_cast<int>(numbers[0]) / 2;
-  const double spacing = numbers[1];
-  const int columns = static_cast<int>(std::ceil(std::sqrt(houses)));
-  for (int i = 0; i < houses; ++i) {
-    const int row = i / columns;
-    const Point corner{spacing * (0.5 + i % columns), spacing * (0.5 + row)};
-    const double middle = corner.y + kHouse[1] / 2;
-    scenario_.rooms.push_back(
-        {format("House %d", i + 1), corner, kHouse[0], kHouse[1], {corner.x, middle}});
-    for (int side = 0; side < 2; ++side) {
-      const auto& channel = kChannels[(2 * i + side) % 4];
-      const Point at{corner.x + (side == 0 ? 4 : kHouse[0] - 4), middle};
-      scenario_.aps.push_back({format("House %d %s", i + 1, side == 0 ? "west" : "east"),
-                               at,
-                               {channel[0], channel[1]},
-                               true,
-                               true});
-    }
-  }
-  scenario_.width = spacing * (columns + 1);
-  const int rows = (houses + columns - 1) / columns;
-  scenario_.height = spacing * (rows + 1);
-  return true;
+  return number.has_value();
 }
 
-bool Reader::entry(const std::string& section, const std::string& key, const std::string& value) {
-  if (section == "building") {
-    return building(key, value);
-  }
-  if (section == "walls") {
-    return wall(key, words_of(value));
-  }
-  if (section == "rooms") {
-    return room(key, words_of(value));
-  }
-  if (section == "aps") {
-    return key == "houses" ? fleet(words_of(value)) : ap(key, words_of(value));
-  }
-  if (section == "foreign") {
-    return foreign(key, value);
-  }
-  if (section == "people") {
-    return crowd(key, value);
-  }
-  if (section == "events") {
-    return happening(key, words_of(value));
-  }
-  const auto setting = number_in(key);
-  if (section == "settings" && setting) {
-    scenario_.settings[static_cast<int>(*setting)] = value;
-    return true;
-  }
-  return false;
-}
+/// Readers of the lines of a section. Lines of a scenario have an order and may repeat a key, which
+/// an INI dictionary forgets.
+const std::map<std::string, bool (*)(Scenario&, const std::string&, const std::string&),
+               std::less<>>
+    kSections{{"building", read_building}, {"settings", read_setting}, {"walls", read_wall},
+              {"rooms", read_room},        {"aps", read_ap},           {"foreign", read_foreign},
+              {"people", read_crowd},      {"events", read_happening}};
 
-Scenario Reader::read(const std::string& text, std::string& problem) {
-  std::string section;
+}  // namespace
+
+Scenario parse_scenario(const std::string& text, std::string& problem) {
+  Scenario scenario;
+  auto section = kSections.end();
   int number = 0;
   for (const std::string& line : lines_of(text)) {
     ++number;
@@ -323,23 +303,17 @@ Scenario Reader::read(const std::string& text, std::string& problem) {
       continue;
     }
     if (content.front() == '[' && content.back() == ']') {
-      section = content.substr(1, content.size() - 2);
-    } else if (equals == std::string_view::npos ||
-               !entry(section, std::string(trimmed(content.substr(0, equals))),
-                      std::string(trimmed(content.substr(equals + 1))))) {
+      section = kSections.find(content.substr(1, content.size() - 2));
+    } else if (section == kSections.end() || equals == std::string_view::npos ||
+               !section->second(scenario, std::string(trimmed(content.substr(0, equals))),
+                                std::string(trimmed(content.substr(equals + 1))))) {
       problem += format("line %d is not understood: %s\n", number, line.c_str());
     }
   }
-  if (scenario_.aps.empty() || scenario_.ssids.empty()) {
+  if (scenario.aps.empty() || scenario.ssids.empty()) {
     problem += "a building needs [aps] and the ssids they carry\n";
   }
-  return std::move(scenario_);
-}
-
-}  // namespace
-
-Scenario parse_scenario(const std::string& text, std::string& problem) {
-  return Reader().read(text, problem);
+  return scenario;
 }
 
 }  // namespace lab

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,9 @@ struct ApPlan {
   int channel[2] = {1, 36};
   bool fetches = true;  // fetches firmware by itself; else the update tool brings it
   bool starts_up = true;
+  std::set<int> slots = {};  // of the SSIDs that it carries; empty: all
+
+  bool carries(int slot) const { return slots.empty() || slots.contains(slot); }
 };
 
 /// A radio that belongs to nobody we know.

@@ -175,11 +175,12 @@ void World::associate(Station& station) {
     double liking = kUsable;
   };
   Choice best;
+  const int slot = scenario_.crowds[static_cast<std::size_t>(station.crowd)].ssid;
   double present = -999;  // liking of what it uses
   for (const AccessPoint& ap : aps_) {
     const bool avoided = ap.number == station.avoids && minute_ < station.avoids_until;
-    if (!ap.up || avoided || std::abs(ap.plan.at.x - station.at.x) > 150 ||
-        ap.refuses(station.mac)) {
+    if (!ap.up || avoided || !ap.plan.carries(slot) ||
+        std::abs(ap.plan.at.x - station.at.x) > 150 || ap.refuses(station.mac)) {
       continue;
     }
     for (const Band band : kBands) {

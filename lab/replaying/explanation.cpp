@@ -1,9 +1,9 @@
 #include "replaying/explanation.h"
 
 #include <algorithm>
-#include <cctype>
 #include <regex>
 
+#include "ini/ini_file.h"
 #include "show/explanation.h"
 #include "steering/limits.h"
 
@@ -11,20 +11,12 @@ namespace lab {
 
 namespace {
 
-std::string lower(std::string_view text) {
-  std::string small(text);
-  for (char& letter : small) {
-    letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
-  }
-  return small;
-}
-
 /// The value of `key` for the station, as a number; 0 when the report has none.
 int reported(const Sections& report, const std::string& mac, const char* key) {
   for (const auto& [section, keys] : report) {
     const auto address = keys.find("addr");
     if (section.find(" client ") != std::string::npos && address != keys.end() &&
-        lower(address->second) == lower(mac)) {
+        equal_ignoring_case(address->second, mac)) {
       const auto value = keys.find(key);
       return value == keys.end() ? 0 : static_cast<int>(number_in(value->second).value_or(0));
     }
@@ -108,21 +100,12 @@ void read_command(const Command& command, const Sections& report, Findings& foun
 
 }  // namespace
 
-Sections sections_of(const std::string& text) {
+Sections sections_of(const std::string& text, std::string& complaint) {
   Sections sections;
-  std::string section;
-  for (const std::string& line : lines_of(text)) {
-    const std::string_view content = trimmed(line);
-    const std::size_t equals = content.find('=');
-    if (content.starts_with('[')) {
-      section = lower(content.substr(1, content.find(']') - 1));
-    } else if (!content.starts_with(';') && equals != std::string_view::npos) {
-      std::string_view value = trimmed(content.substr(equals + 1));
-      if (value.size() > 1 && value.front() == '"' && value.back() == '"') {
-        value = value.substr(1, value.size() - 2);
-      }
-      sections[section][lower(trimmed(content.substr(0, equals)))] = value;
-    }
+  if (const std::optional<IniFile> file = IniFile::parse(text, "the file", complaint)) {
+    file->for_each([&](std::string_view section, std::string_view key, std::string_view value) {
+      sections[std::string(section)][std::string(key)] = value;
+    });
   }
   return sections;
 }

@@ -13,9 +13,10 @@
 
 namespace lab {
 
-/// The sections of an INI file, names in lower case, values without the quotes around them.
+/// The sections of an INI file as the program reads it, names in lower case. Empty when it refuses the
+/// text: `complaint` says why.
 using Sections = std::map<std::string, std::map<std::string, std::string>>;
-Sections sections_of(const std::string& text);
+Sections sections_of(const std::string& text, std::string& complaint);
 
 /// The explanation, a line each. `names` tells what to call the AP with a serial number.
 Words explain(const Sections& report, const std::vector<kit::TraceLine>& trace,

@@ -66,10 +66,13 @@ void Replay::read(const std::string& directory) {
   std::sort(paths.begin(), paths.end());
   for (const fs::path& path : paths) {
     SavedReport report{path.lexically_relative(directory), kit::content(path), "", {}};
-    report.sections = lab::sections_of(report.text);
+    std::string problem;
+    report.sections = lab::sections_of(report.text, problem);
     report.mac = report.sections["00"]["mac"];
     if (!std::regex_match(report.mac, kMac)) {
-      std::printf("%s is left out: no section 00 with the AP's MAC\n", report.name.c_str());
+      problem = problem.substr(0, problem.find(":\n"));  // of several the first
+      std::printf("%s is left out: %s\n", report.name.c_str(),
+                  problem.empty() ? "no section 00 with the AP's MAC" : problem.c_str());
       continue;
     }
     const bool known = std::any_of(aps_.begin(), aps_.end(),

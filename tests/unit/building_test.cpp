@@ -176,8 +176,12 @@ TEST(Explanation, TellsWhatTheTraceSays) {
       "[get_available_demand:2] (2/2) avg:4 = (users:2 + diff:7) / (aps:1 + 1)\n" + head +
       "[ap_release_block_rule:3]         Found client 06:00:00:00:00:01 in Office(AP_002)\n" +
       head + "[ap_block_snr_rule:4] (2/2) @@ block0=06:00:00:00:00:02\nblock1=x\n";
+  std::string complaint;
   const lab::Sections report = lab::sections_of(
-      "[01 client 01]\nADDR = 06:00:00:00:00:02\nRSSI = 44\nIDLE = 31\nCHAN = 6\n[Cell 01]\n");
+      "[01 client 01]\nADDR = 06:00:00:00:00:02\nRSSI = 44\nIDLE = 31\nCHAN = 6\n[Cell 01]\n",
+      complaint);
+  EXPECT_TRUE(lab::sections_of("[00]\nMAC = 1\nnonsense\n", complaint).empty());
+  EXPECT_NE(complaint.find("the file (3)"), std::string::npos) << complaint;
   const lab::Command command = lab::parse_command("type=4\nkick0=06:00:00:00:00:02\nautoRF=0\n");
   EXPECT_EQ(
       lab::explain(report, kit::trace_lines(trace), {command}, {{2, "Hall"}}),
