@@ -39,7 +39,7 @@ TEST_F(Deadline, IsKeptWhateverArrives) {
   const FalseServer stalling(4002, stall_in_tls);
   const FalseServer slow_answers(4003, answer_slowly);
   const int full = bound(SOCK_STREAM, 4004);
-  listen(full, 0);
+  EXPECT_EQ(listen(full, 0), 0);
   std::vector<int> queued;
   for (int i = 0; i < 3; ++i) {  // the first few fill the queue; nobody accepts
     queued.push_back(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
@@ -63,7 +63,9 @@ TEST_F(Deadline, IsKeptWhateverArrives) {
     return true;
   };
   start("a full backlog", "host=127.0.0.1\nport=4004\n", seconds(3), a_moment);
-  start("a silent name server", "host=db.example.org\nport=4005\n", seconds(3), a_moment);
+  if (silent_name_server >= 0) {
+    start("a silent name server", "host=db.example.org\nport=4005\n", seconds(3), a_moment);
+  }
   for (const seconds limit : {seconds(3), seconds(10)}) {
     for (Hook& hook : hooks_) {
       if (hook.limit == limit) {
@@ -79,6 +81,10 @@ TEST_F(Deadline, IsKeptWhateverArrives) {
   close(full);
   for (const int socket : queued) {
     close(socket);
+  }
+  if (silent_name_server < 0) {
+    NEEDS_NAMESPACES("port 53 is not ours, so all but the silent name server was tried");
+    FAIL() << "port 53 is taken";
   }
 }
 

@@ -209,6 +209,7 @@ TEST_F(Sections, KnownStationsAreLoggedUnlessAddressOrSettingForbidIt) {
 }
 
 TEST_F(Sections, StationsAreAnnouncedToTheKernel) {
+  NEEDS_NAMESPACES("nothing can be mounted over /proc");
   const std::string path = deliver_report(
       "[01 client 01]\nADDR=0D:00:00:00:00:AB\n[01 client 02]\nADDR=$(reboot)\n"
       "[01 client 03]\nADDR=0d:00:00:00:00:01\nRATE=\n[5G client 01]\nADDR=no\n"

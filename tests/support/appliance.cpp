@@ -30,7 +30,19 @@ std::string full_name(const testing::TestInfo& test) {
   return std::string(test.test_suite_name()) + "." + test.name();
 }
 
+/// Who traces a process. Without namespaces, that tells the processes of this appliance from those
+/// of others.
+std::string tracer_of(const fs::path& process) {
+  const std::string status = content(process / "status");
+  const std::size_t at = std::min(status.find("TracerPid:"), status.size());
+  return status.substr(at, status.find('\n', at) - at);
+}
+
 }  // namespace
+
+bool has_namespaces() {
+  return std::getenv("LAB_NAMESPACES") == nullptr;
+}
 
 kit::Child start_hook(const Words& words) {
   return kit::Child({kHook, words, {}});
@@ -56,7 +68,8 @@ void wait_for_helpers() {
   eventually([] {
     return std::none_of(fs::directory_iterator("/proc"), {}, [](const auto& process) {
       const std::string name = content(process.path() / "comm");
-      return std::find(kHelpers.begin(), kHelpers.end(), name) != kHelpers.end();
+      return std::find(kHelpers.begin(), kHelpers.end(), name) != kHelpers.end() &&
+             tracer_of(process) == tracer_of("/proc/self");
     });
   });
 }

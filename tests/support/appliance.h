@@ -27,6 +27,16 @@ inline const std::string kMac = "00:11:22:33:44:55";
 inline const std::string kOtherMac = "00:11:22:33:44:66";
 inline const std::string kAddress = "192.168.1.20";
 
+/// Whether the appliance has processes, network and mounts of its own (or see lab/proot-sandbox).
+bool has_namespaces();
+
+/// Leaves a test out of an appliance without namespaces; `reason` says what is missing there.
+#define NEEDS_NAMESPACES(reason)              \
+  if (!has_namespaces()) {                    \
+    GTEST_SKIP() << "no namespaces: " reason; \
+  }                                           \
+  static_assert(true)
+
 /// Starts the program under the name words[0] with the other words as arguments.
 kit::Child start_hook(const Words& words);
 

@@ -65,7 +65,10 @@ int bound(int type, in_port_t port) {
   const int on = 1;
   setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
   const sockaddr_in address = local(port);
-  EXPECT_EQ(bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  if (bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    close(socket);
+    return -1;
+  }
   return socket;
 }
 

@@ -9,7 +9,8 @@
 
 // Something that takes a database server's place, on a port of 127.0.0.1, and drags its feet.
 
-/// A socket that is bound to a port of 127.0.0.1, to be closed by the caller.
+/// A socket that is bound to a port of 127.0.0.1, to be closed by the caller; -1 if the port cannot
+/// be had.
 int bound(int type, in_port_t port);
 
 sockaddr_in local(in_port_t port);

@@ -345,6 +345,7 @@ bool belongs_to_runtime(const std::string& name) {
 class SystemCalls : public Weather, public testing::WithParamInterface<Kind> {};
 
 TEST_P(SystemCalls, KilledAndFailingInTurn) {
+  NEEDS_NAMESPACES("strace and proot cannot both trace a process");
   const Kind kind = GetParam();
   undisturbed(kind);
   prepare(kind);
@@ -478,12 +479,17 @@ struct State {
   std::function<void()> within;  // while the event runs; may be null
   std::function<void()> end;
   Harm harm = Harm::some;
+  const char* needs_namespaces = nullptr;  // why, if it does
 };
+
+constexpr const char* kStop = "proot lets a stopped process run on";
+constexpr const char* kMount = "nothing can be mounted";
 
 const State kStates[] = {
     {"absent", 5, true, [] { shell("lab-db-stop"); }, nullptr, start_again},
     {"nobody listening", 5, true, [] { kill(server(), SIGKILL); }, nullptr, start_again},
-    {"silent", 6, false, [] { kill(server(), SIGSTOP); }, nullptr, [] { kill(server(), SIGCONT); }},
+    {"silent", 6, false, [] { kill(server(), SIGSTOP); }, nullptr, [] { kill(server(), SIGCONT); },
+     Harm::some, kStop},
     {"frozen within", 22, false, slow_registry,
      [] {
        wait_for_sleeper();
@@ -492,7 +498,8 @@ const State kStates[] = {
      [] {
        kill(server(), SIGCONT);
        quick_registry();
-     }},
+     },
+     Harm::some, kStop},
     {"killed within", 8, true, slow_registry,
      [] {
        wait_for_sleeper();
@@ -548,10 +555,10 @@ const State kStates[] = {
        sql("FLUSH TABLES");
        shell("mount -o remount,size=$(du -sk /var/lib/mysql | cut -f1)k /var/lib/mysql");
      },
-     nullptr, [] { shell("mount -o remount,size=1g /var/lib/mysql"); }},
+     nullptr, [] { shell("mount -o remount,size=1g /var/lib/mysql"); }, Harm::some, kMount},
     {"/dev/null missing", 5, true,
      [] { shell("touch /tmp/null; mount --move /dev/null /tmp/null; rm /dev/null"); }, nullptr,
-     [] { shell("touch /dev/null; mount --move /tmp/null /dev/null"); }},
+     [] { shell("touch /dev/null; mount --move /tmp/null /dev/null"); }, Harm::some, kMount},
     {"/var/log missing", 5, true, [] { fs::rename("/var/log", "/var/gone"); }, nullptr,
      [] { fs::rename("/var/gone", "/var/log"); }},
     {"/database/ap/command missing", 5, true,
@@ -572,6 +579,9 @@ class States : public Weather, public testing::WithParamInterface<State> {};
 
 TEST_P(States, LoseNothingInSilence) {
   const State& state = GetParam();
+  if (state.needs_namespaces != nullptr) {
+    NEEDS_NAMESPACES(<< state.needs_namespaces);
+  }
   if (!state.is_quick && !is_whole()) {
     GTEST_SKIP() << "takes longer; ./check --weather tries it";
   }
