@@ -7,14 +7,20 @@
 /// Directories that are missing or cannot be written to.
 Findings check_directories();
 
-/// The program's own names, and helper programs that are missing or not executable.
+/// Whether a command could be written now, tried with a file of another name, and how much room is
+/// left for more.
+Findings check_space();
+
+/// The program's own names, and helper programs that are missing or not executable, unless the
+/// settings say that there are none.
 Findings check_programs();
 
-/// Locks of reports that have been processed for 600 seconds or more.
-Findings check_locks();
+/// The firewall's chains that let APs in. Looked at by root alone.
+Findings check_firewall();
 
-/// Commands that have waited for the controller for more than 60 seconds.
-Findings check_commands();
+/// Locks of reports that have been processed for 600 seconds or more, and commands that have waited for
+/// the controller for more than 60.
+Findings check_waiting_files();
 
 /// Switches that make files grow: traces, kept reports and capability files.
 Findings check_switches();

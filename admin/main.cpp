@@ -13,6 +13,7 @@ constexpr const char* kAbout =
 constexpr const char* kExamples =
     "Examples:\n"
     "  ap-check                                          what holds, and what is amiss\n"
+    "  ap-check | head -1                                what it comes to\n"
     "  ap-check --json | jq -r '.findings[].name'        names of the findings, for monitoring\n"
     "\n"
     "The exit status is 0 when all is well, 1 when there are warnings, 2 when there are problems that\n"
@@ -25,8 +26,9 @@ CheckReport check() {
   report.findings = check_settings(report.settings);
   DatabaseResult database = check_database();
   report.server = std::move(database.server);
-  for (Findings more : {std::move(database.findings), check_directories(), check_programs(),
-                        check_locks(), check_commands(), check_switches()}) {
+  for (Findings more :
+       {std::move(database.findings), check_directories(), check_space(), check_programs(),
+        check_firewall(), check_waiting_files(), check_switches()}) {
     add(report.findings, std::move(more));
   }
   return report;

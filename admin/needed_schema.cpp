@@ -1,10 +1,13 @@
 #include "needed_schema.h"
 
 #include <algorithm>
+#include <regex>
+#include <set>
 #include <sstream>
 
 #include "db/schema.h"
 #include "platform/text.h"
+#include "values/decimal.h"
 
 namespace {
 
@@ -12,13 +15,14 @@ using Names = std::vector<std::string>;
 
 constexpr const char* kSchemaFolder = "/usr/share/ap-run";
 
-Names words(const std::string& text) {
-  std::istringstream stream(text);
-  Names names;
-  for (std::string word; stream >> word;) {
-    names.push_back(word);
+/// Columns of any type, from their names with blanks between them.
+std::map<std::string, NeededColumn> columns_of(const char* names) {
+  std::istringstream words(names);
+  std::map<std::string, NeededColumn> columns;
+  for (std::string word; words >> word;) {
+    columns[word] = {};
   }
-  return names;
+  return columns;
 }
 
 /// "`a`, `b`"
@@ -30,16 +34,8 @@ std::string quoted(const Names& names) {
   return text;
 }
 
-Names lower(Names names) {
-  std::transform(names.begin(), names.end(), names.begin(), my_tolower);
-  return names;
-}
-
-/// In lower case and in order, as for a set.
-Names sorted(const Names& names) {
-  Names plain = lower(names);
-  std::sort(plain.begin(), plain.end());
-  return plain;
+std::set<std::string> set_of(const Names& names) {
+  return {names.begin(), names.end()};
 }
 
 bool is_unique(const NeededKey& key) {
@@ -48,146 +44,130 @@ bool is_unique(const NeededKey& key) {
 
 bool serves(const Table::Key& found, const NeededKey& needed) {
   if (is_unique(needed)) {
-    return found.unique && sorted(found.columns) == sorted(needed.columns);
+    return found.unique && set_of(found.columns) == set_of(needed.columns);
   }
-  const Names first = lower(found.columns);
-  const Names wanted = lower(needed.columns);
-  return first.size() >= wanted.size() && std::equal(wanted.begin(), wanted.end(), first.begin());
+  return found.columns.size() >= needed.columns.size() &&
+         std::equal(needed.columns.begin(), needed.columns.end(), found.columns.begin());
 }
 
 /// A unique key beside the needed ones keeps rows out that belong in, unless it contains one.
 bool refuses_rows(const Table::Key& found, const NeededTable& needed) {
-  if (!found.unique) {
-    return false;
-  }
-  const Names columns = sorted(found.columns);
+  const std::set<std::string> columns = set_of(found.columns);
   bool any_unique = false;
   for (const NeededKey& key : needed.keys) {
-    if (is_unique(key)) {
-      any_unique = true;
-      const Names wanted = sorted(key.columns);
-      if (std::includes(columns.begin(), columns.end(), wanted.begin(), wanted.end())) {
-        return false;
-      }
+    const std::set<std::string> wanted = set_of(key.columns);
+    if (is_unique(key) &&
+        std::includes(columns.begin(), columns.end(), wanted.begin(), wanted.end())) {
+      return false;
     }
+    any_unique = any_unique || is_unique(key);
   }
-  return any_unique;
+  return found.unique && any_unique;
 }
 
-class Comparison {
- public:
-  Comparison(const NeededTable& needed, const Table& found) : needed_(needed), found_(found) {}
-
-  Findings findings() {
-    compare_columns();
-    compare_keys();
-    return std::move(findings_);
-  }
-
- private:
-  void note(Severity severity, const char* name, const std::string& what,
-            const std::string& advice) {
-    findings_.push_back(
-        {severity, name, needed_.database + "." + needed_.table + " " + what, advice});
-  }
-
-  std::string alter(const std::string& change) const {
-    return "ALTER TABLE `" + needed_.database + "`.`" + needed_.table + "` " + change + ";";
-  }
-
-  std::string as_shipped(const std::string& column) const {
-    if (needed_.schema_file.empty()) {
-      return "Drop the table: the program makes it anew with the AP's next report.";
-    }
-    return "Run " + alter("... " + quoted({column}) + " ...") + " with the definition that " +
-           kSchemaFolder + "/" + needed_.schema_file + " gives the column.";
-  }
-
-  void compare_columns() {
-    for (const std::string& name : needed_.columns) {
-      if (!found_.columns.contains(my_tolower(name))) {
-        note(Severity::problem, "column-missing",
-             "has no column " + quoted({name}) + ": statements that name it fail.",
-             as_shipped(name));
-      }
-    }
-    for (const std::string& name : needed_.byte_columns) {
-      const auto column = found_.columns.find(my_tolower(name));
-      if (column != found_.columns.end() && !column->second.collation.ends_with("nopad_bin") &&
-          !column->second.collation.empty() && column->second.collation != "binary") {
-        note(Severity::warning, "column-collation",
-             "compares " + quoted({name}) + " as " + column->second.collation +
-                 ", not byte for byte: networks are taken for each other whose names differ only "
-                 "in case or trailing blanks.",
-             as_shipped(name));
-      }
-    }
-    const auto counter = found_.columns.find(my_tolower(needed_.counter));
-    if (counter != found_.columns.end() &&
-        counter->second.extra.find("auto_increment") == std::string::npos) {
-      note(Severity::problem, "column-counter",
-           "does not number its rows: new APs get no serial number.", as_shipped(needed_.counter));
-    }
-  }
-
-  void compare_keys() {
-    for (const NeededKey& key : needed_.keys) {
-      const bool there = std::any_of(found_.keys.begin(), found_.keys.end(),
-                                     [&](const auto& named) { return serves(named.second, key); });
-      if (!there) {
-        note_missing(key);
-      }
-    }
-    for (const auto& [name, key] : found_.keys) {
-      if (refuses_rows(key, needed_)) {
-        note(Severity::problem, "key-too-narrow",
-             "has the unique key " + quoted({name}) + " over " + quoted(key.columns) +
-                 ", which refuses or replaces rows that belong there.",
-             "Run " + alter("DROP KEY " + quoted({name})));
-      }
-    }
-  }
-
-  void note_missing(const NeededKey& key) {
-    const std::string columns = quoted(key.columns);
-    const bool pile_up = key.use == KeyUse::replace;
-    if (is_unique(key)) {
-      note(pile_up ? Severity::problem : Severity::warning, "key-missing",
-           "has no unique key over " + columns +
-               (pile_up ? ": rows pile up instead of being replaced."
-                        : ": events of the same moment may leave two rows of one thing."),
-           "Delete double rows, then run " + alter("ADD UNIQUE KEY (" + columns + ")"));
-    } else {
-      note(Severity::warning, "key-missing",
-           "has no key that begins with " + columns + ": look-ups read the whole table.",
-           "Run " + alter("ADD KEY (" + columns + ")"));
-    }
-  }
-
-  const NeededTable& needed_;
-  const Table& found_;
-  Findings findings_;
+/// What a column of an SQL type can hold.
+struct Room {
+  enum { other, text, number } kind = other;
+  std::int64_t size = 0;  // bytes of a text, bits of the largest number
+  bool is_signed = false;
 };
 
-/// Whether `name` is the name of an AP's own table: "AP_" and three digits at least.
-bool is_per_ap(const std::string& name) {
-  constexpr std::size_t kPrefix = 3;
-  constexpr std::size_t kDigits = 3;
-  return name.starts_with("AP_") && name.size() >= kPrefix + kDigits &&
-         name.find_first_not_of("0123456789", kPrefix) == std::string::npos;
+Room room(const std::string& type) {
+  static const std::map<std::string, Room> kTypes{{"char", {Room::text}},
+                                                  {"varchar", {Room::text}},
+                                                  {"binary", {Room::text}},
+                                                  {"varbinary", {Room::text}},
+                                                  {"tinytext", {Room::text, 255}},
+                                                  {"text", {Room::text, 65'535}},
+                                                  {"tinyint", {Room::number, 7}},
+                                                  {"smallint", {Room::number, 15}},
+                                                  {"mediumint", {Room::number, 23}},
+                                                  {"int", {Room::number, 31}},
+                                                  {"bigint", {Room::number, 63}}};
+  static const std::regex kType("([a-z]+)(?:\\(([0-9]+)\\))?( unsigned)?.*");
+  std::smatch match;
+  const std::string plain = my_tolower(type);
+  if (!std::regex_match(plain, match, kType) || !kTypes.contains(match[1])) {
+    return {};
+  }
+  Room found = kTypes.at(match[1]);
+  found.is_signed = found.kind == Room::number && !match[3].matched;
+  if (found.kind == Room::number) {
+    found.size += found.is_signed ? 0 : 1;
+  } else if (found.size == 0) {
+    found.size = decimal(match[2].str());
+  }
+  return found;
+}
+
+bool is_too_narrow(const std::string& type, const std::string& needed_type) {
+  const Room found = room(type);
+  const Room needed = room(needed_type);
+  return found.kind == needed.kind &&
+         (found.size < needed.size || (needed.is_signed && !found.is_signed));
+}
+
+std::string alter(const NeededTable& table, const std::string& change) {
+  return "Run ALTER TABLE `" + table.database + "`.`" + table.table + "` " + change + ";";
+}
+
+Findings compare_column(const NeededTable& table, const std::string& name,
+                        const Table::Column* found) {
+  const std::string subject = table.database + "." + table.table + " ";
+  const std::string as_shipped =
+      table.schema_file.empty()
+          ? "Drop the table: the program makes it anew with the AP's next report."
+          : alter(table, "... `" + name + "` ...") + " with the definition that " + kSchemaFolder +
+                "/" + table.schema_file + " gives the column.";
+  if (found == nullptr) {
+    return {{Severity::problem, "column-missing",
+             subject + "has no column `" + name + "`: statements that name it fail.", as_shipped}};
+  }
+  const NeededColumn& needed = table.columns.at(name);
+  const auto& [type, collation, extra] = *found;
+  return amiss(
+      {{is_too_narrow(type, needed.type),
+        {Severity::warning, "column-narrow",
+         subject + "has `" + name + "` as " + type + ": what does not fit is cut off.",
+         as_shipped}},
+       {needed.is_ssid && !collation.ends_with("nopad_bin") && !collation.empty() &&
+            collation != "binary",
+        {Severity::warning, "column-collation",
+         subject + "compares `" + name + "` as " + collation +
+             ", not byte for byte: networks are taken for each other whose names differ only in "
+             "case or trailing blanks.",
+         as_shipped}},
+       {needed.numbers_rows && extra.find("auto_increment") == std::string::npos,
+        {Severity::problem, "column-counter",
+         subject + "does not number its rows: new APs get no serial number.", as_shipped}}});
+}
+
+Finding missing_key(const NeededTable& table, const NeededKey& key) {
+  const std::string subject = table.database + "." + table.table + " ";
+  const std::string columns = quoted(key.columns);
+  if (!is_unique(key)) {
+    return {Severity::warning, "key-missing",
+            subject + "has no key that begins with " + columns + ": look-ups read the whole table.",
+            alter(table, "ADD KEY (" + columns + ")")};
+  }
+  const bool pile_up = key.use == KeyUse::replace;
+  return {pile_up ? Severity::problem : Severity::warning, "key-missing",
+          subject + "has no unique key over " + columns +
+              (pile_up ? ": rows pile up instead of being replaced."
+                       : ": events of the same moment may leave two rows of one thing."),
+          "Delete double rows. " + alter(table, "ADD UNIQUE KEY (" + columns + ")")};
 }
 
 /// Compares every table of the stations (of the poorly served ones) of an AP, which the program
-/// makes itself.
+/// makes itself: "AP_" and three digits at least.
 Findings compare_per_ap(const Schema& schema, const std::string& database, const char* columns) {
-  NeededTable needed{database, "", "", words(columns), {}, {{KeyUse::replace, {"mac"}}}, ""};
-  const std::string prefix = needed.database + ".";
+  static const std::regex kName("AP_[0-9]{3,}");
+  NeededTable needed{database, "", "", columns_of(columns), {{KeyUse::replace, {"mac"}}}};
   Findings findings;
-  for (auto found = schema.lower_bound(prefix);
-       found != schema.end() && found->first.starts_with(prefix); ++found) {
-    needed.table = found->first.substr(prefix.size());
-    if (is_per_ap(needed.table)) {
-      add(findings, compare_table(needed, found->second));
+  for (const auto& [name, table] : schema) {
+    needed.table = name.substr(name.find('.') + 1);
+    if (name.starts_with(database + ".") && std::regex_match(needed.table, kName)) {
+      add(findings, compare_table(needed, table));
     }
   }
   return findings;
@@ -197,11 +177,32 @@ Findings compare_per_ap(const Schema& schema, const std::string& database, const
 
 NeededTable needed_log_table(const std::string& database) {
   const char* table = CONNTRACK_LOG_TABLE[kApControllerLog];
-  return {database, table, "40-connection-log.sql", words("STime Program Type Msg"), {}, {}, ""};
+  return {database, table, "40-connection-log.sql", columns_of("stime program type msg"), {}};
 }
 
 Findings compare_table(const NeededTable& needed, const Table& found) {
-  return Comparison(needed, found).findings();
+  Findings findings;
+  for (const auto& [name, column] : needed.columns) {
+    const auto there = found.columns.find(name);
+    add(findings,
+        compare_column(needed, name, there == found.columns.end() ? nullptr : &there->second));
+  }
+  for (const NeededKey& key : needed.keys) {
+    if (std::none_of(found.keys.begin(), found.keys.end(),
+                     [&](const auto& named) { return serves(named.second, key); })) {
+      findings.push_back(missing_key(needed, key));
+    }
+  }
+  for (const auto& [name, key] : found.keys) {
+    if (refuses_rows(key, needed)) {
+      findings.push_back({Severity::problem, "key-too-narrow",
+                          needed.database + "." + needed.table + " has the unique key `" + name +
+                              "` over " + quoted(key.columns) +
+                              ", which refuses or replaces rows that belong there.",
+                          alter(needed, "DROP KEY `" + name + "`")});
+    }
+  }
+  return findings;
 }
 
 Findings compare_schema(const Schema& schema) {

@@ -6,7 +6,8 @@
 
 #include "finding.h"
 
-// The tables, columns and keys that the program needs, and their comparison with a server's.
+// The tables, columns and keys that the program needs, and their comparison with a server's. Names of
+// columns are in lower case.
 
 /// Why a table should have a key.
 enum class KeyUse {
@@ -20,19 +21,24 @@ struct NeededKey {
   std::vector<std::string> columns;
 };
 
+struct NeededColumn {
+  std::string type;   // its SQL type; empty: any
+  bool is_ssid;       // has to compare byte for byte
+  bool numbers_rows;  // the server counts it up
+};
+
 struct NeededTable {
   std::string database;
   std::string table;
   std::string schema_file;  // the shipped file that makes it; empty: the program does
-  std::vector<std::string> columns;
-  std::vector<std::string> byte_columns;  // of these, the ones that have to compare byte for byte
+  std::map<std::string, NeededColumn> columns;
   std::vector<NeededKey> keys;
-  std::string counter;  // the column that the server numbers; empty for none
 };
 
-/// A server's table. Column names are in lower case.
+/// A server's table.
 struct Table {
   struct Column {
+    std::string type;       // as in "varchar(20)"
     std::string collation;  // empty when the column holds no text
     std::string extra;      // what else the server says, as in "auto_increment"
   };

@@ -86,18 +86,26 @@ std::string printable_text(std::string_view text) {
 }
 
 std::string as_text(const CheckReport& report) {
-  std::string text = "ap-run " + report.version + "\n\n" + settings_text(report) +
-                     server_text(report.server) + "\n";
+  std::string counts;
+  std::string findings;
   for (const Severity severity : {Severity::problem, Severity::warning, Severity::note}) {
+    std::uint64_t number = 0;
     for (const Finding& finding : report.findings) {
       if (finding.severity == severity) {
-        text += wrapped(severity == Severity::problem ? "PROBLEM" : severity_name(severity), 9,
-                        printable_text(finding.what));
-        text += wrapped("", 9, "-> " + printable_text(finding.advice));
+        ++number;
+        findings += wrapped(severity == Severity::problem ? "PROBLEM" : severity_name(severity), 9,
+                            printable_text(finding.what));
+        findings += wrapped("", 9, "-> " + printable_text(finding.advice));
       }
     }
+    if (number > 0) {
+      counts += (counts.empty() ? "" : ", ") + counted(number, severity_name(severity));
+    }
   }
-  return text + (report.findings.empty() ? "Nothing to complain about.\n" : "");
+  const bool is_well = exit_status(report.findings) == 0;
+  return "ap-run " + report.version + ": " + (is_well ? "all is well" : "") +
+         (is_well && !counts.empty() ? ", " : "") + counts + "\n\n" + settings_text(report) +
+         server_text(report.server) + (findings.empty() ? "" : "\n") + findings;
 }
 
 std::string as_json(const CheckReport& report) {

@@ -3,10 +3,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
-#include <memory>
+#include <regex>
 #include <set>
 
 #include "ini/ini_file.h"
@@ -41,6 +40,7 @@ const std::vector<KnownSetting>& known_settings() {
     };
     add_text("controller", "default_profile_sn", "1", "SSID profiles of a new AP");
     add_text("controller", "default_ap_wired", "1", "wired setting of a new AP");
+    add_text("check", "absent", "", "helper programs that this appliance lacks by design");
     add_text(kMail, "field1", "", "sender of notice mails");
     add_text(kMail, "field3", "", "first recipient of notice mails");
     add_text(kMail, "field4", "", "second recipient of notice mails");
@@ -66,32 +66,30 @@ std::string meaning(const setting::Info& info, const std::string& value) {
   return info.meaning;
 }
 
-/// Keys that are no setting of their own in the list: the rest of the mail record and the ports.
 bool is_known(const std::string& section, const std::string& key) {
-  for (const KnownSetting& known : known_settings()) {
-    if (section == my_tolower(known.section) && key == my_tolower(known.info.key)) {
-      return true;
-    }
-  }
-  static const std::set<std::string> mail{"field2", "field5", "field6"};
-  static const std::set<std::string> port{"name", "bridge", "mode"};
-  return (section == kMail && mail.contains(key)) ||
-         (section.starts_with("port ") && port.contains(key));
+  // No settings of their own in the list: the rest of the mail record and the ports.
+  static const std::regex kOthers("mail field[256]|port .* (name|bridge|mode)");
+  const auto& known = known_settings();
+  return std::regex_match(section + " " + key, kOthers) ||
+         std::any_of(known.begin(), known.end(), [&](const KnownSetting& setting) {
+           return section == setting.section && key == my_tolower(setting.info.key);
+         });
 }
 
 Findings check_keys(const IniFile& values) {
-  Findings findings;
+  std::set<std::string> unknown;
   values.for_each([&](std::string_view section, std::string_view key, std::string_view /*value*/) {
     if (!is_known(std::string(section), std::string(key))) {
-      findings.push_back({Severity::warning, "setting-unknown",
-                          M("[%s] %s is no setting of the program.", std::string(section).c_str(),
-                            std::string(key).c_str()),
-                          "Correct its name in " + std::string(paths::kSettings) +
-                              ", or remove it; ap-run.ini(5) lists the settings."});
+      unknown.insert("[" + std::string(section) + "] " + std::string(key));
     }
   });
-  std::sort(findings.begin(), findings.end(),
-            [](const Finding& a, const Finding& b) { return a.what < b.what; });
+  Findings findings;
+  for (const std::string& setting : unknown) {
+    findings.push_back({Severity::warning, "setting-unknown",
+                        setting + " is no setting of the program.",
+                        M("Correct its name in %s, or remove it; ap-run.ini(5) lists the settings.",
+                          paths::kSettings)});
+  }
   return findings;
 }
 
@@ -118,16 +116,6 @@ Findings check_file() {
   return check_keys(*values);
 }
 
-bool is_number(const std::string& value) {
-  const std::size_t start = value.find_first_not_of(" \t");
-  if (start == std::string::npos) {
-    return false;
-  }
-  const std::size_t digits = value[start] == '-' || value[start] == '+' ? start + 1 : start;
-  return digits < value.size() &&
-         value.find_first_not_of("0123456789", digits) == std::string::npos;
-}
-
 }  // namespace
 
 std::vector<Setting> effective_settings() {
@@ -142,35 +130,51 @@ std::vector<Setting> effective_settings() {
 }
 
 Findings check_settings(const std::vector<Setting>& settings) {
+  static const std::regex kNumber("[ \\t]*[-+]?[0-9]+");
+  const std::string file = paths::kSettings;
+  const bool is_logged = !declared_absent().contains("send_logmsg");
   Findings findings = check_file();
   for (std::size_t i = 0; i < settings.size(); ++i) {
     const Setting& setting = settings[i];
-    if (setting::is_number(known_settings()[i].info.unit) && !is_number(setting.value)) {
-      findings.push_back({Severity::warning, "setting-no-number",
-                          "[" + setting.section + "] " + setting.key + " = " + setting.value +
-                              " is no number and counts as " +
-                              std::to_string(decimal_int(setting.value)) + ".",
-                          "Give it a number in " + std::string(paths::kSettings) + "."});
-    }
-  }
-  if (RI(setting::kMacFilter) != 0 && !isRegularFile(paths::kMacFilterList)) {
-    findings.push_back({Severity::warning, "mac-filter-no-list",
-                        M("Setting 135 turns the MAC filter on, but there is no list %s: the APs "
-                          "are sent the mode alone.",
-                          paths::kMacFilterList),
-                        "Let the firewall configuration write the list, or set 135 = 0."});
+    const setting::Info& info = known_settings()[i].info;
+    add(findings,
+        amiss({{setting::is_number(info.unit) && !std::regex_match(setting.value, kNumber),
+                {Severity::warning, "setting-no-number",
+                 "[" + setting.section + "] " + setting.key + " = " + setting.value +
+                     " is no number and counts as " + std::to_string(decimal_int(setting.value)) +
+                     ".",
+                 "Give it a number in " + file + "."}},
+               {info.unit == setting::Unit::priority && !setting.set && is_logged,
+                {Severity::note, "log-priority-unset",
+                 "Setting " + setting.key + " (" + info.name +
+                     ") is not set, so its messages are kernel emergencies, which system logs show "
+                     "on every terminal.",
+                 "Set it in " + file + ", such as " + setting.key +
+                     " = 134 (local0, info), or to 0 if this is meant."}}}));
   }
   const auto has_recipient = [](const char* field) {
     const std::string to = store_text(kMail, field).value_or(kMissingValue);
     return to != kMissingValue && !to.empty();
   };
-  if (notices_are_mailed() && !has_recipient("field3") && !has_recipient("field4")) {
-    findings.push_back({Severity::warning, "mail-no-recipient",
-                        "Setting 92 asks for notice mails, but nobody is named to get them.",
-                        "Name recipients in " + std::string(paths::kSettings) +
-                            ", section [mail], field3 and field4."});
-  }
+  add(findings,
+      amiss({{RI(setting::kMacFilter) != 0 && !isRegularFile(paths::kMacFilterList),
+              {Severity::warning, "mac-filter-no-list",
+               M("Setting 135 turns the MAC filter on, but there is no list %s: the APs are sent "
+                 "the mode alone.",
+                 paths::kMacFilterList),
+               "Let the firewall configuration write the list, or set 135 = 0."}},
+             {notices_are_mailed() && !has_recipient("field3") && !has_recipient("field4"),
+              {Severity::warning, "mail-no-recipient",
+               "Setting 92 asks for notice mails, but nobody is named to get them.",
+               "Name recipients in " + file + ", section [mail], field3 and field4."}}}));
   return findings;
+}
+
+std::set<std::string> declared_absent() {
+  const std::string value = store_text("check", "absent").value_or("");
+  static const std::regex kName("[^, \\t]+");
+  const std::sregex_token_iterator first(value.begin(), value.end(), kName);
+  return {first, {}};
 }
 
 bool notices_are_mailed() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,9 @@ std::vector<Setting> effective_settings();
 
 /// What is wrong with the file and its values.
 Findings check_settings(const std::vector<Setting>& settings);
+
+/// The helper programs that the appliance lacks by design, by their names without a folder.
+std::set<std::string> declared_absent();
 
 /// Whether mails are to be sent.
 bool notices_are_mailed();

@@ -22,7 +22,7 @@ std::vector<std::string> quoted_names(const std::string& text) {
   static const std::regex kName("`([^`]+)`");
   std::vector<std::string> names;
   for (std::sregex_iterator name(text.begin(), text.end(), kName), end; name != end; ++name) {
-    names.push_back((*name)[1]);
+    names.push_back(my_tolower((*name)[1]));
   }
   return names;
 }
@@ -33,15 +33,11 @@ void read_line(const std::string& line, NeededTable& table) {
   const auto written = kWritten.find(table.table);
   std::smatch match;
   if (std::regex_match(line, match, kColumn)) {
-    const std::string name = match[1];
+    const std::string name = my_tolower(match[1]);
     const std::string type = match[2];
-    table.columns.push_back(name);
-    if (type.find("nopad_bin") != std::string::npos && my_tolower(name).ends_with("ssid")) {
-      table.byte_columns.push_back(name);
-    }
-    if (written != kWritten.end() && type.find("AUTO_INCREMENT") != std::string::npos) {
-      table.counter = name;
-    }
+    const auto says = [&](const char* word) { return type.find(word) != std::string::npos; };
+    table.columns[name] = {type, says("nopad_bin") && name.ends_with("ssid"),
+                           written != kWritten.end() && says("AUTO_INCREMENT")};
   } else if (std::regex_match(line, match, kKey)) {
     const bool unique = match[1].matched && written != kWritten.end();
     table.keys.push_back({unique ? written->second : KeyUse::look_up, quoted_names(match[2])});
@@ -57,7 +53,7 @@ std::vector<NeededTable> read_files() {
     for (std::string line; std::getline(stream, line);) {
       std::smatch match;
       if (std::regex_match(line, match, kHead)) {
-        tables.push_back({match[1], match[2], file, {}, {}, {}, ""});
+        tables.push_back({match[1], match[2], file, {}, {}});
         inside = true;
       } else if (line.starts_with(')')) {
         inside = false;

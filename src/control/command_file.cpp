@@ -132,6 +132,14 @@ void command_release_all(Ap& ap) {
   });
 }
 
+int try_command_file() {
+  const std::string link_path = own_path() + ".link";
+  const Ending ending =
+      write_command("[command]\n", [&](const char* from) { return link(from, link_path.c_str()); });
+  unlink(link_path.c_str());
+  return ending;
+}
+
 void remove_abandoned_commands() {
   std::error_code failed;
   std::filesystem::directory_iterator entry(paths::kCommands, failed);

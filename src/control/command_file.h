@@ -32,6 +32,10 @@ void command_reboot(const Ap& ap);
 /// Queues the release of all blocks, with the time of writing.
 void command_release_all(Ap& ap);
 
+/// Writes a file beside the slots and links it, as a command would be, and removes both. Returns 0, or
+/// the error number of the system that keeps commands from being made.
+int try_command_file();
+
 /// Removes what processes that died while they wrote a command have left behind: files that are more
 /// than a minute old and named after a process that is gone.
 void remove_abandoned_commands();

@@ -69,6 +69,7 @@ TEST_F(Schema, TheFirstVersionIsBroughtUpToDateAndKeepsItsRows) {
     return sql_rows("SELECT * FROM AP_INFO.ap_list JOIN AP_CLIENT.block JOIN AP_CLIENT.old_AP_007");
   };
   const Lines before = rows();
+  configure("[settings]\n121 = 134\n126 = 134\n");
   EXPECT_EQ(findings(), Lines{"schema-old"});
 
   apply("/source/schema/*.sql");
@@ -125,7 +126,7 @@ TEST_F(Schema, TheShippedUserSufficesAndNothingIsLeftOfBoth) {
   sql("ALTER USER ap_run@localhost IDENTIFIED BY 'secret' ACCOUNT UNLOCK");
   write_file("/etc/ap-run/database.cnf", "[ap-run]\nuser=ap_run\npassword=secret\n");
   std::filesystem::permissions("/etc/ap-run/database.cnf", std::filesystem::perms(0640));
-  configure("[settings]\n113=1\n30=::1\n");
+  configure("[settings]\n113=1\n30=::1\n121=134\n126=134\n");
   sql("INSERT INTO AP_INFO.ap_profile (SN, SSID) VALUES (1, 'Office')");
   register_ap(1, kMac, "lobby");
   EXPECT_EQ(run_hook({"ap-up", kAddress, kOtherMac}), 0);

@@ -32,20 +32,25 @@ TEST(CheckReport, ShowsAnyBytes) {
   }
 }
 
-const NeededTable kNeeded{
-    "D",       "t",
-    "t.sql",   {"SN", "Mac", "essid", "ap"},
-    {"essid"}, {{KeyUse::replace, {"ap", "Mac"}}, {KeyUse::look_up, {"essid"}}},
-    "SN"};
+const NeededTable kNeeded{"D",
+                          "t",
+                          "t.sql",
+                          {{"sn", {"INT UNSIGNED NOT NULL", false, true}},
+                           {"mac", {"CHAR(17)", false, false}},
+                           {"essid", {"VARCHAR(127)", true, false}},
+                           {"level", {"SMALLINT", false, false}},
+                           {"ap", {"", false, false}}},
+                          {{KeyUse::replace, {"ap", "mac"}}, {KeyUse::look_up, {"essid"}}}};
 
-/// As a server describes a table that fits, in other case and order.
-const Table kFitting{{{"sn", {"", "auto_increment"}},
-                      {"mac", {"latin1_swedish_ci", ""}},
-                      {"ap", {"", ""}},
-                      {"essid", {"latin1_nopad_bin", ""}},
-                      {"more", {"", ""}}},
-                     {{"a", {true, {"MAC", "ap"}}},
-                      {"b", {false, {"ESSID", "more"}}},
+/// As a server describes a table that fits, in another order.
+const Table kFitting{{{"sn", {"int(10) unsigned", "", "auto_increment"}},
+                      {"mac", {"varchar(20)", "latin1_swedish_ci", ""}},
+                      {"ap", {"int(11)", "", ""}},
+                      {"essid", {"varchar(127)", "latin1_nopad_bin", ""}},
+                      {"level", {"mediumint(9)", "", ""}},
+                      {"more", {"date", "", ""}}},
+                     {{"a", {true, {"mac", "ap"}}},
+                      {"b", {false, {"essid", "more"}}},
                       {"PRIMARY", {true, {"sn", "mac", "ap"}}}}};
 
 std::string names_of(const std::function<void(Table&)>& change) {
@@ -66,6 +71,12 @@ TEST(SchemaComparison, NamesWhatDoesNotFit) {
       {"column-counter!", [](Table& t) { t.columns["sn"].extra = ""; }},
       {"column-collation", [](Table& t) { t.columns["essid"].collation = "latin1_bin"; }},
       {"", [](Table& t) { t.columns["essid"].collation = ""; }},
+      {"column-narrow", [](Table& t) { t.columns["essid"].type = "varchar(126)"; }},
+      {"column-narrow", [](Table& t) { t.columns["sn"].type = "int(11)"; }},
+      {"column-narrow", [](Table& t) { t.columns["level"].type = "int(10) unsigned"; }},
+      {"column-narrow", [](Table& t) { t.columns["level"].type = "tinyint(9)"; }},
+      {"", [](Table& t) { t.columns["essid"].type = "text"; }},
+      {"", [](Table& t) { t.columns["level"].type = "varchar(9)"; }},
       {"key-missing!", [](Table& t) { t.keys["a"].unique = false; }},
       {"key-missing! key-too-narrow!", [](Table& t) { t.keys["a"].columns = {"mac"}; }},
       {"key-missing!",
