@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "db/statement.h"
+#include "reports/report.h"
+
+// What the fuzz targets share. A claim that does not hold aborts, which the fuzzer reports with the
+// input.
+
+/// Aborts unless `claim` holds.
+void must(bool claim);
+
+/// Aborts unless the statement may be sent, and nothing but names, numbers and closed texts is in it.
+void must_be_closed(const Statement& statement);
+
+/// The report that is made of the input, after the way in which its text is cut into pieces has been
+/// compared with another way.
+std::optional<Report> report_of(const std::uint8_t* data, std::size_t size);
