@@ -633,17 +633,22 @@ Lines result_of_crowd() {
   return rows;
 }
 
+/// Starts an event; a report comes with this text.
+kit::Child start_event(Kind kind, int ap, const std::string& text) {
+  Words words = words_of(kind, ap);
+  if (kind == Kind::report) {
+    words[2] = M("/database/ap/reports/%d.ini", ap);
+    write_file(words[2], text);
+  }
+  fs::remove(slot_of(mac_of(ap)));
+  return start_hook(words);
+}
+
 /// A round: every AP does the same, all at once or one by one.
 void play_round(Kind kind, bool at_once, Figures& line) {
   std::vector<kit::Child> hooks;
   for (int ap = 1; ap <= crowd(); ++ap) {
-    Words words = words_of(kind, ap);
-    if (kind == Kind::report) {
-      words[2] = M("/database/ap/reports/%d.ini", ap);
-      write_file(words[2], report_text(ap));
-    }
-    fs::remove(slot_of(mac_of(ap)));
-    hooks.push_back(start_hook(words));
+    hooks.push_back(start_event(kind, ap, report_text(ap)));
     if (!at_once) {
       EXPECT_EQ(hooks.back().finish().status, 0);
     }
@@ -681,6 +686,117 @@ TEST_F(Weather, ManyAtOnceAsOneByOne) {
   }
   EXPECT_EQ(line.lines, 0);
   EXPECT_EQ(names_in("/database/ap/lock"), Lines{});
+}
+
+/// A report with eight radios, and as many of another AP that it hears.
+std::string report_on_neighbour(int ap, int other) {
+  std::string text = M("[00]\nMAC=%s\nversion=2.1.0\n", mac_of(ap).c_str());
+  for (int i = 1; i <= 8; ++i) {
+    text += M("[%02d]\nAddress=0a:00:00:00:%02x:%02x\nESSID=Office\n", i, ap, i) +
+            M("[Cell %02d]\nAddress=0a:00:00:00:%02x:%02x\nESSID=Office\n", i, other, i);
+  }
+  return text;
+}
+
+TEST_F(Weather, NeighboursThatReportAtOnceStayManaged) {
+  prepare(Kind::report);  // registers the APs 7 and 8
+  Figures& line = figures("two that hear each other, at once");
+  const auto start = [](int ap) {
+    return start_event(Kind::report, ap, report_on_neighbour(ap, ap == 7 ? 8 : 7));
+  };
+  for (const int ap : {7, 8, 7}) {
+    EXPECT_EQ(start(ap).finish().status, 0);
+  }
+  const int pairs = is_whole() ? 300 : 15;
+  for (int pair = 0; pair < pairs; ++pair) {
+    kit::Child hooks[] = {start(7), start(8)};
+    for (kit::Child& hook : hooks) {
+      const kit::Usage usage = hook.finish();
+      EXPECT_EQ(usage.status, 0);
+      line.note(usage);
+    }
+    line.lost += sql_rows("SELECT mac FROM AP_CLIENT.illegal").empty() ? 0 : 1;
+    sql("DELETE FROM AP_CLIENT.illegal");
+  }
+  EXPECT_EQ(line.lost, 0) << "pairs with a managed radio among the foreign ones";
+  EXPECT_EQ(sql_value("SELECT COUNT(*) FROM AP_CLIENT.legal"), "32");
+}
+
+/// How long everybody takes to report three times with 300 foreign radios more, in seconds.
+double crowd_with_radios(bool are_shared) {
+  kit::Database().clear();
+  Figures& line =
+      figures(M("%d at once, %s foreign radios", crowd(), are_shared ? "the same" : "different"));
+  const kit::Stopwatch watch;
+  for (int round = 0; round < 3; ++round) {
+    std::vector<kit::Child> hooks;
+    for (int ap = 1; ap <= crowd(); ++ap) {
+      std::string text = report_text(ap);
+      for (int i = 0; i < 300; ++i) {
+        text += M("[Cell %02d]\nAddress=0c:00:01:%02x:%02x:%02x\nESSID=foreign\n", i + 4,
+                  are_shared ? 0 : ap, i / 256, i % 256);
+      }
+      hooks.push_back(start_event(Kind::report, ap, text));
+    }
+    for (kit::Child& hook : hooks) {
+      const kit::Usage usage = hook.finish();
+      EXPECT_EQ(usage.status, 0);
+      line.note(usage);
+    }
+  }
+  line.lines = static_cast<int>(complaints().size());
+  EXPECT_EQ(line.lines, 0);
+  return watch.ms() / 1000.0;
+}
+
+TEST_F(Weather, SharedRadiosTakeAtMostTwiceAsLong) {
+  if (!is_whole()) {
+    GTEST_SKIP() << "takes longer; ./check --weather tries it";
+  }
+  const double different = crowd_with_radios(false);
+  const double shared = crowd_with_radios(true);
+  std::printf("the same foreign radios: %.1f s, different ones: %.1f s\n", shared, different);
+  EXPECT_LT(shared, 2 * different);
+}
+
+std::string numbered(int count, const std::function<std::string(int)>& section) {
+  std::string text = M("[00]\nMAC=%s\nversion=2.1.0\n", mac_of(7).c_str());
+  for (int i = 1; i <= count; ++i) {
+    text += section(i);
+  }
+  return text;
+}
+
+TEST_F(Weather, HostileReportsTakeNotLong) {
+  if (!is_whole()) {
+    GTEST_SKIP() << "takes longer; ./check --weather tries it";
+  }
+  constexpr double kLimit = 20;  // 2 for the release on an idle machine
+  const std::pair<const char*, std::string> reports[] = {
+      {"25,000 cells", numbered(25'000,
+                                [](int i) {
+                                  return M("[Cell %02d]\nAddress=0c:00:00:00:%02x:%02x\n", i,
+                                           i / 256, i % 256);
+                                })},
+      {"22,000 poor clients", numbered(22'000,
+                                       [](int i) {
+                                         return M("[POOR_CLIENT %02d]\nADDR=%02x:%02x\n", i,
+                                                  i / 256, i % 256);
+                                       })},
+      {"65,000 keys in a section", numbered(65'000, [](int i) { return M("k%d=\n", i); })}};
+  for (const auto& [name, text] : reports) {
+    prepare(Kind::report);
+    sql("INSERT INTO AP_INFO.ap_profile VALUES (2, '2'), (3, '3'), (4, '4'), (5, '5'), (6, '6'), "
+        "(7, '7'), (8, '8')");
+    sql("UPDATE AP_INFO.ap_list SET pf_id='1,2,3,4,5,6,7,8'");
+    const kit::Usage usage = start_event(Kind::report, 7, text).finish();
+    EXPECT_EQ(usage.status, 0) << name;
+    EXPECT_LT(usage.wall_ms / 1000.0, kLimit) << name;
+    EXPECT_EQ(sql_value("SELECT fw_version FROM AP_INFO.ap_list WHERE SN=7"), "2.1.0") << name;
+    Figures& line = figures(name);
+    line.note(usage);
+    line.lines = static_cast<int>(complaints().size());
+  }
 }
 
 }  // namespace
