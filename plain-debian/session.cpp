@@ -7,11 +7,9 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
 #include <thread>
 
 #include "values/paths.h"
-#include "wait_budget.h"
 
 namespace {
 
@@ -47,23 +45,6 @@ void forget_variables() {
                            "LIBMYSQL_PLUGINS", "OPENSSL_CONF"}) {
     unsetenv(name);
   }
-}
-
-/// Whether the option file may ask for TLS: an option whose name or value speaks of it, or another
-/// file that is read as well.
-bool may_ask_for_tls() {
-  std::ifstream file(paths::kDatabaseOptions);
-  for (std::string line; std::getline(file, line);) {
-    const std::size_t start = line.find_first_not_of(" \t");
-    if (start == std::string::npos || line[start] == '#' || line[start] == ';') {
-      continue;
-    }
-    if (line[start] == '!' || line.find("ssl") != std::string::npos ||
-        line.find("tls") != std::string::npos) {
-      return true;
-    }
-  }
-  return false;
 }
 
 /// The client library (of Debian 12) starts its TLS library with everything that this has, whether
@@ -113,25 +94,60 @@ constexpr unsigned int kTooManyConnections = 1040;
 constexpr WaitTime kFirstPause{20};
 constexpr WaitTime kLongestPause{160};
 
-/// A connected handle, or null. A server that is full is asked again, for as long as an answer is
-/// waited for: when all APs join at once, others give their connections back every few
-/// milliseconds.
-MYSQL* connect_by(Clock::time_point end) {
+/// With what a read-only server refuses statements.
+constexpr unsigned int kReadOnly = 1290;
+
+/// Why the server of this connection cannot serve; no number when it can. Touches a table, which a
+/// server outside of its group does not allow. Other errors are no reason to look for another server.
+MyError unreadiness(MYSQL* mysql, const DatabaseHost& host, WaitTime limit) {
+  const BudgetedWait wait(limit, static_cast<int>(mysql_get_socket(mysql)));
+  const bool has_answered =
+      mysql_query(mysql, "SELECT @@global.read_only, EXISTS(SELECT 1 FROM `AP_INFO`.`ap_list`)") ==
+      0;
+  const std::unique_ptr<MYSQL_RES, void (*)(MYSQL_RES*)> rows(
+      has_answered ? mysql_store_result(mysql) : nullptr, mysql_free_result);
+  const unsigned int error = mysql_errno(mysql);
+  if (error == kNotInGroup || (error >= kFirstClientError && error <= kLastClientError)) {
+    return {error, mysql_error(mysql)};
+  }
+  const MYSQL_ROW row = rows == nullptr ? nullptr : mysql_fetch_row(rows.get());
+  return row != nullptr && row[0] != nullptr && row[0] != std::string_view("0")
+             ? MyError{kReadOnly, "The server " + host.name + " is read-only"}
+             : MyError{};
+}
+
+/// A handle that is connected to a server, or null. One of several has to be ready to serve as well.
+MYSQL* connect_if_ready(const DatabaseHost& host, Clock::duration limit) {
+  const auto end = Clock::now() + limit;
+  MYSQL* mysql = connect_to(host, std::chrono::duration_cast<WaitTime>(limit));
+  if (mysql == nullptr || host.name.empty()) {
+    return mysql;
+  }
+  MyError reason =
+      unreadiness(mysql, host, std::chrono::duration_cast<WaitTime>(end - Clock::now()));
+  if (reason.number == 0) {
+    return mysql;
+  }
+  MySession::refusal = std::move(reason);
+  mysql_close(mysql);
+  return nullptr;
+}
+
+/// A connected handle, or null. Of several hosts, each may take an equal part of the time that is
+/// left. A server that is full is asked again, for as long as an answer is waited for: when all APs
+/// join at once, others give their connections back every few milliseconds.
+MYSQL* connect_by(Clock::time_point end, const std::vector<DatabaseHost>& hosts) {
   for (WaitTime pause = kFirstPause;; pause = std::min(pause * 2, kLongestPause)) {
-    MYSQL* mysql = new_handle();
-    if (mysql == nullptr) {
-      return nullptr;
+    const auto end_of_round = std::min(Clock::now() + kConnectLimit, end);
+    auto untried = static_cast<int>(hosts.size());
+    bool is_full = false;
+    for (const DatabaseHost& host : hosts) {
+      if (MYSQL* mysql = connect_if_ready(host, (end_of_round - Clock::now()) / untried--)) {
+        return mysql;
+      }
+      is_full = is_full || MySession::refusal.number == kTooManyConnections;
     }
-    const auto limit = std::min<Clock::duration>(kConnectLimit, end - Clock::now());
-    set_options(mysql, limit);
-    const BudgetedWait wait(std::chrono::duration_cast<WaitTime>(limit));
-    if (mysql_real_connect(mysql, nullptr, nullptr, nullptr, nullptr, 0, nullptr, 0) != nullptr) {
-      return mysql;
-    }
-    const bool full = mysql_errno(mysql) == kTooManyConnections;
-    MySession::refusal = {mysql_errno(mysql), mysql_error(mysql)};
-    mysql_close(mysql);
-    if (!full || Clock::now() + pause >= end) {
+    if (!is_full || Clock::now() + pause >= end) {
       return nullptr;
     }
     std::this_thread::sleep_for(pause);
@@ -149,13 +165,30 @@ MYSQL* new_handle() {
   return is_prepared ? mysql_init(nullptr) : nullptr;
 }
 
+MYSQL* connect_to(const DatabaseHost& host, WaitTime limit) {
+  MYSQL* mysql = new_handle();
+  if (mysql == nullptr) {
+    return nullptr;
+  }
+  set_options(mysql, limit);
+  const BudgetedWait wait(limit);
+  if (mysql_real_connect(mysql, host.name.empty() ? nullptr : host.name.c_str(), nullptr, nullptr,
+                         nullptr, host.port, nullptr, 0) != nullptr) {
+    return mysql;
+  }
+  MySession::refusal = {mysql_errno(mysql), mysql_error(mysql)};
+  mysql_close(mysql);
+  return nullptr;
+}
+
 std::unique_ptr<MySession> MySession::connect() {
   const auto start = Clock::now();
   const WaitTime left = wait_budget_left();
-  MYSQL* mysql = connect_by(start + std::min(kFullLimit, left));
+  const std::vector<DatabaseHost> hosts = database_hosts();
+  MYSQL* mysql = connect_by(start + std::min(kFullLimit, left), hosts);
   if (mysql == nullptr) {
     rest_unless_connected();
-    if (Clock::now() - start >= std::min(kConnectLimit, left)) {
+    if (Clock::now() - start >= std::min(kConnectLimit, left) / static_cast<int>(hosts.size())) {
       wait_budget_end();
     }
     return nullptr;

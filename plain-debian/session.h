@@ -11,7 +11,9 @@
 #include <string_view>
 #include <vector>
 
+#include "option_file.h"
 #include "platform/database.h"
+#include "wait_budget.h"
 
 struct MyResult {
   MYSQL_RES* rows = nullptr;
@@ -25,6 +27,13 @@ struct MyResult {
 /// A handle of the client library, not connected, that belongs to the caller (mysql_close); null
 /// when memory is short.
 MYSQL* new_handle();
+
+/// What a server answers that is not, or no longer, part of the group that it replicates with.
+inline constexpr unsigned int kNotInGroup = 1047;
+
+/// A handle that is connected to a server within `limit` and belongs to the caller (mysql_close); null
+/// otherwise, and then MySession::refusal says why. Counts as waiting for the database.
+MYSQL* connect_to(const DatabaseHost& host, WaitTime limit);
 
 /// One connection to the server. Statements are sent ahead of their answers; answers come back in
 /// the order of the statements, and rows that nobody has asked for yet are kept under their ticket.

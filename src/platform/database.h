@@ -49,7 +49,8 @@ struct MyRow {
 /// Opens `connection`; `reserved` is 0. No environment variable leads to another server. Returns 0,
 /// or a negative number when there is no server connection to be had (then nothing needs closing).
 /// Waits at most 3 seconds for a server that is silent, 10 for one that has all its connections given
-/// away; after that, or when the process has waited 20 seconds in all for the database, it fails at
+/// away. Of several servers that replicate each other it takes the first that is ready to serve, and
+/// shares the 3 seconds out among them. After that, or when the process has waited 20 seconds in all for the database, it fails at
 /// once.
 int my_mysql_connect(MyConnection& connection, int reserved);
 

@@ -1,8 +1,12 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <csignal>
+#include <filesystem>
 #include <functional>
+#include <optional>
 #include <thread>
+#include <utility>
 
 #include "support/appliance.h"
 #include "support/false_server.h"
@@ -86,6 +90,79 @@ TEST_F(Deadline, IsKeptWhateverArrives) {
     NEEDS_NAMESPACES("port 53 is not ours, so all but the silent name server was tried");
     FAIL() << "port 53 is taken";
   }
+}
+
+/// Hooks whose option file names several servers.
+class HostList : public HookTest {
+ protected:
+  HostList() : silent_(bound(SOCK_STREAM, 4002)) {
+    listen(silent_, 1);
+    disconnect_database();
+    EXPECT_EQ(system("lab-db-stop && lab-db-start --skip-networking=0 --bind-address=127.0.0.1 "
+                     "--port=4004 && cp -a /host/database /tmp/second"),
+              0);
+    second_.emplace(kit::Program{
+        "mariadbd",
+        {"mariadbd", "--defaults-file=/source/lab/database.cnf", "--datadir=/tmp/second",
+         "--socket=/tmp/second.socket", "--pid-file=/tmp/second.pid", "--skip-networking=0",
+         "--bind-address=127.0.0.1", "--port=4003", "--read-only", "--skip-grant-tables",
+         "--log-error=/tmp/second.log"},
+        {}});
+    sql("CREATE OR REPLACE USER hook@'%' IDENTIFIED BY 'hook'");
+    sql("GRANT ALL ON *.* TO hook@'%'");
+    EXPECT_TRUE(eventually([] { return exists("/tmp/second.pid"); }));
+  }
+  ~HostList() override {
+    sql("DROP USER hook@'%'");
+    disconnect_database();
+    EXPECT_EQ(system("lab-db-stop && lab-db-start"), 0);
+    kill(second_->id(), SIGKILL);
+    second_->finish();
+    std::filesystem::remove_all("/tmp/second");
+    close(silent_);
+  }
+
+  /// Whether a hook with this list registers a new AP, and after how many seconds it ends.
+  std::pair<bool, double> registers(const std::string& list) {
+    sql("DELETE FROM AP_INFO.ap_list");
+    std::filesystem::remove(slot_of(kMac));
+    write_file("/etc/ap-run/database.cnf",
+               "[client]\nprotocol=tcp\nuser=hook\npassword=hook\nhost = " + list + "\n");
+    const kit::Stopwatch watch;
+    EXPECT_EQ(run_hook({"ap-command", "1", deliver_report("[00]\n"), kAddress, kMac}), 0);
+    return {sql_value("SELECT COUNT(*) FROM AP_INFO.ap_list") == "1", watch.ms() / 1000};
+  }
+
+  int silent_;
+  std::optional<kit::Child> second_;
+};
+
+TEST_F(HostList, LeadsToTheFirstServerThatIsReady) {
+  const std::string closed = "127.0.0.1:4001";
+  const std::string silent = "127.0.0.1:4002";
+  const std::string read_only = "127.0.0.1:4003";
+  const std::string good = "127.0.0.1:4004";
+  const auto expect = [&](const std::string& list, bool is_registered, double from, double to) {
+    const auto [registered, time] = registers(list);
+    EXPECT_EQ(registered, is_registered) << list << "\n" << content("/recorded/syslog");
+    EXPECT_GE(time, from) << list;
+    EXPECT_LT(time, to) << list;
+  };
+  expect(good + "," + silent, true, 0, 0.7);
+  expect(closed + ", " + read_only + "," + good, true, 0, 0.7);
+  // A share of the 3 seconds each, and a tick of the clock that watches them.
+  expect(closed + "," + silent + "," + read_only + "," + good, true, 0.9, 2);
+  expect(silent + "," + silent + "," + silent + "," + good, true, 2.2, 3.5);
+  EXPECT_EQ(content("/recorded/syslog"), "");
+  expect(closed + "," + read_only, false, 0, 0.7);
+  EXPECT_NE(content("/recorded/syslog").find("(1290: The server 127.0.0.1 is read-only)"),
+            std::string::npos)
+      << content("/recorded/syslog");
+  NEEDS_NAMESPACES("proot lets a stopped process run on");
+  kill(second_->id(), SIGSTOP);
+  expect(read_only + ",[::1]:4004," + good, true, 0.9, 2);
+  expect(silent + "," + read_only, false, 2.9, 4);
+  kill(second_->id(), SIGCONT);
 }
 
 }  // namespace
