@@ -62,6 +62,24 @@ std::string server_text(const Server& server) {
          "\n";
 }
 
+/// The nodes, where there are several or the only one is in a cluster.
+std::string nodes_text(const std::vector<Node>& nodes) {
+  std::string text;
+  for (const Node& node : nodes) {
+    if (nodes.size() == 1 && !node.in_cluster) {
+      continue;
+    }
+    text += "  " + (node.host.empty() ? "this node" : printable_text(node.host)) + ": " +
+            (!node.refusal.empty() ? "not reached"
+             : !node.in_cluster
+                 ? "in no cluster"
+                 : M("%s, in a group of %d, wsrep_mode = %s", node.ready ? "ready" : "not ready",
+                     node.group, printable_text(node.mode).c_str())) +
+            "\n";
+  }
+  return text;
+}
+
 std::string hexadecimal(char byte) {
   return M("\\x%02x", static_cast<unsigned char>(byte));
 }
@@ -105,7 +123,8 @@ std::string as_text(const CheckReport& report) {
   const bool is_well = exit_status(report.findings) == 0;
   return "ap-run " + report.version + ": " + (is_well ? "all is well" : "") +
          (is_well && !counts.empty() ? ", " : "") + counts + "\n\n" + settings_text(report) +
-         server_text(report.server) + (findings.empty() ? "" : "\n") + findings;
+         server_text(report.server) + nodes_text(report.nodes) + (findings.empty() ? "" : "\n") +
+         findings;
 }
 
 std::string as_json(const CheckReport& report) {
@@ -118,6 +137,16 @@ std::string as_json(const CheckReport& report) {
                         {"value", setting.value},
                         {"source", setting.set ? paths::kSettings : "default"},
                         {"meaning", setting.meaning}});
+  }
+  Json nodes = Json::array();
+  for (const Node& node : report.nodes) {
+    nodes.push_back({{"host", node.host},
+                     {"reached", node.refusal.empty()},
+                     {"ready", node.ready},
+                     {"cluster", node.in_cluster},
+                     {"group", node.group},
+                     {"mode", node.mode},
+                     {"makes_logs", node.makes_logs}});
   }
   Json findings = Json::array();
   for (const Finding& finding : report.findings) {
@@ -134,7 +163,8 @@ std::string as_json(const CheckReport& report) {
                    {"version", server.version},
                    {"host", server.host},
                    {"user", server.user},
-                   {"encryption", server.encryption}}},
+                   {"encryption", server.encryption},
+                   {"nodes", nodes}}},
                  {"findings", findings}};
   return all.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "cluster_check.h"
 #include "database_check.h"
 #include "finding.h"
 #include "settings_check.h"
@@ -14,6 +15,7 @@ struct CheckReport {
   std::vector<Setting> settings;
   Server server;
   Findings findings;
+  std::vector<Node> nodes{};  // of the database
 };
 
 /// `text`, any bytes, for a terminal: control characters and bytes that belong to no UTF-8 character

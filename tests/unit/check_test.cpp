@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "cluster_check.h"
 #include "needed_schema.h"
 #include "report.h"
 #include "schema_version.h"
@@ -117,6 +118,33 @@ TEST(SchemaVersion, OlderOnesAreProblemsWhenTheProgramNeedsMore) {
   EXPECT_EQ(exit_status(compare_versions(2, 2, 3)), 1);
   EXPECT_EQ(exit_status(compare_versions(3, 2, 3)), 0);
   EXPECT_EQ(compare_versions(4, 2, 3).front().name, "schema-newer");
+}
+
+TEST(ClusterCheck, NamesWhatIsWrongWithAGroup) {
+  const auto node = [](const char* host) {
+    return Node{host, "", true, true, 3, "REPLICATE_MYISAM", true};
+  };
+  const auto judged = [](const std::vector<Node>& nodes) {
+    std::string names;
+    for (const Finding& finding : judge_cluster(nodes)) {
+      names += finding.name + " ";
+    }
+    return names;
+  };
+  std::vector<Node> nodes{node("a:1"), node("b:2"), node("c:3")};
+  EXPECT_EQ(judged(nodes), "");
+  EXPECT_EQ(judged({nodes[0]}), "node-not-listed ");
+  EXPECT_EQ(judged({Node{"", "", false, true, 0, "", true}}), "") << "a single server";
+  EXPECT_EQ(judged({Node{"", "away", false, false, 0, "", false}}), "") << "told elsewhere";
+  nodes[1].mode = "";
+  nodes[2].makes_logs = false;
+  EXPECT_EQ(judged(nodes), "cluster-modes-differ event-not-everywhere ");
+  nodes = {node("a:1"), Node{"b:2", "refused", false, false, 0, "", false},
+           Node{"c:3", "", true, false, 1, "", false}, Node{"d:4", "", false, true, 0, "", true}};
+  nodes[0].mode = "STRICT_REPLICATION";
+  nodes[0].group = 2;
+  EXPECT_EQ(judged(nodes),
+            "node-unreachable node-not-ready node-alone myisam-not-replicated cluster-of-two ");
 }
 
 }  // namespace
