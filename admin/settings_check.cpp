@@ -132,25 +132,30 @@ std::vector<Setting> effective_settings() {
 Findings check_settings(const std::vector<Setting>& settings) {
   static const std::regex kNumber("[ \\t]*[-+]?[0-9]+");
   const std::string file = paths::kSettings;
-  const bool is_logged = !declared_absent().contains("send_logmsg");
+  const auto is_used = [](const std::string& priority) {
+    return priority == std::to_string(setting::kClientLogPriority)
+               ? RI(setting::kClientLog) != 0
+               : !declared_absent().contains("send_logmsg");
+  };
   Findings findings = check_file();
   for (std::size_t i = 0; i < settings.size(); ++i) {
     const Setting& setting = settings[i];
     const setting::Info& info = known_settings()[i].info;
     add(findings,
-        amiss({{setting::is_number(info.unit) && !std::regex_match(setting.value, kNumber),
-                {Severity::warning, "setting-no-number",
-                 "[" + setting.section + "] " + setting.key + " = " + setting.value +
-                     " is no number and counts as " + std::to_string(decimal_int(setting.value)) +
-                     ".",
-                 "Give it a number in " + file + "."}},
-               {info.unit == setting::Unit::priority && !setting.set && is_logged,
-                {Severity::note, "log-priority-unset",
-                 "Setting " + setting.key + " (" + info.name +
-                     ") is not set, so its messages are kernel emergencies, which system logs show "
-                     "on every terminal.",
-                 "Set it in " + file + ", such as " + setting.key +
-                     " = 134 (local0, info), or to 0 if this is meant."}}}));
+        amiss(
+            {{setting::is_number(info.unit) && !std::regex_match(setting.value, kNumber),
+              {Severity::warning, "setting-no-number",
+               "[" + setting.section + "] " + setting.key + " = " + setting.value +
+                   " is no number and counts as " + std::to_string(decimal_int(setting.value)) +
+                   ".",
+               "Give it a number in " + file + "."}},
+             {info.unit == setting::Unit::priority && !setting.set && is_used(info.key),
+              {Severity::note, "log-priority-unset",
+               "Setting " + setting.key + " (" + info.name +
+                   ") is not set, so its messages are emergencies, which system logs show on every "
+                   "terminal.",
+               "Set it in " + file + ", such as " + setting.key +
+                   " = 134 (local0, info), or to 0 if this is meant."}}}));
   }
   const auto has_recipient = [](const char* field) {
     const std::string to = store_text(kMail, field).value_or(kMissingValue);
