@@ -44,7 +44,7 @@ void look_up_list(const Report& report, const std::string& kind, const char* fir
       break;
     }
     for (const char* key : numbers) {
-      benchmark::DoNotOptimize(report.number(section, key));
+      benchmark::DoNotOptimize(report.number<std::int32_t>(section, key));
     }
     for (const char* key : texts) {
       benchmark::DoNotOptimize(report.text(section, key));

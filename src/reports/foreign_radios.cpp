@@ -35,13 +35,10 @@ class Turn {
   Connection& db_;
 };
 
-/// Whether a round of changes is to be followed by another.
-enum class Done { yes, not_everywhere };
-
-/// Runs rounds of changes until one is done everywhere. A round is told its number, from 1.
+/// Runs rounds of changes until one says that it is done everywhere. A round gets its number, from 1.
 void in_rounds(const Connection& db, const char* operation,
-               const std::function<Done(int number)>& round) {
-  for (int number = 1; number <= kMostRounds && round(number) != Done::yes; ++number) {
+               const std::function<bool(int number)>& round) {
+  for (int number = 1; number <= kMostRounds && !round(number); ++number) {
     db.note(Step(operation), "other APs have changed the same radios meanwhile (round %d)", number);
   }
 }
@@ -72,7 +69,8 @@ bool came_to_nothing(const Attempt& attempt) {
          (outcome.fate == MyFate::done && outcome.changed_rows == 0);
 }
 
-Done withdraw(Connection& db, int sn, int round) {
+/// Whether the AP is now withdrawn everywhere.
+bool withdraw(Connection& db, int sn, int round) {
   const Attempt own_rows = db.attempt(
       Step(kWithdrawing, "(1/3) "), "DELETE FROM `%s`.`illegal` WHERE `ap_sn`='%d'", AP_CLIENT, sn);
   const Step listed(kWithdrawing, "(2/3) ");
@@ -95,15 +93,14 @@ Done withdraw(Connection& db, int sn, int round) {
       is_done = false;  // a row of this AP alone that has been made since the DELETE
     }
   }
-  const bool is_shortened = std::none_of(shortened.begin(), shortened.end(), came_to_nothing);
-  return is_done && is_shortened ? Done::yes : Done::not_everywhere;
+  return std::none_of(shortened.begin(), shortened.end(), came_to_nothing) && is_done;
 }
 
 using Cells = std::vector<const cell_record*>;
 
 /// Stores radios, in order. Their lists are computed by the server, so that two APs that hear one at
 /// once both get into its list, whoever comes first.
-Attempt store(Connection& db, int sn, std::span<const cell_record* const> cells) {
+Attempt store(Connection& db, int sn, const Cells& cells) {
   Statement rows;
   for (const cell_record* cell : cells) {
     rows =
@@ -123,26 +120,12 @@ Attempt store(Connection& db, int sn, std::span<const cell_record* const> cells)
       AP_CLIENT, rows, sn, sn);
 }
 
-/// One cell for each radio, the last one, in the order of their MACs.
-Cells last_of_each(std::span<const cell_record* const> cells) {
-  std::map<std::string, const cell_record*> last;
-  for (const cell_record* cell : cells) {
-    last[my_tolower(cell->mac)] = cell;
-  }
-  Cells sorted;
-  sorted.reserve(last.size());
-  for (const auto& [mac, cell] : last) {
-    sorted.push_back(cell);
-  }
-  return sorted;
-}
-
 /// Radios that one statement stores. It locks their rows while it runs, a millisecond or so; all APs
 /// lock in the order of the MACs, so that no two wait for each other.
 constexpr std::size_t kTogether = 16;
 
-/// Stores all of `parts`; afterwards these are the ones that the server has undone.
-Done store_all(Connection& db, int sn, std::vector<Cells>& parts) {
+/// Stores all of `parts`; afterwards these are the ones that the server has undone. Whether none is.
+bool store_all(Connection& db, int sn, std::vector<Cells>& parts) {
   std::vector<Attempt> attempts;
   attempts.reserve(parts.size());
   for (const Cells& part : parts) {
@@ -155,7 +138,7 @@ Done store_all(Connection& db, int sn, std::vector<Cells>& parts) {
     }
   }
   parts = std::move(undone);
-  return parts.empty() ? Done::yes : Done::not_everywhere;
+  return parts.empty();
 }
 
 }  // namespace
@@ -181,12 +164,16 @@ void delete_ap_illegal_table(Connection& db, int sn) {
 }
 
 void store_foreign_radios(Connection& db, int sn, std::span<const cell_record* const> cells) {
-  const Cells sorted = last_of_each(cells);
+  std::map<std::string, const cell_record*> last;  // of each radio, in the order of their MACs
+  for (const cell_record* cell : cells) {
+    last[my_tolower(cell->mac)] = cell;
+  }
   std::vector<Cells> parts;
-  for (std::size_t i = 0; i < sorted.size(); i += kTogether) {
-    const std::size_t end = std::min(i + kTogether, sorted.size());
-    parts.emplace_back(sorted.begin() + static_cast<std::ptrdiff_t>(i),
-                       sorted.begin() + static_cast<std::ptrdiff_t>(end));
+  for (const auto& [mac, cell] : last) {
+    if (parts.empty() || parts.back().size() == kTogether) {
+      parts.emplace_back();
+    }
+    parts.back().push_back(cell);
   }
   if (!parts.empty()) {
     const Turn turn(db);

@@ -8,13 +8,6 @@ namespace {
 
 constexpr const char* kOperation = "update_ap_mesh_client_db";
 
-constexpr std::size_t kLongestMac = 17;
-constexpr std::size_t kLongestLevel = 9;
-constexpr std::size_t kLongestStep = 127;
-constexpr std::size_t kLongestGateway = 39;
-constexpr std::size_t kLongestHop = 17;
-constexpr std::size_t kLongestTtl = 9;
-
 /// Comma lists of the peers that have a level; none without such a peer.
 struct PeerLists {
   std::optional<std::string> macs;
@@ -47,9 +40,9 @@ Listing<mesh_peer> read_mesh_peers(const Report& report) {
   for (const Band band : kBands) {
     for (int slot = 1; slot <= kSlots; ++slot) {
       read_list(peers, report, M("%02d client %sMESH ", slot, band_prefix(band, "5G ")), "ADDR",
-                kNoLimit, [&](const std::string& section) {
-                  return mesh_peer{value_or_marker(report, section, "ADDR", kLongestMac),
-                                   value_or_marker(report, section, "RSSI", kLongestLevel)};
+                [&](const std::string& section) {
+                  return mesh_peer{value_or_marker(report, section, "ADDR", 17),
+                                   value_or_marker(report, section, "RSSI", 9)};
                 });
     }
   }
@@ -58,17 +51,16 @@ Listing<mesh_peer> read_mesh_peers(const Report& report) {
 
 mesh_route read_mesh_route(const Report& report) {
   const auto step = [&](int number) {
-    return report.text("TRACEROUTE", M("%02d", number)).value_or("").substr(0, kLongestStep);
+    return report.text("TRACEROUTE", M("%02d", number)).value_or("").substr(0, 127);
   };
   const std::string_view gateway = step(0);
   std::optional<std::string> hops;
   std::optional<std::string> ttls;
   for (int number = 1; !gateway.empty() && !step(number).empty(); ++number) {
-    append(hops, first_word(step(number), kLongestHop));
-    append(ttls, second_word(step(number), kLongestTtl));
+    append(hops, first_word(step(number), 17));
+    append(ttls, second_word(step(number), 9));
   }
-  return hops ? mesh_route{std::string(gateway.substr(0, kLongestGateway)), *hops, *ttls}
-              : mesh_route{};
+  return hops ? mesh_route{std::string(gateway.substr(0, 39)), *hops, *ttls} : mesh_route{};
 }
 
 void update_ap_mesh_client_db(Ap& ap, const Report& report) {

@@ -97,20 +97,17 @@ std::vector<const cell_record*> store_sightings(Ap& ap, std::span<const cell_rec
 Listing<cell_record> read_cells(const Report& report) {
   Listing<cell_record> cells;
   for (const Band band : kBands) {
-    read_list(cells, report, M("Cell %s", band_prefix(band, "5G ")), "Address", kNoLimit,
+    read_list(cells, report, M("Cell %s", band_prefix(band, "5G ")), "Address",
               [&](const std::string& section) { return read_cell(report, section, band); });
   }
   return cells;
 }
 
 void update_ap_legal_table_for_refer(Ap& ap, const Report& report) {
-  if (!ap.db.open()) {
+  if (!ap.db.open() || ap.look_up_reporting(kOperation) == 0) {
     return;
   }
-  delete_ap_illegal_table(ap.db, ap.look_up_reporting(kOperation));
-  if (ap.sn == 0) {
-    return;
-  }
+  delete_ap_illegal_table(ap.db, ap.sn);
   const Listing<cell_record> cells = read_cells(report);
   std::vector<const cell_record*> foreign;
   ap.db.in_transaction(Step(kOperation), [&] {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -18,23 +19,21 @@ inline constexpr std::size_t kMostRecords = 8'192;
 /// What was read of one or several lists.
 template <typename Record>
 struct Listing {
-  std::size_t most = kMostRecords;  // that are read
+  std::size_t most = kMostRecords;                // that are read
+  int longest = std::numeric_limits<int>::max();  // numbers up to this are read of each list
   std::vector<Record> records;
   std::vector<std::string> stranded;  // sections right after a gap in the numbering: not read
   std::vector<std::string> surplus;   // sections from which on a list is too long: not read
 };
 
-inline constexpr int kNoLimit = 0;
-
-/// Reads the list whose sections are named `prefix` and a number, at most `most` of them, with
-/// `read`, which makes a record of a section's name, and appends the records to those in `listing`.
+/// Reads the list whose sections are named `prefix` and a number with `read`, which makes a record of a
+/// section's name, and appends the records to those in `listing`.
 template <typename Record, typename Reader>
 void read_list(Listing<Record>& listing, const Report& report, const std::string& prefix,
-               const char* leading_key, int most, Reader read) {
+               const char* leading_key, Reader read) {
   const auto section = [&](int number) { return M("%s%02d", prefix.c_str(), number); };
   const auto is_there = [&](int number) {
-    return (most == kNoLimit || number <= most) &&
-           report.text(section(number), leading_key).has_value();
+    return number <= listing.longest && report.text(section(number), leading_key).has_value();
   };
   int number = 1;
   for (; is_there(number); ++number) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 #include <string>
 
 #include "db/ap.h"
@@ -27,12 +26,9 @@ Listing<radio_record> read_radios(const Report& report);
 
 /// Makes the AP's own rows of `legal` those of the report, in which radios whose SSID is given, but
 /// empty, do not count. A BSSID listed twice keeps the later values; one that another AP has
-/// claimed before stays that AP's. Does nothing for an AP that is not registered. The
-/// rows change together: no other process sees the AP without radios.
+/// claimed before stays that AP's. Does nothing for an AP that is not registered. The rows change
+/// together: no other process sees the AP without radios.
 void ap_interface_parse(Ap& ap, const Report& report);
-
-/// Writes own radios of the AP; does nothing for one that is not registered.
-void update_ap_legal_table(Ap& ap, std::span<const radio_record> radios);
 
 /// Takes out the own radios of AP `sn`.
 void delete_ap_legal_table(Connection& db, int sn);

@@ -6,12 +6,10 @@
 #include "db/registry.h"
 #include "db/schema.h"
 #include "reports/store_in_order.h"
-#include "values/decimal.h"
 
 namespace {
 
 constexpr const char* kOperation = "update_ap_poor_client_db";
-constexpr std::size_t kLongestMac = 17;
 
 /// How many are read of a band: four times what the largest AP serves. Each is stored up to eight
 /// times.
@@ -20,11 +18,6 @@ constexpr std::size_t kMostClients = 2'048;
 /// The latest time that every server's clock can hold, in seconds since the epoch: 19 January 2038.
 /// From a later one a server makes NULL, and refuses the row.
 constexpr std::uint32_t kLatestTime = 2'147'483'647;
-
-void drop_poor_client_table(Ap& ap) {
-  ap.db.run(Step("drop_poor_client_table"), "DROP TABLE IF EXISTS `%s`.`AP_%03d`", AP_POOR_CLIENT,
-            ap.sn);
-}
 
 /// Finds the client's row in the AP's poor-client table.
 Query known_query(const Ap& ap, const poor_client_record& client) {
@@ -77,15 +70,14 @@ void store_slot(Ap& ap, Band band, int slot, std::span<const poor_client_record>
 Listing<poor_client_record> read_poor_clients(const Report& report, Band band) {
   Listing<poor_client_record> clients;
   clients.most = kMostClients;
-  read_list(clients, report, M("POOR_CLIENT %s", band_prefix(band, "5G ")), "ADDR", kNoLimit,
+  read_list(clients, report, M("POOR_CLIENT %s", band_prefix(band, "5G ")), "ADDR",
             [&](const std::string& section) {
               poor_client_record client;
-              client.mac = value_or_marker(report, section, "ADDR", kLongestMac);
+              client.mac = value_or_marker(report, section, "ADDR", 17);
               client.band = band == Band::five_ghz ? 1 : 0;
-              client.rssi = report.number(section, "RSSI");
-              client.status = report.number(section, "STATUS");
-              client.connection_time =
-                  cut_to<std::uint32_t>(report.unsigned64_number(section, "CONNECTION_TIME"));
+              client.rssi = report.number<std::int32_t>(section, "RSSI");
+              client.status = report.number<std::int32_t>(section, "STATUS");
+              client.connection_time = report.number<std::uint32_t>(section, "CONNECTION_TIME");
               return client;
             });
   return clients;
@@ -96,7 +88,8 @@ void update_ap_poor_client_db(Ap& ap, const Report& report) {
     return;
   }
   if (ap.look_up_reporting(kOperation) != 0) {
-    drop_poor_client_table(ap);
+    ap.db.run(Step("drop_poor_client_table"), "DROP TABLE IF EXISTS `%s`.`AP_%03d`", AP_POOR_CLIENT,
+              ap.sn);
   }
   create_poor_client_table(ap.db, ap.sn);
   for (const Band band : kBands) {

@@ -1,25 +1,27 @@
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
+#include <cstdlib>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include "ini/ini_file.h"
+#include "values/decimal.h"
 
 /// A file that an AP delivered (a report, a capability file). A value is addressed by section and key,
 /// in either case. The values stay the report's. The limits are far above any real report; they keep a
 /// faulty AP from filling memory.
 class Report {
  public:
-  static constexpr std::int64_t kMostBytes = 1'048'576;
-  static constexpr std::int64_t kMostLines = 65'536;
+  static constexpr std::size_t kMostBytes = 1'048'576;
+  static constexpr std::ptrdiff_t kMostLines = 65'536;
 
   /// Loads the regular file `path`, which must not be a link. None when it cannot be read, is larger
   /// than kMostBytes or kMostLines, or holds a line that iniparser refuses (1023 bytes or more, a
-  /// NUL, no "="); the reason is
-  /// traced under `key`, the AP's MAC, and reported as a loss.
+  /// NUL, no "="); the reason is traced under `key`, the AP's MAC, and reported as a loss.
   static std::optional<Report> load(const std::string& path, const std::string& key);
 
   /// The value of `key` in `section`, possibly empty; none when it is absent, or exactly the
@@ -27,19 +29,17 @@ class Report {
   std::optional<std::string_view> text(std::string_view section, std::string_view key) const;
 
   /// The value as a number, 0 when absent or without digits: decimal, hexadecimal after "0x", octal
-  /// after "0". Reading stops at the first other character; a number out of range keeps its low 32
-  /// bits, and one beyond 64 bits is first taken for the nearest that fits.
-  std::int32_t number(std::string_view section, std::string_view key) const;
-  std::uint32_t unsigned_number(std::string_view section, std::string_view key) const;
-
-  /// The same with 64 bits.
-  std::uint64_t unsigned64_number(std::string_view section, std::string_view key) const;
+  /// after "0". Reading stops at the first other character; a number out of range keeps the low bits
+  /// that fit, and one beyond 64 bits is first taken for the nearest that does.
+  template <typename Number>
+  Number number(std::string_view section, std::string_view key) const {
+    const char* digits = text(section, key).value_or("0").data();  // ends with a NUL, as all values
+    return std::is_signed_v<Number> ? cut_to<Number>(std::strtoll(digits, nullptr, 0))
+                                    : cut_to<Number>(std::strtoull(digits, nullptr, 0));
+  }
 
  private:
   explicit Report(IniFile values) : values_(std::move(values)) {}
-
-  /// The value's text, which ends with a NUL; null when there is none.
-  const char* find(std::string_view section, std::string_view key) const;
 
   IniFile values_;
 };

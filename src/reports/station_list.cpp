@@ -1,47 +1,37 @@
 #include "reports/station_list.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <span>
 #include <string>
 
 #include "db/registry.h"
 #include "db/schema.h"
 #include "reports/client_log.h"
-#include "reports/kernel_announcement.h"
 #include "reports/mesh_links.h"
 #include "reports/store_in_order.h"
-#include "values/decimal.h"
+#include "trace/trace_log.h"
+#include "values/mac_address.h"
 
 namespace {
 
 constexpr const char* kOperation = "update_ap_client_db";
 
-constexpr std::size_t kLongestMac = 17;
-constexpr std::size_t kLongestRate = 19;
-
 constexpr unsigned int kStartColumn = 1;  // `stime` of a client table's row
 
 client_record read_station(const Report& report, const std::string& section) {
   client_record client;
-  client.mac = value_or_marker(report, section, "ADDR", kLongestMac);
-  client.aid = cut_to<std::uint16_t>(report.unsigned_number(section, "AID"));
-  client.channel = cut_to<std::uint16_t>(report.unsigned_number(section, "CHAN"));
-  client.tx_rate = value_or_marker(report, section, "RATE", kLongestRate);
-  client.rx_rate = value_or_marker(report, section, "RXRATE", kLongestRate);
-  client.rssi = report.number(section, "RSSI");
-  client.idle = report.unsigned_number(section, "IDLE");
-  client.tx_seq = report.unsigned_number(section, "TXSEQ");
-  client.rx_seq = report.unsigned_number(section, "RXSEQ");
+  client.mac = value_or_marker(report, section, "ADDR", 17);
+  client.aid = report.number<std::uint16_t>(section, "AID");
+  client.channel = report.number<std::uint16_t>(section, "CHAN");
+  client.tx_rate = value_or_marker(report, section, "RATE", 19);
+  client.rx_rate = value_or_marker(report, section, "RXRATE", 19);
+  client.rssi = report.number<std::int32_t>(section, "RSSI");
+  client.idle = report.number<std::uint32_t>(section, "IDLE");
+  client.tx_seq = report.number<std::uint32_t>(section, "TXSEQ");
+  client.rx_seq = report.number<std::uint32_t>(section, "RXSEQ");
   return client;
-}
-
-void confirm_before_update(Ap& ap) {
-  ap.db.run(Step("confirm_before_update"), "UPDATE `%s`.`AP_%03d` SET `confirm`=0", AP_CLIENT,
-            ap.sn);
-}
-
-void confirm_after_update(Ap& ap) {
-  ap.db.run(Step("confirm_after_update"), "DELETE FROM `%s`.`AP_%03d` WHERE `confirm`=0 ",
-            AP_CLIENT, ap.sn);
 }
 
 void update_known(Ap& ap, const client_record& client) {
@@ -107,6 +97,25 @@ void store_served(Ap& ap, const client_record& client) {
   }
 }
 
+/// Writes the station's MAC in lower case and a line feed, in one write, to the kernel's file, if there
+/// is one. A text that is no MAC is traced instead.
+void announce_to_kernel(const Ap& ap, const std::string& station) {
+  if (!is_mac(station)) {
+    ap_debug_log({"announce_to_kernel", ap.mac}, "\"%s\" is no MAC: not announced",
+                 station.c_str());
+    return;
+  }
+  // Opened for each station, so that each write is the first of its file, as a shell's would be.
+  const int file =
+      open("/proc/net/xt_APClient", O_WRONLY | O_APPEND | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  if (file < 0) {
+    return;
+  }
+  const std::string line = my_tolower(station) + "\n";
+  [[maybe_unused]] const ssize_t written = write(file, line.data(), line.size());
+  close(file);
+}
+
 void store_station(Ap& ap, const reported_station& station) {
   client_record client = station.client;
   client.ssid = get_ap_pf_id(ap.db, ap.mac, station.band, station.slot);
@@ -117,11 +126,7 @@ void store_station(Ap& ap, const reported_station& station) {
   if (ap.sn != 0) {
     store_served(ap, client);
   }
-  announce_to_kernel(client.mac, ap.mac);
-}
-
-const std::string& mac_of(const reported_station& station) {
-  return station.client.mac;
+  announce_to_kernel(ap, client.mac);
 }
 
 }  // namespace
@@ -131,7 +136,7 @@ Listing<reported_station> read_stations(const Report& report) {
   for (const Band band : kBands) {
     for (int slot = 1; slot <= kSlots; ++slot) {
       read_list(stations, report, M("%02d client %s", slot, band_prefix(band, "5G ")), "ADDR",
-                kNoLimit, [&](const std::string& section) {
+                [&](const std::string& section) {
                   return reported_station{band, slot, read_station(report, section)};
                 });
     }
@@ -152,13 +157,18 @@ void update_ap_client_db(Ap& ap, const Report& report) {
   const Listing<reported_station> stations = read_stations(report);
   trace_unread(ap.db, Step(kOperation), stations);
   if (ap.sn != 0) {
-    confirm_before_update(ap);
+    ap.db.run(Step("confirm_before_update"), "UPDATE `%s`.`AP_%03d` SET `confirm`=0", AP_CLIENT,
+              ap.sn);
   }
+  const auto mac_of = [](const reported_station& station) -> const std::string& {
+    return station.client.mac;
+  };
   store_in_order(
       std::span(stations.records), mac_of, [&](auto next) { fetch_ahead(ap, next); },
       [&](const reported_station& station) { store_station(ap, station); });
   if (ap.sn != 0) {
-    confirm_after_update(ap);
+    ap.db.run(Step("confirm_after_update"), "DELETE FROM `%s`.`AP_%03d` WHERE `confirm`=0 ",
+              AP_CLIENT, ap.sn);
   }
   update_ap_mesh_client_db(ap, report);
 }

@@ -24,8 +24,8 @@ bool is_served(const client_record& client);
 
 /// Makes the AP's client table the stations of the report: those that stay are updated, new ones
 /// get a row, the others lose theirs. A station listed twice keeps the later values. Tells the
-/// kernel of every station, and the connection log of those that stay, while setting 113 is not 0
-/// and setting 30 is no all-zero address. Then stores the mesh links.
+/// kernel of every station (/proc/net/xt_APClient), and the connection log of those that stay
+/// (client_log.h). Then stores the mesh links.
 ///
 /// An AP that is not registered: nothing is stored but its mesh links, and a table of AP 0 is made.
 void update_ap_client_db(Ap& ap, const Report& report);

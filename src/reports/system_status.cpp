@@ -13,13 +13,6 @@ std::string value_of(const Report& report, const char* key, const char* absent,
   return std::string(report.text(kSection, key).value_or(absent).substr(0, longest));
 }
 
-void trace_values(const std::string& mac, const Report& report) {
-  for (const char* keyword : {"MAC", "cpu", "memory", "version", "uptime"}) {
-    ap_debug_log({"ap_system_parse", mac}, "%s -> %s", M("%s:%s", kSection, keyword).c_str(),
-                 std::string(report.text(kSection, keyword).value_or(kMissingValue)).c_str());
-  }
-}
-
 }  // namespace
 
 system_record read_system_status(const Report& report) {
@@ -38,7 +31,10 @@ void ap_system_parse(Ap& ap, const Report& report) {
   if (!ap.db.open()) {
     return;
   }
-  trace_values(ap.mac, report);
+  for (const char* key : {"MAC", "cpu", "memory", "version", "uptime"}) {
+    ap_debug_log({"ap_system_parse", ap.mac}, "%s:%s -> %s", kSection, key,
+                 value_of(report, key, kMissingValue, std::string::npos).c_str());
+  }
   const system_record status = read_system_status(report);
   if (status.version_given_empty) {
     return;

@@ -42,15 +42,15 @@ TEST_F(Reading, FindsTextsAndNumbers) {
   EXPECT_EQ(report->text("Absent", "ADDR"), std::nullopt);
   EXPECT_EQ(report->text(kSection, "Twice"), "2");
 
-  EXPECT_EQ(report->number(kSection, "Hex"), 31);
-  EXPECT_EQ(report->number(kSection, "Octal"), 8);
-  EXPECT_EQ(report->number(kSection, "Negative"), -71);
-  EXPECT_EQ(report->number(kSection, "Word"), 0);
-  EXPECT_EQ(report->number(kSection, "Absent"), 0);
-  EXPECT_EQ(report->number(kSection, "Wide"), 1);
-  EXPECT_EQ(report->number(kSection, "Huge"), -1);
-  EXPECT_EQ(report->unsigned_number(kSection, "Negative"), 4294967225U);
-  EXPECT_EQ(report->unsigned64_number(kSection, "Wide"), 4294967297U);
+  EXPECT_EQ(report->number<std::int32_t>(kSection, "Hex"), 31);
+  EXPECT_EQ(report->number<std::int32_t>(kSection, "Octal"), 8);
+  EXPECT_EQ(report->number<std::int32_t>(kSection, "Negative"), -71);
+  EXPECT_EQ(report->number<std::int32_t>(kSection, "Word"), 0);
+  EXPECT_EQ(report->number<std::int32_t>(kSection, "Absent"), 0);
+  EXPECT_EQ(report->number<std::int32_t>(kSection, "Wide"), 1);
+  EXPECT_EQ(report->number<std::int32_t>(kSection, "Huge"), -1);
+  EXPECT_EQ(report->number<std::uint32_t>(kSection, "Negative"), 4294967225U);
+  EXPECT_EQ(report->number<std::uint64_t>(kSection, "Wide"), 4294967297U);
 }
 
 TEST_F(Reading, KeysOfManyPieces) {
@@ -98,8 +98,8 @@ TEST_F(Reading, ASectionsOwnNameIsNoValue) {
   const auto report = load("[00]\nMAC = a\n[00:MAC2]\nx = 1\n");
   ASSERT_TRUE(report);
   EXPECT_EQ(report->text("00", "MAC2"), std::nullopt);
-  EXPECT_EQ(report->number("00", "MAC2"), 0);
-  EXPECT_EQ(report->unsigned64_number("00", "MAC2"), 0U);
+  EXPECT_EQ(report->number<std::int32_t>("00", "MAC2"), 0);
+  EXPECT_EQ(report->number<std::uint64_t>("00", "MAC2"), 0U);
 }
 
 TEST_F(Reading, SystemStatusIsCutToItsWidths) {
