@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "control/support_marker.h"
 #include "db/registry.h"
 #include "platform/files.h"
 #include "platform/firewall.h"
@@ -76,6 +75,10 @@ bool is_taken(const std::string& path) {
 }
 
 }  // namespace
+
+std::string support_marker(const std::string& mac) {
+  return M("%s/%s.update", paths::kSupport, mac.c_str());
+}
 
 DownloadOffer download_offer(CommandType type, const std::string& base_name, int port) {
   DownloadOffer offer;

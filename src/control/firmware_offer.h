@@ -10,6 +10,10 @@
 // the firewall lets the AP's address through, and a command in the AP's download slot names the
 // file and the port. Only APs with a support marker can do that; the others need the update tool.
 
+/// The path of the AP's support marker, a file whose existence alone says that the AP fetches
+/// updates by itself. The MAC has to be well formed (is_mac), because it names the file.
+std::string support_marker(const std::string& mac);
+
 /// What it takes to offer a file, or why it cannot be offered.
 struct DownloadOffer {
   std::string link;                    // path of the link in the download directory

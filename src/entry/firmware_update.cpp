@@ -11,7 +11,7 @@
 #include "db/registry.h"
 #include "db/schema.h"
 #include "db/set_action.h"
-#include "entry/ap_event.h"
+#include "lifecycle/announcement.h"
 #include "platform/controller.h"
 #include "platform/files.h"
 #include "values/paths.h"
@@ -21,18 +21,15 @@ namespace {
 constexpr const char* kOperation = "command";
 constexpr const char* kNoMac = "00:00:00:00:00:00";
 
-/// The firmware image that waits for the AP; none when nothing does.
-std::optional<std::string> pending_firmware(Ap& ap) {
+/// The firmware image that waits for the AP; empty when nothing does.
+std::string pending_firmware(Ap& ap) {
   if (!ap.db.open()) {
-    return std::nullopt;
+    return "";
   }
-  const std::string path =
-      ap.db
-          .ask(Step(kOperation), "SELECT `fw_upgrade` FROM `%s`.`ap_list` WHERE `MAC`=UPPER('%s')",
-               AP_INFO, ap.mac)
-          .first_text()
-          .value_or("");
-  return path.empty() ? std::nullopt : std::optional(path);
+  Rows rows =
+      ap.db.ask(Step(kOperation), "SELECT `fw_upgrade` FROM `%s`.`ap_list` WHERE `MAC`=UPPER('%s')",
+                AP_INFO, ap.mac);
+  return rows.first_text().value_or("");
 }
 
 void bring_sync_file(Ap& ap, const std::string& ip) {
@@ -40,7 +37,7 @@ void bring_sync_file(Ap& ap, const std::string& ip) {
   if (access(file.c_str(), F_OK) != 0 || wum_update_check(ap, ip, file, CommandType::sync) != 0) {
     return;
   }
-  kill_update_tool(ap.mac, std::nullopt);
+  kill_update_tool(ap.mac, "");
   run_command({kOperation, ap.mac}, "/usr/sbin/wum -c update -m %s -i %s -t %d > /dev/null 2>&1 &",
               ap.mac, file, static_cast<int>(CommandType::sync));
 }
@@ -67,11 +64,11 @@ void update_firmware(Ap& ap, const std::string& firmware) {
 }
 
 void check_updates(Ap& ap, const std::string& ip) {
-  if (const std::optional<std::string> firmware = pending_firmware(ap)) {
-    if (isRegularFile(*firmware)) {
+  if (const std::string firmware = pending_firmware(ap); !firmware.empty()) {
+    if (isRegularFile(firmware)) {
       ap.give_connection_back();
       run_command({kOperation, ap.mac}, "/usr/sbin/ap-command %d %s %s",
-                  static_cast<int>(CommandType::firmware), *firmware, ap.mac);
+                  static_cast<int>(CommandType::firmware), firmware, ap.mac);
       return;
     }
     setAction(ap, ApAction::none, std::nullopt, "fw_upgrade");

@@ -1,16 +1,12 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <array>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <string>
 #include <string_view>
 
-#include "entry/arguments.h"
-#include "entry/command.h"
 #include "entry/personalities.h"
 #include "platform/system_log.h"
 #include "trace/trace_log.h"
@@ -22,18 +18,8 @@ struct Personality {
   void (*run)(int argc, char** argv);
 };
 
-constexpr std::array<Personality, 4> kPersonalities{{
-    {"ap-up", up},
-    {"ap-down", down},
-    {"ap-history", history},
-    {"ap-command", [](int argc, char** argv) { command(argc - 1, argv + 1); }},
-}};
-
-/// The last component of the name under which the program was started.
-std::string_view invocation_name(const char* path) {
-  const char* slash = std::strrchr(path, '/');
-  return slash == nullptr ? path : slash + 1;
-}
+constexpr Personality kPersonalities[] = {
+    {"ap-up", up}, {"ap-down", down}, {"ap-history", history}, {"ap-command", command}};
 
 /// Gives the process the same surroundings whoever starts it. A file must not be opened under the
 /// number of a standard descriptor that came closed; an inherited signal setting must not end us at
@@ -65,7 +51,7 @@ void report_dropped_event(int argc, char** argv, const char* reason) {
   for (int i = 0; i < argc; ++i) {
     event += (i == 0 ? "" : " ") + std::string(argv[i]);
   }
-  ap_debug_log("main", __LINE__, argument(argc, argv, argc - 1), "event dropped: %s", reason);
+  ap_debug_log("main", __LINE__, argv[argc - 1], "event dropped: %s", reason);
   my_report_loss(Loss::event, Remedy::none, event + ": event dropped: " + reason);
 }
 
@@ -75,7 +61,8 @@ int main(int argc, char** argv) {
   if (argc < 2) {
     return 0;
   }
-  const std::string_view name = invocation_name(argv[0]);
+  const std::string_view path = argv[0];
+  const std::string_view name = path.substr(path.rfind('/') + 1);
   for (const Personality& personality : kPersonalities) {
     if (name == personality.name) {
       try {

@@ -1,44 +1,131 @@
 #include "entry/personalities.h"
 
 #include "control/command_file.h"
-#include "entry/arguments.h"
+#include "db/set_action.h"
+#include "entry/firmware_update.h"
 #include "entry/lock_file.h"
-#include "lifecycle/capability.h"
+#include "entry/report_cycle.h"
+#include "lifecycle/announcement.h"
 #include "lifecycle/join.h"
 #include "lifecycle/leave.h"
 #include "lifecycle/scan_announcement.h"
+#include "platform/controller.h"
 #include "steering/block_table.h"
+#include "trace/trace_log.h"
+#include "values/decimal.h"
 #include "values/mac_address.h"
+#include "values/visible_text.h"
+
+namespace {
+
+/// A firmware path is held to this many bytes.
+constexpr std::size_t kLongestPath = 255;
+
+/// Argument `index` of the program; null when there are fewer.
+const char* argument(int argc, char** argv, int index) {
+  return index < argc ? argv[index] : nullptr;
+}
+
+/// Writes a trace line for each argument, numbered from 0, under `key` (null for none).
+void trace_arguments(const char* personality, const char* key, int argc, char** argv) {
+  for (int i = 1; i < argc; ++i) {
+    ap_debug_log({personality, key}, "@@ %s => [%02d]:%s", personality, i - 1,
+                 visible_text(argv[i]).c_str());
+  }
+}
+
+/// Runs `body` for the AP with this MAC, unless it is missing (null) or not well formed.
+template <typename Body>
+void for_ap(const char* mac, Event event, Body body) {
+  if (mac != nullptr && is_mac(mac)) {
+    Ap ap(mac, event);
+    body(ap);
+  }
+}
+
+/// The type that `text` names; one that means nothing, for a missing or unknown text.
+CommandType command_type(const char* text) {
+  const std::int64_t number = text == nullptr ? 0 : decimal(text);
+  const bool is_known = number >= 0 && number <= static_cast<int>(CommandType::mark_updating);
+  return static_cast<CommandType>(is_known ? number : 0);
+}
+
+void reboot(Ap& ap) {
+  command_reboot(ap);
+  setAction(ap, ApAction::reboot, std::nullopt, "command");
+  if (ap.db.open()) {
+    log_ap_event(ap, "rebooted.");
+  }
+  AH_deleteRelative(ap.mac);
+}
+
+}  // namespace
 
 void up(int argc, char** argv) {
   const char* mac = argument(argc, argv, 2);
-  trace_arguments("up", mac, argc - 1, argv + 1);
-  if (mac == nullptr || !is_mac(mac)) {
-    return;
-  }
-  Ap ap(mac, {"join not recorded", Remedy::next_report});
-  ap_lock_remove(mac);
-  remove_abandoned_commands();
-  ap_block_remove(ap, Quiet::no, "up");
-  const Capability capability = ap_info_load(mac);
-  ap_up_register(ap, argv[1], capability);
+  trace_arguments("up", mac, argc, argv);
+  for_ap(mac, {"join not recorded", Remedy::next_report}, [&](Ap& ap) {
+    ap_lock_remove(mac);
+    remove_abandoned_commands();
+    ap_block_remove(ap, Quiet::no, "up");
+    ap_up_register(ap, argv[1], ap_info_load(mac));
+  });
 }
 
 void down(int argc, char** argv) {
   const char* mac = argument(argc, argv, 1);
-  trace_arguments("down", mac, argc - 1, argv + 1);
-  if (mac == nullptr || !is_mac(mac)) {
-    return;
-  }
-  Ap ap(mac, {"leave not recorded", Remedy::none});
-  ap_lock_remove(mac);
-  ap_block_remove(ap, Quiet::no, "down");
-  drop_ap_client_table(ap);
-  ap_down_record(ap);
-  ap.db.close();
-  scan_announce();
+  trace_arguments("down", mac, argc, argv);
+  for_ap(mac, {"leave not recorded", Remedy::none}, [&](Ap& ap) {
+    ap_lock_remove(mac);
+    ap_block_remove(ap, Quiet::no, "down");
+    drop_ap_client_table(ap);
+    ap_down_record(ap);
+    ap.db.close();
+    scan_announce();
+  });
 }
 
 void history(int argc, char** argv) {
-  trace_arguments("history", argument(argc, argv, 2), argc - 1, argv + 1);
+  trace_arguments("history", argument(argc, argv, 2), argc, argv);
+}
+
+void command(int argc, char** argv) {
+  const char* first = argument(argc, argv, 2);
+  const char* second = argument(argc, argv, 3);
+  const char* third = argument(argc, argv, 4);
+
+  trace_arguments("command", first, argc, argv);
+  switch (command_type(argument(argc, argv, 1))) {
+    case CommandType::report:
+      for_ap(third, {"report dropped", Remedy::next_report},
+             [&](Ap& ap) { report_cycle(ap, first, second); });
+      break;
+    case CommandType::reboot:
+      for_ap(first, {"reboot not recorded", Remedy::none}, reboot);
+      break;
+    case CommandType::firmware:
+      for_ap(second, {"firmware update not recorded", Remedy::none},
+             [&](Ap& ap) { update_firmware(ap, std::string(first).substr(0, kLongestPath)); });
+      break;
+    case CommandType::release_all:
+      for_ap(second, {"release of all blocks not recorded", Remedy::none}, command_release_all);
+      break;
+    case CommandType::sync:
+      for_ap(second, {"update check dropped", Remedy::none},
+             [&](Ap& ap) { check_updates(ap, first); });
+      break;
+    case CommandType::disconnect_tool:
+      if (first != nullptr) {
+        disconnect_tool(first, second);
+      }
+      break;
+    case CommandType::mark_updating:
+      if (second != nullptr) {
+        Ap ap(second, {"update not recorded", Remedy::none});
+        setAction(ap, ApAction::update, std::nullopt, "command");
+      }
+      break;
+    case CommandType::steering:
+      break;
+  }
 }

@@ -8,7 +8,7 @@
 #include "control/command_file.h"
 #include "db/schema.h"
 #include "entry/lock_file.h"
-#include "lifecycle/connection_status.h"
+#include "lifecycle/join.h"
 #include "platform/controller.h"
 #include "platform/files.h"
 #include "platform/settings.h"
@@ -79,12 +79,6 @@ std::string store_report(Ap& ap, const std::string& path, int filter_mode, Findi
   return release_lines(ap, filter_mode, found);
 }
 
-void remove_report(const std::string& path) {
-  if (access(paths::kKeepReports, F_OK) != 0) {
-    my_rm("%s", path.c_str());
-  }
-}
-
 void answer_report(Ap& ap, const std::string& path, const std::string& ip) {
   const int filter_mode = RI(setting::kMacFilter);
   register_unknown_ap(ap, ip);
@@ -92,7 +86,9 @@ void answer_report(Ap& ap, const std::string& path, const std::string& ip) {
   Findings found;
   const std::string releases = store_report(ap, path, filter_mode, found);
   ap.db.close();  // all of it is stored before the report goes
-  remove_report(path);
+  if (access(paths::kKeepReports, F_OK) != 0) {
+    my_rm("%s", path.c_str());
+  }
   std::string lines = answer_lines(ap, filter_mode, releases, Quiet::no, found);
   ap.db.close();
   lines = my_string(std::move(lines), "time=%lu\n", static_cast<unsigned long>(std::time(nullptr)));

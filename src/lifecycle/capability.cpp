@@ -3,10 +3,11 @@
 #include <unistd.h>
 
 #include <optional>
+#include <span>
 #include <vector>
 
+#include "control/firmware_offer.h"
 #include "control/shell_command.h"
-#include "control/support_marker.h"
 #include "platform/files.h"
 #include "platform/text.h"
 #include "values/channel_table.h"
@@ -17,23 +18,38 @@
 namespace {
 
 constexpr const char* kSystem = "SYSTEM";
-constexpr const char* kTwoFourGhz = "2.4G";
-constexpr const char* kFiveGhz = "5G";
 
 constexpr std::size_t kLongestValue = 1023;
 constexpr std::size_t kMostEntries = 60;
 constexpr std::size_t kMostDigits = 18;  // of a number that stands in a statement without quotes
-constexpr int kSubBands = 4;
 
 /// The list of an AP that cannot raise its power.
 constexpr std::string_view kNoHighPower = "0,0,0,0,0,0";
 /// What the registry has for "cannot".
-constexpr int kUnable = -1;
+constexpr const char* kUnable = "-1";
 
-using Value = std::optional<std::string_view>;
+/// A part of a band with power and channel lists of its own: the endings of their keys and columns.
+struct Part {
+  const char* key;
+  SqlName column;
+};
+
+struct BandNames {
+  const char* section;
+  SqlName prefix;  // of its columns
+  std::span<const Part> parts;
+  ChannelListHead head;  // of its channel values
+};
+
+constexpr Part kWhole[] = {{"", ""}};
+constexpr Part kSubBands[] = {{"1", "_1"}, {"2", "_2"}, {"3", "_3"}, {"4", "_4"}};
+constexpr BandNames kBandNames[] = {{"2.4G", "", kWhole, ChannelListHead::none},
+                                    {"5G", "5G_", kSubBands, ChannelListHead::power_and_band}};
+
+using Value = std::optional<std::string>;
 
 Value value_of(const Report& report, const char* section, const std::string& key) {
-  const Value value = report.text(section, key);
+  const std::optional<std::string_view> value = report.text(section, key);
   return value ? Value(value->substr(0, kLongestValue)) : std::nullopt;
 }
 
@@ -42,28 +58,11 @@ void append(Statement& assignments, const Statement& assignment) {
   assignments.sound = assignments.sound && assignment.sound;
 }
 
-void assign(Statement& assignments, const Statement& column, std::string_view text) {
-  append(assignments, statement(", `%s`='%s'", column, text));
-}
-
-void assign(Statement& assignments, const Statement& column, int number) {
-  append(assignments, statement(", `%s`='%d'", column, number));
-}
-
-void assign_present(Statement& assignments, const Statement& column, const Value& text) {
+/// Appends the assignment of a text; nothing for none.
+void assign(Statement& assignments, const Statement& column, const Value& text) {
   if (text) {
-    assign(assignments, column, *text);
+    append(assignments, statement(", `%s`='%s'", column, *text));
   }
-}
-
-void assign_modes(Statement& assignments, const Statement& column, const Value& text) {
-  if (text) {
-    assign(assignments, column, wireless_mode_mask_list(*text));
-  }
-}
-
-void assign_channel(Statement& assignments, const Statement& column, const Value& number) {
-  assign_present(assignments, column, number ? channel_label(decimal(*number)) : std::nullopt);
 }
 
 bool is_decimal_number(std::string_view text) {
@@ -73,67 +72,61 @@ bool is_decimal_number(std::string_view text) {
 }
 
 void add_system(Capability& capability, const Report& report) {
-  assign_present(capability.initial, statement("fw_version"), value_of(report, kSystem, "version"));
+  assign(capability.initial, statement("fw_version"), value_of(report, kSystem, "version"));
   if (const Value poe = value_of(report, kSystem, "poe_passthru")) {
-    assign(capability.initial, statement("poe"), decimal(*poe) == 0 ? kUnable : 0);
+    assign(capability.initial, statement("poe"), decimal(*poe) == 0 ? kUnable : "0");
   }
-  const std::string ports(value_of(report, kSystem, "ethernet_num").value_or("0"));
-  append(capability.refresh,
-         statement(", `wired_max`=%s",
-                   SqlNumber{is_decimal_number(ports) ? std::string_view(ports) : "0"}));
+  std::string ports = value_of(report, kSystem, "ethernet_num").value_or("0");
+  if (!is_decimal_number(ports)) {
+    ports = "0";
+  }
+  append(capability.refresh, statement(", `wired_max`=%s", SqlNumber{ports}));
+  capability.fetches_updates = decimal(value_of(report, kSystem, "wget_update").value_or("")) != 0;
 }
 
-void add_two_four_ghz(Capability& capability, const Report& report) {
-  const auto value = [&](const char* key) { return value_of(report, kTwoFourGhz, key); };
-  assign_present(capability.refresh, statement("ssid_max"), value("ssid_max"));
-  assign_modes(capability.refresh, statement("wireless_mode_list"), value("mode"));
-  const Value high_power = value("hi_txpower");
-  assign_present(capability.refresh, statement("high_txpower_list"), high_power);
-  if (high_power == kNoHighPower) {
-    assign(capability.initial, statement("high_power"), kUnable);
+void add_band(Capability& capability, const Report& report, const BandNames& band) {
+  const auto value = [&](const std::string& key) { return value_of(report, band.section, key); };
+  const auto column = [&](SqlName name, SqlName ending) {
+    return statement("%s%s%s", band.prefix, name, ending);
+  };
+  Statement& refresh = capability.refresh;
+  assign(refresh, column("ssid_max", ""), value("ssid_max"));
+  if (const Value modes = value("mode")) {
+    assign(refresh, column("wireless_mode_list", ""), wireless_mode_mask_list(*modes));
   }
-  assign_present(capability.refresh, statement("txpower_list"), value("txpower"));
-  const ChannelList channels =
-      channel_list_parse(value("channel").value_or(""), ChannelListHead::none);
-  if (!channels.labels.empty()) {
-    assign(capability.refresh, statement("channel_list"), channels.labels);
-  }
-  assign_present(capability.refresh, statement("channel_ext_list"), value("extension"));
-  assign_channel(capability.initial, statement("channel"), value("defult_channel"));
-}
-
-void add_five_ghz(Capability& capability, const Report& report) {
-  const auto value = [&](const std::string& key) { return value_of(report, kFiveGhz, key); };
-  assign_present(capability.refresh, statement("5G_ssid_max"), value("ssid_max"));
-  assign_modes(capability.refresh, statement("5G_wireless_mode_list"), value("mode"));
   bool unable = false;
-  for (int i = 1; i <= kSubBands; ++i) {
-    const Value high_power = value(M("hi_txpower%d", i));
-    assign_present(capability.refresh, statement("5G_high_txpower_list_%d", i), high_power);
-    assign_present(capability.refresh, statement("5G_txpower_list_%d", i),
-                   value(M("txpower%d", i)));
+  for (const Part& part : band.parts) {
+    const Value high_power = value(M("hi_txpower%s", part.key));
+    assign(refresh, column("high_txpower_list", part.column), high_power);
+    assign(refresh, column("txpower_list", part.column), value(M("txpower%s", part.key)));
     unable = unable || high_power == kNoHighPower;
   }
   if (unable) {
-    assign(capability.initial, statement("5G_high_power"), kUnable);
+    assign(capability.initial, column("high_power", ""), kUnable);
   }
-  for (int i = 1; i <= kSubBands; ++i) {
+  for (const Part& part : band.parts) {
     const ChannelList channels =
-        channel_list_parse(value(M("channel%d", i)).value_or(""), ChannelListHead::power_and_band);
-    if (!channels.labels.empty()) {
-      assign(capability.refresh, statement("5G_channel_list_%d_toTxpower", i), channels.to_txpower);
-      assign(capability.refresh, statement("5G_channel_list_%d_band", i), channels.band);
-      assign(capability.refresh, statement("5G_channel_list_%d", i), channels.labels);
+        channel_list_parse(value(M("channel%s", part.key)).value_or(""), band.head);
+    if (channels.labels.empty()) {
+      continue;
     }
+    const Statement list = column("channel_list", part.column);
+    if (band.head == ChannelListHead::power_and_band) {
+      assign(refresh, statement("%s_toTxpower", list), std::to_string(channels.to_txpower));
+      assign(refresh, statement("%s_band", list), std::to_string(channels.band));
+    }
+    assign(refresh, list, channels.labels);
   }
-  assign_present(capability.refresh, statement("5G_channel_ext_list"), value("extension"));
-  assign_channel(capability.initial, statement("5G_channel"), value("defult_channel"));
+  assign(refresh, column("channel_ext_list", ""), value("extension"));
+  if (const Value channel = value("defult_channel")) {
+    const std::optional<std::string_view> label = channel_label(decimal(*channel));
+    assign(capability.initial, column("channel", ""), label ? Value(*label) : std::nullopt);
+  }
 }
 
 void add_operation(Capability& capability, const Report& report) {
   if (const Value mode = value_of(report, "OPERATION", "mode")) {
-    append(capability.refresh,
-           statement(", `op_mode`=%d", my_tolower(std::string(*mode)) == "mesh" ? 1 : 0));
+    append(capability.refresh, statement(", `op_mode`=%d", my_tolower(*mode) == "mesh" ? 1 : 0));
   }
 }
 
@@ -158,42 +151,11 @@ std::vector<std::string_view> channel_entries(std::string_view text) {
 int mode_mask(std::string_view name) {
   int mask = 0;
   for (std::size_t i = 0; i < name.size(); ++i) {
-    switch (name[i]) {
-      case 'b':
-        mask += 1;
-        break;
-      case 'g':
-        mask += 2;
-        break;
-      case 'n':
-        mask += 4;
-        break;
-      case 'a':
-        if (name.substr(i + 1).starts_with('c')) {
-          mask += 16;
-          ++i;
-        } else {
-          mask += 8;
-        }
-        break;
-      default:
-        break;
-    }
+    const std::size_t bit = std::string_view("bgna").find(name[i]);
+    mask += bit == std::string_view::npos ? 0 : 1 << bit;
+    mask += name.substr(i).starts_with("ac") ? 8 : 0;  // 16 instead of 8
   }
   return mask;
-}
-
-void store_support_marker(SupportMarker marker, const std::string& mac) {
-  switch (marker) {
-    case SupportMarker::keep:
-      break;
-    case SupportMarker::set:
-      run_command({"ap_info_load", mac}, "> %s", support_marker(mac));
-      break;
-    case SupportMarker::clear:
-      my_rm("%s", support_marker(mac).c_str());
-      break;
-  }
 }
 
 }  // namespace
@@ -205,7 +167,7 @@ ChannelList channel_list_parse(std::string_view text, ChannelListHead head) {
     const std::size_t at = position++;
     if (head == ChannelListHead::power_and_band && at < 2) {
       (at == 0 ? channels.to_txpower : channels.band) = decimal_int(entry);
-    } else if (const Value label = channel_label(decimal(entry))) {
+    } else if (const std::optional<std::string_view> label = channel_label(decimal(entry))) {
       channels.labels.append(channels.labels.empty() ? "" : ",").append(*label);
     }
   }
@@ -224,10 +186,9 @@ std::string wireless_mode_mask_list(std::string_view text) {
 Capability ap_capability_parse(const Report& report) {
   Capability capability;
   add_system(capability, report);
-  add_two_four_ghz(capability, report);
-  add_five_ghz(capability, report);
-  const bool fetches = decimal(value_of(report, kSystem, "wget_update").value_or("")) != 0;
-  capability.marker = fetches ? SupportMarker::set : SupportMarker::clear;
+  for (const BandNames& band : kBandNames) {
+    add_band(capability, report, band);
+  }
   add_operation(capability, report);
   return capability;
 }
@@ -240,7 +201,11 @@ Capability ap_info_load(const std::string& mac) {
   Capability capability;
   if (const std::optional<Report> report = Report::load(path, mac)) {
     capability = ap_capability_parse(*report);
-    store_support_marker(capability.marker, mac);
+    if (capability.fetches_updates) {
+      run_command({"ap_info_load", mac}, "> %s", support_marker(mac));
+    } else {
+      my_rm("%s", support_marker(mac).c_str());
+    }
   }
   if (access(paths::kKeepCapabilities, F_OK) != 0) {
     my_rm("%s", path.c_str());

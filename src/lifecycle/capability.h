@@ -10,15 +10,12 @@
 // sections SYSTEM, 2.4G, 5G and OPERATION. The controller writes it before the join; the join reads
 // and removes it.
 
-/// What becomes of the marker that an AP can fetch firmware by itself.
-enum class SupportMarker { keep, set, clear };
-
 /// What a capability file means for the AP's row in the registry: assignments that each begin with
 /// ", " and can follow another one in a statement. Empty for nothing.
 struct Capability {
-  Statement refresh;  // written at every join
-  Statement initial;  // written only when the AP is registered
-  SupportMarker marker = SupportMarker::keep;
+  Statement refresh;             // written at every join
+  Statement initial;             // written only when the AP is registered
+  bool fetches_updates = false;  // the AP gets a support marker
 };
 
 /// Reads a capability file. Values are cut to 1023 bytes and escaped; a channel that has no label

@@ -6,11 +6,13 @@
 #include "lifecycle/announcement.h"
 #include "platform/controller.h"
 #include "platform/files.h"
+#include "steering/block_table.h"
 #include "values/decimal.h"
 
 namespace {
 
 constexpr const char* kOperation = "ap_up_register";
+constexpr const char* kCheck = "checkConnectionStatus";
 
 /// What the registry has of an AP.
 struct KnownAp {
@@ -88,6 +90,19 @@ void join_again(Ap& ap, const std::string& ip, const Statement& refresh, const K
   }
 }
 
+/// Whether the AP, which has just reported, is recorded as gone with nothing ordered for it.
+bool is_back(Ap& ap) {
+  if (!ap.db.open()) {
+    return false;
+  }
+  Rows rows = ap.db.ask(Step(kCheck),
+                        "SELECT `Status`, `action` FROM `%s`.`ap_list` WHERE `MAC`=UPPER('%s')",
+                        AP_INFO, ap.mac);
+  const std::optional<Row> row = rows.next();
+  return row && row->number(0) == kNotConnected &&
+         row->number(1) == static_cast<int>(ApAction::none);
+}
+
 }  // namespace
 
 void ap_up_register(Ap& ap, const std::string& ip, const Capability& capability) {
@@ -100,17 +115,22 @@ void ap_up_register(Ap& ap, const std::string& ip, const Capability& capability)
   }
   Statement refresh = capability.refresh;
   std::optional<KnownAp> known = known_ap(std::move(rows));
-  if (!known) {
-    if (insert(ap, ip, capability) == 0) {
-      // Another process may have been quicker. Only one of the two has read what the AP says of
-      // itself, so for an AP that was new a moment ago all of it is written.
-      known = known_ap(look_up(ap));
-      refresh = statement("%s%s", capability.initial, capability.refresh);
-    }
-    if (!known) {
-      announce(ap, NoticeEvent::join, std::nullopt, ip);
-      return;
-    }
+  if (!known && insert(ap, ip, capability) == 0) {
+    // Another process may have been quicker. Only one of the two has read what the AP says of
+    // itself, so for an AP that was new a moment ago all of it is written.
+    known = known_ap(look_up(ap));
+    refresh = statement("%s%s", capability.initial, capability.refresh);
   }
-  join_again(ap, ip, refresh, *known);
+  if (known) {
+    join_again(ap, ip, refresh, *known);
+  } else {
+    announce(ap, NoticeEvent::join, std::nullopt, ip);
+  }
+}
+
+void checkConnectionStatus(Ap& ap, const std::string& ip) {
+  if (is_back(ap)) {
+    ap_block_remove(ap, Quiet::no, kCheck);
+    ap_up_register(ap, ip, Capability{});
+  }
 }

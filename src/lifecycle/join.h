@@ -14,3 +14,8 @@
 /// When two processes register the same new AP at once, the one that comes second finds its row
 /// made and goes on as for a known AP, without announcing it again. The MAC has to be well formed.
 void ap_up_register(Ap& ap, const std::string& ip, const Capability& capability);
+
+/// Brings an AP back that reports from the address `ip` while it is recorded as not connected and
+/// nothing has been ordered for it: lifts its blocks and has it join again, without a capability
+/// file. The MAC has to be well formed.
+void checkConnectionStatus(Ap& ap, const std::string& ip);

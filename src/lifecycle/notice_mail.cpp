@@ -9,15 +9,9 @@
 namespace {
 
 constexpr const char* kProgram = "ap-run";
-constexpr const char* kJoinTime = "Connected";
-constexpr const char* kLeaveTime = "Disconnected";
 
 bool own_name(const std::optional<std::string>& name, const std::string& mac) {
   return name && *name != mac;
-}
-
-std::string add_time(std::string body, const char* what, const std::string& time) {
-  return my_string(std::move(body), "%s: %s\r\n", what, time.c_str());
 }
 
 std::optional<std::string> unless_unset(const std::string& field) {
@@ -26,13 +20,12 @@ std::optional<std::string> unless_unset(const std::string& field) {
 
 void send_to(const MailRecord& record, const std::string& recipient, const std::string& subject,
              const std::string& body) {
-  if (recipient != kMissingValue) {
-    if (my_buildMailAndSend(0, record.field1, recipient, 0, subject, body, 0, 0,
-                            unless_unset(record.field5), unless_unset(record.field6),
-                            record.field2) != 0) {
-      my_report_loss(Loss::helper, Remedy::none,
-                     M("the mail to %s was not sent: %s", recipient.c_str(), subject.c_str()));
-    }
+  if (recipient != kMissingValue &&
+      my_buildMailAndSend(0, record.field1, recipient, 0, subject, body, 0, 0,
+                          unless_unset(record.field5), unless_unset(record.field6),
+                          record.field2) != 0) {
+    my_report_loss(Loss::helper, Remedy::none,
+                   M("the mail to %s was not sent: %s", recipient.c_str(), subject.c_str()));
   }
 }
 
@@ -68,18 +61,18 @@ Query notice_times_query(const std::string& mac) {
 }
 
 std::string notice_body(const NoticeMail& mail, const NoticeTimes& times) {
-  const bool leave = mail.event == NoticeEvent::leave;
   std::string body = M("Name: %s\r\nMAC: %s\r\nIP: %s\r\n",
                        own_name(mail.name, mail.mac) ? mail.name->c_str() : "---", mail.mac.c_str(),
                        mail.ip.value_or("---").c_str());
-  if (times.joined || (leave && times.left)) {
+  const bool tells_left = mail.event == NoticeEvent::leave && times.left;
+  if (times.joined || tells_left) {
     body += "\r\n";
   }
   if (times.joined) {
-    body = add_time(std::move(body), kJoinTime, *times.joined);
+    body += "Connected: " + *times.joined + "\r\n";
   }
-  if (leave && times.left) {
-    body = add_time(std::move(body), kLeaveTime, *times.left);
+  if (tells_left) {
+    body += "Disconnected: " + *times.left + "\r\n";
   }
   return body;
 }

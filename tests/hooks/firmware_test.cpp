@@ -139,7 +139,7 @@ TEST_F(Firmware, AnotherApGetsItsImageThroughTheToolAndAfterThatItsSyncFile) {
             "command: /usr/sbin/wum " + kTool + " -i " + kSync + " -t 8 > /dev/null 2>&1 &");
   EXPECT_EQ(content("/recorded/wum.descriptors"), "\n\n") << "it was handed descriptors";
   const std::string before = content("/recorded/syslog");
-  kill_update_tool(kMac, std::nullopt);
+  kill_update_tool(kMac, "");
   EXPECT_TRUE(eventually([&] { return content("/recorded/syslog") != before; }))
       << "the tool outlives the hook";
 }
@@ -235,7 +235,7 @@ TEST_F(Firmware, ANewToolEndsTheRunningOnesOfItsApAlone) {
     return 0;
   });
   for (int walk = 0; walk < 50; ++walk) {
-    kill_update_tool("no such text", std::nullopt);
+    kill_update_tool("no such text", "");
   }
   EXPECT_EQ(run_hook(kBringImage), 0);
   EXPECT_EQ(updating.finish().status, 128 + SIGTERM);

@@ -16,7 +16,7 @@ std::string parsed(const std::string& text) {
   const Capability capability = ap_capability_parse(*Report::load(path, ""));
   unlink(path.c_str());
   return capability.initial.text + " / " + capability.refresh.text +
-         (capability.marker == SupportMarker::set ? " / set" : "");
+         (capability.fetches_updates ? " / set" : "");
 }
 
 TEST(CapabilityFile, BecomesTwoFragmentsAndTheMarker) {
