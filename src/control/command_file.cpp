@@ -11,7 +11,6 @@
 #include <ctime>
 #include <filesystem>
 #include <functional>
-#include <optional>
 #include <system_error>
 
 #include "platform/files.h"
@@ -22,9 +21,7 @@
 
 namespace {
 
-constexpr const char* kPrefix = "[CMD]=";
-constexpr int kTries = 15;
-constexpr unsigned int kSecondsBetweenTries = 1;
+constexpr int kTries = 15;                    // a second apart
 constexpr std::int64_t kAbandonedAfter = 60;  // seconds; writing takes milliseconds
 
 /// How an attempt to write a command ended: an error number of the system, 0 when the command is in
@@ -32,7 +29,7 @@ constexpr std::int64_t kAbandonedAfter = 60;  // seconds; writing takes millisec
 using Ending = int;
 
 std::string slot_path(const std::string& mac, CommandSlot slot) {
-  return M("%s/%s%s%s", paths::kCommands, kPrefix, mac.c_str(),
+  return M("%s/[CMD]=%s%s", paths::kCommands, mac.c_str(),
            slot == CommandSlot::download ? ".update" : "");
 }
 
@@ -42,26 +39,20 @@ std::string own_path() {
   return M("%s/.%d", paths::kCommands, static_cast<int>(getpid()));
 }
 
-Ending write_beside(const std::string& path, const std::string& text) {
+/// Writes `text` beside the slots and puts it into its place with `put`, which sets errno.
+Ending write_command(const std::string& text, const std::function<int(const char* from)>& put) {
+  const std::string path = own_path();
   unlink(path.c_str());  // left behind by a process of the same number that died
   const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
   if (file < 0) {
     return errno;
   }
   const ssize_t written = write(file, text.data(), text.size());
-  Ending ending = written < 0                                       ? errno
-                  : static_cast<std::size_t>(written) < text.size() ? ENOSPC
-                                                                    : 0;
+  const bool is_whole = written == static_cast<ssize_t>(text.size());
+  Ending ending = is_whole ? 0 : written < 0 ? errno : ENOSPC;
   if (close(file) != 0 && ending == 0) {
     ending = errno;
   }
-  return ending;
-}
-
-/// Writes `text` beside the slots and puts it into its place with `put`, which sets errno.
-Ending write_command(const std::string& text, const std::function<int(const char* from)>& put) {
-  const std::string path = own_path();
-  Ending ending = write_beside(path, text);
   if (ending == 0 && put(path.c_str()) != 0) {
     ending = errno;
   }
@@ -93,7 +84,7 @@ bool queue(Ap& ap, CommandSlot slot, Remedy remedy, const std::function<std::str
     ending = take_slot(path, text());
     if (ending == EEXIST) {
       ap.give_connection_back();
-      sleep(kSecondsBetweenTries);
+      sleep(1);
     }
   }
   if (ending != 0) {

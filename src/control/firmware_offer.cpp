@@ -17,7 +17,6 @@
 namespace {
 
 constexpr const char* kOperation = "wum_update_check";
-constexpr const char* kProgram = "ap-run";
 
 /// Link path and command each have to fit into 512 bytes, the final NUL included.
 constexpr std::size_t kLongest = 511;
@@ -35,37 +34,22 @@ std::optional<std::string> refusal(const std::string& base_name, const DownloadO
   return std::nullopt;
 }
 
-std::optional<std::string> recorded_address(Ap& ap) {
-  return ap.db.open() ? get_ap_ip_by_mac(ap.db, ap.mac) : std::nullopt;
-}
-
-/// Which of an address's rules in the chain of its direction a command is about.
-struct FirewallRule {
-  int marker;  // names the call; administrators' scripts know it
-  const char* action;
-  const char* chain;
-  const char* match;
-};
-
-/// Deleting first leaves one rule of each kind, however often an update is prepared.
-constexpr FirewallRule kRules[] = {{856, "-D", "ap_update_in", "-s"},
-                                   {857, "-D", "ap_update_out", "-d"},
-                                   {858, "-A", "ap_update_in", "-s"},
-                                   {859, "-A", "ap_update_out", "-d"}};
-
 void open_firewall(const Ap& ap, const std::string& ip) {
-  for (const FirewallRule& rule : kRules) {
-    const std::string command = M("/sbin/iptables -t filter %s %s %s %s -j ACCEPT", rule.action,
-                                  rule.chain, rule.match, ip.c_str());
-    ap_debug_log({kOperation, ap.mac}, "%s", command.c_str());
-    const int status =
-        my_iptables(4, "[%s]%s(),L:%d=> %s", kProgram, kOperation, rule.marker, command.c_str());
-    if (status != 0 && rule.action == std::string_view("-A")) {
-      ap_debug_log({kOperation, ap.mac}, "ended with %d", status);
-      my_report_loss(Loss::firewall, Remedy::none,
-                     M("AP %s: its address %s is not let in to fetch its update: \"%s\" ended "
-                       "with %d",
-                       ap.mac.c_str(), ip.c_str(), command.c_str(), status));
+  int marker = 856;  // names the call; administrators' scripts know it
+  for (const std::string_view action : {"-D", "-A"}) {
+    for (const char* rule : {"ap_update_in -s", "ap_update_out -d"}) {
+      const std::string command =
+          M("/sbin/iptables -t filter %s %s %s -j ACCEPT", action.data(), rule, ip.c_str());
+      ap_debug_log({kOperation, ap.mac}, "%s", command.c_str());
+      const int status =
+          my_iptables(4, "[%s]%s(),L:%d=> %s", "ap-run", kOperation, marker++, command.c_str());
+      if (status != 0 && action == "-A") {
+        ap_debug_log({kOperation, ap.mac}, "ended with %d", status);
+        my_report_loss(Loss::firewall, Remedy::none,
+                       M("AP %s: its address %s is not let in to fetch its update: \"%s\" ended "
+                         "with %d",
+                         ap.mac.c_str(), ip.c_str(), command.c_str(), status));
+      }
     }
   }
 }
@@ -109,7 +93,8 @@ int wum_update_check(Ap& ap, const std::optional<std::string>& ap_ip, const std:
     ap_debug_log({kOperation, ap.mac}, "declined: %s", offer.refusal->c_str());
     return 0;
   }
-  const std::string ip = (ap_ip ? ap_ip : recorded_address(ap)).value_or("");
+  const std::string ip =
+      (ap_ip || !ap.db.open() ? ap_ip : get_ap_ip_by_mac(ap.db, ap.mac)).value_or("");
   if (!is_ap_address(ip)) {
     ap_debug_log({kOperation, ap.mac}, "declined: no address to open the firewall for: \"%s\"",
                  visible_text(ip).c_str());

@@ -2,8 +2,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
-
 #include "platform/shell.h"
 #include "platform/system_log.h"
 #include "values/shell_word.h"

@@ -20,10 +20,9 @@ struct Argument {
   std::string_view text;
   int number = 0;
 
-  Argument(int value) : number(value) {}               // NOLINT: made from values alone
-  Argument(std::string_view value) : text(value) {}    // NOLINT
-  Argument(const char* value) : text(value) {}         // NOLINT
-  Argument(const std::string& value) : text(value) {}  // NOLINT
+  Argument(int value) : number(value) {}  // NOLINT: made from values alone
+  template <std::convertible_to<std::string_view> Text>
+  Argument(const Text& value) : text(value) {}  // NOLINT
 };
 
 template <typename... Values>

@@ -8,11 +8,11 @@
 #include "trace/trace_log.h"
 #include "values/paths.h"
 
-Lock ap_lock_take(const std::string& mac) {
+bool ap_lock_take(const std::string& mac) {
   const std::int64_t now = std::time(nullptr);
   const std::int64_t created = my_file_create_time(M("%s/%s", paths::kLocks, mac.c_str()));
   if (created <= now && now - created < kStaleLockAge) {
-    return Lock::held_by_another;
+    return false;
   }
   if (my_system("> %s/%s", paths::kLocks, mac.c_str()) != 0) {
     ap_debug_log({"ap_lock_take", mac}, "the lock cannot be made in %s", paths::kLocks);
@@ -20,7 +20,7 @@ Lock ap_lock_take(const std::string& mac) {
                    M("AP %s: reports are not kept apart: the lock cannot be made in %s",
                      mac.c_str(), paths::kLocks));
   }
-  return Lock::taken;
+  return true;
 }
 
 void ap_lock_remove(const std::string& mac) {

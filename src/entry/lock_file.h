@@ -11,12 +11,10 @@
 /// set back since.
 inline constexpr std::int64_t kStaleLockAge = 600;
 
-enum class Lock { held_by_another, taken };
-
-/// Takes the AP's lock unless it is held. Testing and taking are two steps: two reports that arrive in
-/// the same moment may both take it. A lock that cannot be made is reported as a loss and counts as
-/// taken.
-Lock ap_lock_take(const std::string& mac);
+/// Takes the AP's lock; false when it is held. Testing and taking are two steps: two reports that
+/// arrive in the same moment may both take it. A lock that cannot be made is reported as a loss and
+/// counts as taken.
+bool ap_lock_take(const std::string& mac);
 
 /// Removes the AP's lock; a missing one is no error.
 void ap_lock_remove(const std::string& mac);

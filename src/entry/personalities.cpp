@@ -18,9 +18,6 @@
 
 namespace {
 
-/// A firmware path is held to this many bytes.
-constexpr std::size_t kLongestPath = 255;
-
 /// Argument `index` of the program; null when there are fewer.
 const char* argument(int argc, char** argv, int index) {
   return index < argc ? argv[index] : nullptr;
@@ -105,7 +102,7 @@ void command(int argc, char** argv) {
       break;
     case CommandType::firmware:
       for_ap(second, {"firmware update not recorded", Remedy::none},
-             [&](Ap& ap) { update_firmware(ap, std::string(first).substr(0, kLongestPath)); });
+             [&](Ap& ap) { update_firmware(ap, std::string(first).substr(0, 255)); });
       break;
     case CommandType::release_all:
       for_ap(second, {"release of all blocks not recorded", Remedy::none}, command_release_all);

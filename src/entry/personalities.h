@@ -17,7 +17,7 @@ void history(int argc, char** argv);
 ///
 ///   1  report cycle            report file, address, MAC
 ///   2  reboot                  MAC
-///   3  firmware update         firmware file, MAC
+///   3  firmware update         firmware file (held to 255 bytes), MAC
 ///   5  release all blocks      (not used), MAC
 ///   8  update check            address, MAC
 ///   9  leave the update tool   MAC or all zeros, name (optional)

@@ -27,7 +27,6 @@
 namespace {
 
 constexpr const char* kOperation = "command";
-constexpr std::size_t kLongestPath = 255;
 
 /// Registers the AP when the registry does not know it, with the defaults of a new AP.
 void register_unknown_ap(Ap& ap, const std::string& ip) {
@@ -99,11 +98,11 @@ void answer_report(Ap& ap, const std::string& path, const std::string& ip) {
 }  // namespace
 
 void report_cycle(Ap& ap, const std::string& path, const std::string& ip) {
-  if (ap_lock_take(ap.mac) == Lock::held_by_another) {
+  if (!ap_lock_take(ap.mac)) {
     return;
   }
   ap_debug_log({kOperation, ap.mac}, "=====START parsing %s data=====", ap.mac.c_str());
-  const std::string report = path.substr(0, kLongestPath);
+  const std::string report = path.substr(0, 255);
   if (isRegularFile(report)) {
     answer_report(ap, report, ip);
   }

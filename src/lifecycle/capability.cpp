@@ -53,15 +53,10 @@ Value value_of(const Report& report, const char* section, const std::string& key
   return value ? Value(value->substr(0, kLongestValue)) : std::nullopt;
 }
 
-void append(Statement& assignments, const Statement& assignment) {
-  assignments.text += assignment.text;
-  assignments.sound = assignments.sound && assignment.sound;
-}
-
 /// Appends the assignment of a text; nothing for none.
 void assign(Statement& assignments, const Statement& column, const Value& text) {
   if (text) {
-    append(assignments, statement(", `%s`='%s'", column, *text));
+    assignments = statement("%s, `%s`='%s'", assignments, column, *text);
   }
 }
 
@@ -80,7 +75,7 @@ void add_system(Capability& capability, const Report& report) {
   if (!is_decimal_number(ports)) {
     ports = "0";
   }
-  append(capability.refresh, statement(", `wired_max`=%s", SqlNumber{ports}));
+  capability.refresh = statement("%s, `wired_max`=%s", capability.refresh, SqlNumber{ports});
   capability.fetches_updates = decimal(value_of(report, kSystem, "wget_update").value_or("")) != 0;
 }
 
@@ -118,15 +113,8 @@ void add_band(Capability& capability, const Report& report, const BandNames& ban
     assign(refresh, list, channels.labels);
   }
   assign(refresh, column("channel_ext_list", ""), value("extension"));
-  if (const Value channel = value("defult_channel")) {
-    const std::optional<std::string_view> label = channel_label(decimal(*channel));
-    assign(capability.initial, column("channel", ""), label ? Value(*label) : std::nullopt);
-  }
-}
-
-void add_operation(Capability& capability, const Report& report) {
-  if (const Value mode = value_of(report, "OPERATION", "mode")) {
-    append(capability.refresh, statement(", `op_mode`=%d", my_tolower(*mode) == "mesh" ? 1 : 0));
+  if (const auto label = channel_label(decimal(value("defult_channel").value_or("")))) {
+    assign(capability.initial, column("channel", ""), Value(*label));
   }
 }
 
@@ -189,7 +177,10 @@ Capability ap_capability_parse(const Report& report) {
   for (const BandNames& band : kBandNames) {
     add_band(capability, report, band);
   }
-  add_operation(capability, report);
+  if (const Value mode = value_of(report, "OPERATION", "mode")) {
+    capability.refresh =
+        statement("%s, `op_mode`=%d", capability.refresh, my_tolower(*mode) == "mesh" ? 1 : 0);
+  }
   return capability;
 }
 

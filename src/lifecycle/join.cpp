@@ -12,7 +12,6 @@
 namespace {
 
 constexpr const char* kOperation = "ap_up_register";
-constexpr const char* kCheck = "checkConnectionStatus";
 
 /// What the registry has of an AP.
 struct KnownAp {
@@ -86,21 +85,8 @@ void join_again(Ap& ap, const std::string& ip, const Statement& refresh, const K
     setRemote(1, 0, known.sn, 0);
   }
   if (known.status == kNotConnected) {
-    announce(ap, NoticeEvent::join, known.name, ip);
+    announce(ap, {NoticeEvent::join, known.name, ap.mac, ip});
   }
-}
-
-/// Whether the AP, which has just reported, is recorded as gone with nothing ordered for it.
-bool is_back(Ap& ap) {
-  if (!ap.db.open()) {
-    return false;
-  }
-  Rows rows = ap.db.ask(Step(kCheck),
-                        "SELECT `Status`, `action` FROM `%s`.`ap_list` WHERE `MAC`=UPPER('%s')",
-                        AP_INFO, ap.mac);
-  const std::optional<Row> row = rows.next();
-  return row && row->number(0) == kNotConnected &&
-         row->number(1) == static_cast<int>(ApAction::none);
 }
 
 }  // namespace
@@ -124,12 +110,21 @@ void ap_up_register(Ap& ap, const std::string& ip, const Capability& capability)
   if (known) {
     join_again(ap, ip, refresh, *known);
   } else {
-    announce(ap, NoticeEvent::join, std::nullopt, ip);
+    announce(ap, {NoticeEvent::join, std::nullopt, ap.mac, ip});
   }
 }
 
 void checkConnectionStatus(Ap& ap, const std::string& ip) {
-  if (is_back(ap)) {
+  constexpr const char* kCheck = "checkConnectionStatus";
+  if (!ap.db.open()) {
+    return;
+  }
+  Rows rows = ap.db.ask(Step(kCheck),
+                        "SELECT `Status`, `action` FROM `%s`.`ap_list` WHERE `MAC`=UPPER('%s')",
+                        AP_INFO, ap.mac);
+  const std::optional<Row> row = rows.next();
+  if (row && row->number(0) == kNotConnected &&
+      row->number(1) == static_cast<int>(ApAction::none)) {
     ap_block_remove(ap, Quiet::no, kCheck);
     ap_up_register(ap, ip, Capability{});
   }

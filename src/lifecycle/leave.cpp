@@ -38,16 +38,16 @@ void record_leave(Ap& ap) {
             "WHERE `MAC`=UPPER('%s')",
             AP_INFO, kNotConnected, kNoAddress, ap.mac);
   fetch_announcement(ap, NoticeEvent::leave);
-  announce(ap, NoticeEvent::leave, row->text_or_none(1), row->text_or_none(0));
+  announce(ap, {NoticeEvent::leave, row->text_or_none(1), ap.mac, row->text_or_none(0)});
 }
 
 /// Forgets what the AP has reported.
-void forget_reports(Ap& ap, int sn) {
-  if (sn != 0) {
-    delete_ap_legal_table(ap.db, sn);
-    delete_ap_legal_table_for_refer(ap.db, sn);
+void forget_reports(Ap& ap) {
+  if (ap.sn != 0) {
+    delete_ap_legal_table(ap.db, ap.sn);
+    delete_ap_legal_table_for_refer(ap.db, ap.sn);
+    delete_ap_illegal_table(ap.db, ap.sn);
   }
-  delete_ap_illegal_table(ap.db, sn);
   ap.db.run(Step("delete_ap_mesh_client"), "DELETE FROM `%s`.`client` WHERE `mac`=UPPER('%s')",
             AP_CLIENT, ap.mac);
 }
@@ -56,9 +56,9 @@ void forget_reports(Ap& ap, int sn) {
 
 void ap_down_record(Ap& ap) {
   if (ap.db.open()) {
-    const int sn = ap.look_up();
+    ap.look_up();
     record_leave(ap);
-    forget_reports(ap, sn);
+    forget_reports(ap);
   }
   my_rm("%s", command_slot(ap.mac).c_str());
 }

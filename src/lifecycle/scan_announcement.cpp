@@ -14,7 +14,6 @@
 
 namespace {
 
-constexpr const char* kText = "scan";
 constexpr in_addr_t kGroup = 0xE0000064;  // 224.0.0.100
 constexpr in_port_t kPort = 10235;
 
@@ -43,7 +42,7 @@ std::string scan_device(const PortRecord& port, const std::string& bridged) {
 }
 
 void scan_announce() {
-  const std::optional<std::string> body = my_cgi_encrypt_BigEndian(kText);
+  const std::optional<std::string> body = my_cgi_encrypt_BigEndian("scan");
   const int udp = body ? socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0) : -1;
   if (udp < 0) {
     return;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 #include <map>
+#include <utility>
 #include <vector>
 
 #include "db/schema.h"
@@ -17,30 +18,20 @@ constexpr const char* kWithdrawing = "delete_ap_illegal_table";
 constexpr const char* kStoring = "update_ap_legal_table_for_refer";
 constexpr int kMostRounds = 10;
 
-/// While it lives, this process alone changes the lists, so that APs that hear the same radios and
-/// report at once do not queue up at each row: 64 of them, 300 radios each, would take three times as
-/// long as with radios of their own. The name is locked at the server, which frees it when the
-/// connection ends. Whoever does not get it in time goes on without: every change is safe by itself.
-class Turn {
- public:
-  explicit Turn(Connection& db) : db_(db) {
-    constexpr int kLongestWait = 3;  // seconds, of the 10 for an answer
-    db_.run(untraced, "DO GET_LOCK('ap-run.illegal', %d)", kLongestWait);
-  }
-  ~Turn() { db_.run(untraced, "DO RELEASE_LOCK('ap-run.illegal')"); }
-  Turn(const Turn&) = delete;
-  Turn& operator=(const Turn&) = delete;
-
- private:
-  Connection& db_;
-};
-
 /// Runs rounds of changes until one says that it is done everywhere. A round gets its number, from 1.
-void in_rounds(const Connection& db, const char* operation,
+///
+/// Meanwhile this process alone changes the lists, so that APs that hear the same radios and report at
+/// once do not queue up at each row: 64 of them, 300 radios each, would take three times as long as
+/// with radios of their own. The name is locked at the server, which frees it when the connection
+/// ends. Whoever does not get it in time goes on without: every change is safe by itself.
+void in_rounds(Connection& db, const char* operation,
                const std::function<bool(int number)>& round) {
+  constexpr int kLongestWait = 3;  // seconds, of the 10 for an answer
+  db.run(untraced, "DO GET_LOCK('ap-run.illegal', %d)", kLongestWait);
   for (int number = 1; number <= kMostRounds && !round(number); ++number) {
     db.note(Step(operation), "other APs have changed the same radios meanwhile (round %d)", number);
   }
+  db.run(untraced, "DO RELEASE_LOCK('ap-run.illegal')");
 }
 
 /// Withdraws the AP from a row whose list was read as `list`: writes `left` in its place.
@@ -126,18 +117,17 @@ constexpr std::size_t kTogether = 16;
 
 /// Stores all of `parts`; afterwards these are the ones that the server has undone. Whether none is.
 bool store_all(Connection& db, int sn, std::vector<Cells>& parts) {
-  std::vector<Attempt> attempts;
-  attempts.reserve(parts.size());
-  for (const Cells& part : parts) {
-    attempts.push_back(store(db, sn, part));
+  std::vector<std::pair<Attempt, Cells>> sent;
+  sent.reserve(parts.size());
+  for (Cells& part : parts) {
+    sent.emplace_back(store(db, sn, part), std::move(part));
   }
-  std::vector<Cells> undone;
-  for (std::size_t i = 0; i < parts.size(); ++i) {
-    if (attempts[i].outcome().fate == MyFate::repeat) {
-      undone.push_back(parts[i]);
+  parts.clear();
+  for (auto& [attempt, part] : sent) {
+    if (attempt.outcome().fate == MyFate::repeat) {
+      parts.push_back(std::move(part));
     }
   }
-  parts = std::move(undone);
   return parts.empty();
 }
 
@@ -157,10 +147,7 @@ std::string without_hearer(std::string_view list, int sn) {
 }
 
 void delete_ap_illegal_table(Connection& db, int sn) {
-  if (sn != 0) {
-    const Turn turn(db);
-    in_rounds(db, kWithdrawing, [&](int round) { return withdraw(db, sn, round); });
-  }
+  in_rounds(db, kWithdrawing, [&](int round) { return withdraw(db, sn, round); });
 }
 
 void store_foreign_radios(Connection& db, int sn, std::span<const cell_record* const> cells) {
@@ -176,7 +163,6 @@ void store_foreign_radios(Connection& db, int sn, std::span<const cell_record* c
     parts.back().push_back(cell);
   }
   if (!parts.empty()) {
-    const Turn turn(db);
     in_rounds(db, kStoring, [&](int /*round*/) { return store_all(db, sn, parts); });
   }
 }

@@ -17,7 +17,7 @@
 std::string without_hearer(std::string_view list, int sn);
 
 /// Withdraws the AP `sn`: radios that it alone has heard lose their row, and it goes out of the lists
-/// of the others. Does nothing for 0. A list is written back only while it is the one that was read;
+/// of the others. A list is written back only while it is the one that was read;
 /// where it was not, the withdrawal is repeated with lists that the server computes.
 void delete_ap_illegal_table(Connection& db, int sn);
 

@@ -8,29 +8,13 @@ namespace {
 
 constexpr const char* kOperation = "update_ap_mesh_client_db";
 
-/// Comma lists of the peers that have a level; none without such a peer.
-struct PeerLists {
-  std::optional<std::string> macs;
-  std::optional<std::string> levels;
-};
-
+/// Appends an item to a comma list; none is one without items.
 void append(std::optional<std::string>& list, std::string_view item) {
   if (list) {
     list->append(1, ',').append(item);
   } else {
     list = item;
   }
-}
-
-PeerLists peer_lists(const std::vector<mesh_peer>& peers) {
-  PeerLists lists;
-  for (const mesh_peer& peer : peers) {
-    if (peer.rssi != kMissingValue) {
-      append(lists.macs, peer.mac);
-      append(lists.levels, peer.rssi);
-    }
-  }
-  return lists;
 }
 
 }  // namespace
@@ -66,8 +50,15 @@ mesh_route read_mesh_route(const Report& report) {
 void update_ap_mesh_client_db(Ap& ap, const Report& report) {
   const Listing<mesh_peer> peers = read_mesh_peers(report);
   trace_unread(ap.db, Step(kOperation), peers);
-  const PeerLists lists = peer_lists(peers.records);
-  if (!lists.macs) {
+  std::optional<std::string> macs;
+  std::optional<std::string> levels;
+  for (const mesh_peer& peer : peers.records) {
+    if (peer.rssi != kMissingValue) {
+      append(macs, peer.mac);
+      append(levels, peer.rssi);
+    }
+  }
+  if (!macs) {
     return;
   }
   const mesh_route route = read_mesh_route(report);
@@ -80,12 +71,11 @@ void update_ap_mesh_client_db(Ap& ap, const Report& report) {
     ap.db.run(Step(kOperation),
               "UPDATE `%s`.`client` SET `cmac`='%s', `rssi`='%s', `gateway`='%s', `ttl`='%s', "
               "`hop`='%s' WHERE `mac`=UPPER('%s')",
-              AP_CLIENT, *lists.macs, *lists.levels, route.gateway, route.ttl, route.hop, ap.mac);
+              AP_CLIENT, *macs, *levels, route.gateway, route.ttl, route.hop, ap.mac);
   } else if (const std::optional<std::string> name = get_ap_name_by_mac(ap.db, ap.mac)) {
     ap.db.run(Step(kOperation),
               "INSERT INTO `%s`.`client` (`mac`, `name`, `cmac`, `rssi`, `gateway`, `ttl`, `hop`) "
               "VALUES (UPPER('%s'), '%s', UPPER('%s'), '%s', '%s', '%s', '%s')",
-              AP_CLIENT, ap.mac, *name, *lists.macs, *lists.levels, route.gateway, route.ttl,
-              route.hop);
+              AP_CLIENT, ap.mac, *name, *macs, *levels, route.gateway, route.ttl, route.hop);
   }
 }

@@ -66,14 +66,13 @@ void fetch_ahead(Ap& ap, std::span<const cell_record> cells) {
 void store_sighting(Ap& ap, const std::string& owner, const cell_record& cell) {
   const std::string essid =
       hides_ssid(cell) ? ap.db.ask(owner_ssid_query(cell)).first_text().value_or("") : cell.essid;
-  const int essid_sn = get_profile_sn_by_ssid(ap.db, cell.essid);
+  const auto essid_sn = static_cast<unsigned int>(get_profile_sn_by_ssid(ap.db, cell.essid));
   ap.db.run(Step(kOperation, "(2/2) "),
             "REPLACE INTO `%s`.`legal` (`utime`, `ap`, `refer_ap`, `mac`, `essid`, `essid_sn`, "
             "`mode`, `channel`, `quality`, `signal`, `noise`) VALUES (NOW(), %s, %d, UPPER('%s'), "
             "'%s', %u, %u, %u, '%s', '%s', '%s') ",
-            AP_CLIENT, SqlNumber{owner}, ap.sn, cell.mac, essid,
-            static_cast<unsigned int>(essid_sn), cell.mode, cell.channel, stored_text(cell.quality),
-            stored_text(cell.signal), stored_text(cell.noise));
+            AP_CLIENT, SqlNumber{owner}, ap.sn, cell.mac, essid, essid_sn, cell.mode, cell.channel,
+            stored_text(cell.quality), stored_text(cell.signal), stored_text(cell.noise));
 }
 
 /// Stores the cells that are radios of managed APs; returns the others.

@@ -8,6 +8,7 @@
 #include "platform/text.h"
 #include "reports/report.h"
 #include "values/channel_table.h"
+#include "values/split.h"
 
 // Lists in a report: sections of one name that are numbered from 01, with at least two digits. The
 // first number whose section lacks the list's leading key ends the list.
@@ -68,11 +69,17 @@ inline constexpr int kSlots = 8;
 inline constexpr Band kBands[] = {Band::two_four_ghz, Band::five_ghz};
 
 /// What the names of sections have for the band: nothing for 2.4 GHz, else `five_ghz`.
-const char* band_prefix(Band band, const char* five_ghz);
+inline const char* band_prefix(Band band, const char* five_ghz) {
+  return band == Band::five_ghz ? five_ghz : "";
+}
 
 /// A value of a record: cut to `longest` bytes, or kMissingValue when it is absent.
-std::string value_or_marker(const Report& report, const std::string& section, const char* key,
-                            std::size_t longest);
+inline std::string value_or_marker(const Report& report, const std::string& section,
+                                   const char* key, std::size_t longest) {
+  return std::string(report.text(section, key).value_or(kMissingValue).substr(0, longest));
+}
 
 /// A level such as "-45 dBm": its first word, at most 9 bytes of it; "0" when it is absent.
-std::string level_value(const Report& report, const std::string& section, const char* key);
+inline std::string level_value(const Report& report, const std::string& section, const char* key) {
+  return std::string(first_word(report.text(section, key).value_or("0"), 9));
+}

@@ -16,10 +16,10 @@ enum class Interface { access_point, mesh };
 
 radio_record read_radio(const Report& report, const std::string& section, Band band,
                         Interface interface) {
+  const std::string mode = my_tolower(std::string(report.text(section, "Mode").value_or("AP")));
   radio_record radio;
   radio.mac = value_or_marker(report, section, "Address", 17);
   radio.essid = value_or_marker(report, section, "ESSID", 127);
-  const std::string mode = my_tolower(std::string(report.text(section, "Mode").value_or("AP")));
   radio.mode = interface == Interface::mesh || mode == "ad-hoc" ? 1 : 0;
   radio.channel = frequency_to_channel(band, report.text(section, "Frequency")).value_or(0);
   radio.rate = value_or_marker(report, section, "Bit Rate", 19);
@@ -44,24 +44,24 @@ void store_radio(Ap& ap, const radio_record& radio) {
   if (!known) {
     return;
   }
-  const int essid_sn = get_profile_sn_by_ssid(ap.db, radio.essid);
+  const auto essid_sn = static_cast<unsigned int>(get_profile_sn_by_ssid(ap.db, radio.essid));
   if (known.count() > 0) {
     ap.db.run(Step(kStoring, "(2/2) "),
               "UPDATE `%s`.`legal` SET `utime`=NOW(), `essid`='%s', `essid_sn`=%u, `mode`=%u, "
               "`rate`='%s', `channel`=%u, `transmit_power`='%s', `quality`='%s', `signal`='%s', "
               "`noise`='%s', `security`='%s' WHERE `ap`=%d AND `refer_ap`=0 AND `mac`=UPPER('%s')",
-              AP_CLIENT, stored_text(radio.essid), static_cast<unsigned int>(essid_sn), radio.mode,
-              stored_text(radio.rate), radio.channel, stored_text(radio.transmit_power),
-              stored_text(radio.quality), stored_text(radio.signal), stored_text(radio.noise),
-              stored_text(radio.security), ap.sn, radio.mac);
+              AP_CLIENT, stored_text(radio.essid), essid_sn, radio.mode, stored_text(radio.rate),
+              radio.channel, stored_text(radio.transmit_power), stored_text(radio.quality),
+              stored_text(radio.signal), stored_text(radio.noise), stored_text(radio.security),
+              ap.sn, radio.mac);
   } else {
     ap.db.run(
         Step(kStoring, "(2/2) "),
         "INSERT INTO `%s`.`legal` (`utime`, `ap`, `mac`, `essid`, `essid_sn`, `mode`, `rate`, "
         "`channel`, `transmit_power`, `quality`, `signal`, `noise`, `security`) VALUES "
         "(NOW(), %d, UPPER('%s'), '%s', %u, %u, '%s', %u, '%s', '%s', '%s', '%s', '%s') ",
-        AP_CLIENT, ap.sn, radio.mac, stored_text(radio.essid), static_cast<unsigned int>(essid_sn),
-        radio.mode, stored_text(radio.rate), radio.channel, stored_text(radio.transmit_power),
+        AP_CLIENT, ap.sn, radio.mac, stored_text(radio.essid), essid_sn, radio.mode,
+        stored_text(radio.rate), radio.channel, stored_text(radio.transmit_power),
         stored_text(radio.quality), stored_text(radio.signal), stored_text(radio.noise),
         stored_text(radio.security));
   }

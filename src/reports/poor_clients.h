@@ -22,6 +22,6 @@ Listing<poor_client_record> read_poor_clients(const Report& report, Band band);
 /// Makes the AP's poor-client table anew from the report. The sections do not tell the SSID slot:
 /// each station is stored once for every slot of its band that has a profile, and keeps the profile
 /// of the highest; a band without profiles stores none. A time beyond 2038 is stored as the latest
-/// that a server can hold. Nothing is stored for an AP that is not
-/// registered, but a table of AP 0 is made.
+/// that a server can hold. Nothing is stored for an AP that is not registered, but a table of AP 0 is
+/// made.
 void update_ap_poor_client_db(Ap& ap, const Report& report);

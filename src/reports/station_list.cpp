@@ -8,15 +8,18 @@
 
 #include "db/registry.h"
 #include "db/schema.h"
-#include "reports/client_log.h"
+#include "platform/settings.h"
+#include "platform/system_log.h"
 #include "reports/mesh_links.h"
 #include "reports/store_in_order.h"
 #include "trace/trace_log.h"
 #include "values/mac_address.h"
+#include "values/settings.h"
 
 namespace {
 
 constexpr const char* kOperation = "update_ap_client_db";
+constexpr const char* kLogging = "ap_client_connection_log";
 
 constexpr unsigned int kStartColumn = 1;  // `stime` of a client table's row
 
@@ -34,30 +37,58 @@ client_record read_station(const Report& report, const std::string& section) {
   return client;
 }
 
-void update_known(Ap& ap, const client_record& client) {
-  ap.db.run(Step(kOperation),
-            "UPDATE `%s`.`AP_%03d` SET `utime`=NOW(), `ssid`='%u', `aid`='%u', `channel`='%u', "
-            "`tx_rate`='%s', `rx_rate`='%s', `rssi`='%d', `idle`='%u', `tx_seq`='%u', "
-            "`rx_seq`='%u', `confirm`='1' WHERE `mac`=UPPER('%s')",
-            AP_CLIENT, ap.sn, client.ssid, client.aid, client.channel, stored_text(client.tx_rate),
-            stored_text(client.rx_rate), client.rssi, client.idle, client.tx_seq, client.rx_seq,
-            client.mac);
-}
-
-void insert_new(Ap& ap, const client_record& client) {
-  ap.db.run(Step(kOperation),
-            "INSERT INTO `%s`.`AP_%03d` (`mac`, `utime`, `ssid`, `aid`, `channel`, `tx_rate`, "
-            "`rx_rate`, `rssi`, `idle`, `tx_seq`, `rx_seq`) VALUES (UPPER('%s'), NOW(), %u, %u, "
-            "%u, '%s', '%s', %d, %u, %u, %u)",
-            AP_CLIENT, ap.sn, client.mac, client.ssid, client.aid, client.channel,
-            stored_text(client.tx_rate), stored_text(client.rx_rate), client.rssi, client.idle,
-            client.tx_seq, client.rx_seq);
-}
-
 /// Finds the station's row in the AP's client table.
 Query known_query(const Ap& ap, const client_record& client) {
   return query(Step(kOperation), "SELECT * FROM `%s`.`AP_%03d` WHERE `mac`=UPPER('%s')", AP_CLIENT,
                ap.sn, client.mac);
+}
+
+// The client connection log: a line in the system log for a station that stays, with the names of
+// station, AP and SSID.
+
+bool connection_log_is_on() {
+  return RI(setting::kClientLog) != 0 &&
+         !setting::is_off(setting::Unit::address, RS(setting::kLogAddress));
+}
+
+Query ssid_query(const client_record& client) {
+  return query(Step(kLogging), "SELECT SSID FROM `%s`.`%s` WHERE `SN`=%d", AP_INFO,
+               table_name(InfoTable::ap_profile), static_cast<int>(client.ssid));
+}
+
+Query ap_name_query(const Ap& ap) {
+  return query(Step(kLogging), "SELECT NAME FROM `%s`.`%s` WHERE `MAC`=UPPER('%s')", AP_INFO,
+               table_name(InfoTable::ap_list), ap.mac);
+}
+
+Query client_name_query(const client_record& client) {
+  return query(Step(kLogging), "SELECT Name FROM `%s`.`%s` WHERE `MAC`=UPPER('%s')", AP_USER,
+               table_name(InfoTable::client_name), client.mac);
+}
+
+/// Fetches ahead the names of a station's line.
+void fetch_names(Ap& ap, const client_record& client) {
+  ap.db.fetch_ahead(ssid_query(client));
+  ap.db.fetch_ahead(ap_name_query(ap));
+  ap.db.fetch_ahead(client_name_query(client));
+}
+
+void log_connection(Ap& ap, const client_record& client, const std::string& connected_time) {
+  const auto cut = [](const std::string& name) { return name.substr(0, 255); };
+  const std::optional<std::string> ssid = ap.db.look_up(ssid_query(client));
+  const std::optional<std::string> ap_name = ssid ? ap.db.look_up(ap_name_query(ap)) : ssid;
+  if (!ap_name) {
+    return;
+  }
+  Rows names = ap.db.ask(client_name_query(client));
+  const std::optional<Row> name = names.next();
+  const std::string text =
+      M("<%d>client_name=\"%s\" client_mac=\"%s\" AP_name=\"%s\" SSID=\"%s\" Channel=\"%d\" "
+        "Rate=\"%s\" Connected_time=\"%s\"",
+        RI(setting::kClientLogPriority), cut(name ? name->text(0) : client.mac).c_str(),
+        client.mac.c_str(), cut(*ap_name).c_str(), cut(*ssid).c_str(), client.channel,
+        client.tx_rate.c_str(), connected_time.c_str());
+  my_syslog(text.substr(0, 1023));
 }
 
 /// Fetches ahead what `store_station` will ask about each of these stations.
@@ -75,7 +106,7 @@ void fetch_ahead(Ap& ap, std::span<const reported_station> stations) {
     if (connection_log_is_on() && ap.db.peek(known_query(ap, station.client)).count() > 0) {
       client_record client = station.client;
       client.ssid = peek_ap_pf_id(ap.db, ap.mac, station.band, station.slot);
-      fetch_connection_log_names(ap, client);
+      fetch_names(ap, client);
     }
   }
 }
@@ -88,12 +119,24 @@ void store_served(Ap& ap, const client_record& client) {
   }
   const std::optional<Row> row = known.next();
   if (!row) {
-    insert_new(ap, client);
+    ap.db.run(Step(kOperation),
+              "INSERT INTO `%s`.`AP_%03d` (`mac`, `utime`, `ssid`, `aid`, `channel`, `tx_rate`, "
+              "`rx_rate`, `rssi`, `idle`, `tx_seq`, `rx_seq`) VALUES (UPPER('%s'), NOW(), %u, %u, "
+              "%u, '%s', '%s', %d, %u, %u, %u)",
+              AP_CLIENT, ap.sn, client.mac, client.ssid, client.aid, client.channel,
+              stored_text(client.tx_rate), stored_text(client.rx_rate), client.rssi, client.idle,
+              client.tx_seq, client.rx_seq);
     return;
   }
-  update_known(ap, client);
+  ap.db.run(Step(kOperation),
+            "UPDATE `%s`.`AP_%03d` SET `utime`=NOW(), `ssid`='%u', `aid`='%u', `channel`='%u', "
+            "`tx_rate`='%s', `rx_rate`='%s', `rssi`='%d', `idle`='%u', `tx_seq`='%u', "
+            "`rx_seq`='%u', `confirm`='1' WHERE `mac`=UPPER('%s')",
+            AP_CLIENT, ap.sn, client.ssid, client.aid, client.channel, stored_text(client.tx_rate),
+            stored_text(client.rx_rate), client.rssi, client.idle, client.tx_seq, client.rx_seq,
+            client.mac);
   if (connection_log_is_on()) {
-    ap_client_connection_log(ap, client, row->text(kStartColumn));
+    log_connection(ap, client, row->text(kStartColumn));
   }
 }
 

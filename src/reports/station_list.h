@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string>
-
 #include "db/ap.h"
 #include "reports/numbered_sections.h"
 #include "values/client_record.h"
@@ -24,8 +22,12 @@ bool is_served(const client_record& client);
 
 /// Makes the AP's client table the stations of the report: those that stay are updated, new ones
 /// get a row, the others lose theirs. A station listed twice keeps the later values. Tells the
-/// kernel of every station (/proc/net/xt_APClient), and the connection log of those that stay
-/// (client_log.h). Then stores the mesh links.
+/// kernel of every station (/proc/net/xt_APClient). Then stores the mesh links.
+///
+/// While setting 113 is not 0 and setting 30 is no all-zero address, a line in the system log tells of
+/// each station that stays, since when, and its AP and SSID. A station that has no name goes by its
+/// MAC; without SSID profile or AP there is no line. Names are cut to 255 bytes, the line to 1023;
+/// none of them is escaped.
 ///
 /// An AP that is not registered: nothing is stored but its mesh links, and a table of AP 0 is made.
 void update_ap_client_db(Ap& ap, const Report& report);

@@ -16,15 +16,11 @@ std::string value_of(const Report& report, const char* key, const char* absent,
 }  // namespace
 
 system_record read_system_status(const Report& report) {
-  system_record record;
-  record.mac = value_of(report, "MAC", kNoMac, 17);
-  record.cpu = value_of(report, "cpu", "", 9);
-  record.memory = value_of(report, "memory", "", 9);
-  record.version = value_of(report, "version", "", 255);
-  record.uptime = value_of(report, "uptime", "", 31);
-  const std::optional<std::string_view> version = report.text(kSection, "version");
-  record.version_given_empty = version && version->empty();
-  return record;
+  return {.mac = value_of(report, "MAC", kNoMac, 17),
+          .cpu = value_of(report, "cpu", "", 9),
+          .memory = value_of(report, "memory", "", 9),
+          .version = value_of(report, "version", "", 255),
+          .uptime = value_of(report, "uptime", "", 31)};
 }
 
 void ap_system_parse(Ap& ap, const Report& report) {
@@ -35,10 +31,10 @@ void ap_system_parse(Ap& ap, const Report& report) {
     ap_debug_log({"ap_system_parse", ap.mac}, "%s:%s -> %s", kSection, key,
                  value_of(report, key, kMissingValue, std::string::npos).c_str());
   }
-  const system_record status = read_system_status(report);
-  if (status.version_given_empty) {
+  if (report.text(kSection, "version") == "") {
     return;
   }
+  const system_record status = read_system_status(report);
   ap.db.run(Step("ap_system_parse"),
             "UPDATE `%s`.`ap_list` SET `cpu_util`='%s', `memory_util`='%s', `fw_version`='%s', "
             "`uptime`='%s' WHERE `MAC`=UPPER('%s') AND `fw_version`!='%s'",

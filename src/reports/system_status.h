@@ -12,7 +12,6 @@ struct system_record {
   std::string memory;   // likewise
   std::string version;  // of the firmware
   std::string uptime;   // as the AP words it
-  bool version_given_empty = false;  // the report names no firmware, on purpose
 };
 
 /// Reads section "00". Values are cut to 17 (MAC), 9 (cpu, memory), 255 (version) and 31 (uptime)

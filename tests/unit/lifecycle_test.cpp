@@ -3,8 +3,8 @@
 
 #include <fstream>
 
+#include "lifecycle/announcement.h"
 #include "lifecycle/capability.h"
-#include "lifecycle/notice_mail.h"
 #include "lifecycle/scan_announcement.h"
 
 namespace {
@@ -61,7 +61,7 @@ TEST(CapabilityFile, ListsAreTakenApart) {
 }
 
 TEST(Notice, BodySaysWhoAndWhen) {
-  NoticeMail mail{NoticeEvent::leave, "Lobby", "M", "10.0.0.5"};
+  Notice mail{NoticeEvent::leave, "Lobby", "M", "10.0.0.5"};
   const std::string head = "Name: Lobby\r\nMAC: M\r\nIP: 10.0.0.5\r\n";
   EXPECT_EQ(notice_body(mail, {"T1", "T2"}), head + "\r\nConnected: T1\r\nDisconnected: T2\r\n");
   EXPECT_EQ(notice_body(mail, {std::nullopt, "T2"}), head + "\r\nDisconnected: T2\r\n");

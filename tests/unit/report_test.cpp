@@ -112,7 +112,6 @@ TEST_F(Reading, SystemStatusIsCutToItsWidths) {
   EXPECT_EQ(status.memory, "");
   EXPECT_EQ(status.version.size(), 255U);
   EXPECT_EQ(status.uptime.size(), 31U);
-  EXPECT_FALSE(status.version_given_empty);
 }
 
 TEST_F(Refusing, WhatIsNoRegularReadableFile) {
