@@ -17,10 +17,11 @@ double mean(const std::vector<double>& numbers) {
                                static_cast<double>(numbers.size());
 }
 
-/// The number below which so many of a hundred lie.
+/// The number below which so many of a hundred lie; of all hundred, the largest.
 double percentile(std::vector<double>& numbers, std::size_t percent) {
   std::sort(numbers.begin(), numbers.end());
-  return numbers.empty() ? 0 : numbers[numbers.size() * percent / 100];
+  return numbers.empty() ? 0
+                         : numbers[std::min(numbers.size() * percent / 100, numbers.size() - 1)];
 }
 
 std::vector<Figure> figures_of(const Play& play) {
@@ -52,7 +53,7 @@ std::vector<Figure> figures_of(const Play& play) {
   const double people = std::max(1.0, static_cast<double>(play.world().stations().size()));
   return {{"fairness of stations per AP, mean", 2, {mean(fair)}},
           {"stations at the fullest AP, mean", 1, {mean(fullest)}},
-          {"stations at the fullest AP, at most", 0, {percentile(fullest, 99)}},
+          {"stations at the fullest AP, at most", 0, {percentile(fullest, 100)}},
           {"Mb/s if all are busy, median", 1, {percentile(shares, 50)}},
           {"Mb/s if all are busy, slowest tenth", 1, {percentile(shares, 10)}},
           {"kicks for each station", 1, {deeds[Deed::kick] / people}},
