@@ -181,7 +181,8 @@ TEST_F(Lifecycle, TwoJoinsOfANewApAtOnce) {
   }
 
   // The one that makes the row knows nothing of the AP.
-  sql("CREATE TRIGGER AP_INFO.slow BEFORE INSERT ON AP_INFO.ap_list FOR EACH ROW DO SLEEP(0.5)");
+  sql(M("CREATE TRIGGER AP_INFO.slow BEFORE INSERT ON AP_INFO.ap_list FOR EACH ROW DO SLEEP(%s)",
+        has_namespaces() ? "0.5" : "3"));
   kit::Child first = start_hook({"ap-up", "10.0.0.1", kMac});
   EXPECT_TRUE(eventually([] {
     return sql_value(

@@ -146,6 +146,7 @@ TEST_F(Schema, TheShippedUserSufficesAndNothingIsLeftOfBoth) {
                 "AP_CLIENT.legal, AP_CLIENT.illegal")
                 .size(),
             1U);
+  std::filesystem::remove(slot_of(kMac));
   EXPECT_EQ(run_hook({"ap-down", kMac}), 0);
   EXPECT_EQ(content("/recorded/syslog"), "") << "nothing is refused";
   EXPECT_EQ(findings(), Lines{});
