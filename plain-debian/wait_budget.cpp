@@ -84,9 +84,11 @@ void begin(Clock::time_point start, WaitTime limit, int socket) {
     struct sigaction action {};
     action.sa_handler = on_tick;
     action.sa_flags = SA_RESTART;
-    sigaction(SIGALRM, &action, nullptr);
-    set_timer(kTick);
-    is_ticking = true;
+    // Without the handler, the first tick would end the process.
+    if (sigaction(SIGALRM, &action, nullptr) == 0) {
+      set_timer(kTick);
+      is_ticking = true;
+    }
   }
   watched_socket = socket;
   deadline = (start + std::min(limit, wait_budget_left())).time_since_epoch().count();
