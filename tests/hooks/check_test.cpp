@@ -128,7 +128,7 @@ TEST_F(Check, TriesToWriteACommand) {
     const std::string command = "/database/ap/command";
     EXPECT_EQ(kit::run({"mount", "-t", "tmpfs", "-o", type, "commands", command}).status, 0);
     write_file(command + "/fill", fill);
-    const Found full = findings();
+    Found full = findings();
     EXPECT_EQ(kit::run({"umount", command}).status, 0);
     return full;
   };
