@@ -22,7 +22,7 @@ foreach(name ap-up ap-down ap-history ap-command)
   file(CREATE_LINK ap-run.8.gz ${packaging}/${name}.8.gz SYMBOLIC)
   install(FILES ${packaging}/${name}.8.gz DESTINATION ${manual}/man8)
 endforeach()
-install(FILES ${packaging}/changelog.gz packaging/copyright docs/formats.md docs/operating.md
+install(FILES ${packaging}/changelog.gz packaging/copyright docs/formats.md docs/installing.md docs/operating.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES packaging/user.sql packaging/uninstall.sql DESTINATION ${CMAKE_INSTALL_DATADIR}/ap-run/admin)
 install(FILES packaging/tmpfiles.conf DESTINATION lib/tmpfiles.d RENAME ap-run.conf)
