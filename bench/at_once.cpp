@@ -12,6 +12,8 @@ constexpr ReportSize kSize{20, 60};
 constexpr int kFleetAtOnce = 8;
 /// Foreign radios are numbered along the building; from one AP to the next that many are new.
 constexpr int kForeignStep = 5;
+/// From one AP that reports to the next; prime to the sizes of all fleets.
+constexpr int kStride = 7;
 
 /// A processor counts as the limit when less of it than this is idle.
 constexpr double kIdleLimit = 0.15;
@@ -19,7 +21,9 @@ constexpr double kIdleLimit = 0.15;
 struct Round {
   std::string title;
   int aps = 0, at_once = 0, reports = 0;
-  double wall_ms = 0, hooks_ms = 0, server_ms = 0, statements = 0;
+  double wall_ms = 0, hooks_ms = 0, server_ms = 0, statements = 0, tables_opened = 0;
+  double memory_mib = 0;  // of the server, afterwards
+  int open_files = 0;     // likewise
   Machine machine{};
   int dropped = 0;
   std::vector<double> each_ms;
@@ -45,13 +49,14 @@ class Fleet {
     }
   }
 
-  /// The first `aps` APs report `rounds` times, `at_once` of them at the same time. No AP reports
-  /// twice at the same time.
+  /// `aps` APs from all over the fleet report `rounds` times, `at_once` of them at the same time. No AP
+  /// reports twice at the same time.
   Round report(const std::string& title, int at_once, int rounds, int aps) {
     say(title);
     std::vector<Share> shares(static_cast<std::size_t>(at_once));
     for (int round = 0; round < rounds; ++round) {
-      for (int ap = 1; ap <= aps; ++ap) {
+      for (int i = 0; i < aps; ++i) {
+        const int ap = i * kStride % static_cast<int>(reports_.size()) + 1;
         shares[static_cast<std::size_t>(ap % at_once)].aps.push_back(ap);
       }
     }
@@ -62,6 +67,7 @@ class Fleet {
     whole.reports = aps * rounds;
     const double statements = server_.statements();
     const double server = server_.processor_ms();
+    const double opened = server_.status("Opened_tables");
     const Machine before = Machine::now();
     const kit::Stopwatch watch;
     const std::jthread controller(fetch_all_commands);
@@ -75,6 +81,9 @@ class Fleet {
     whole.machine = Machine::now().since(before);
     whole.server_ms = server_.processor_ms() - server;
     whole.statements = server_.statements() - statements;
+    whole.tables_opened = server_.status("Opened_tables") - opened;
+    whole.memory_mib = server_.memory_mib();
+    whole.open_files = server_.open_files();
     for (const Share& share : shares) {
       whole.dropped += share.dropped;
       for (const kit::Usage& hook : share.hooks) {
@@ -161,4 +170,48 @@ Section measure_at_once(Bench& bench) {
   rounds.push_back(fleet.report("fleet, new", kFleetAtOnce, 1, size));
   rounds.push_back(fleet.report("fleet", kFleetAtOnce, 1, quick ? size : size / 3));
   return table_of(rounds);
+}
+
+Section measure_fleet(Bench& bench) {
+  // What a server has unless it is told otherwise.
+  const std::string usual =
+      "SET GLOBAL innodb_buffer_pool_size=134217728, key_buffer_size=134217728, "
+      "table_open_cache=2000, table_definition_cache=400";
+  std::vector<Round> rounds;
+  const bool quick = bench.effort == Effort::quick;
+  for (const int size : quick ? std::vector{100, 300} : std::vector{1000, 3000, 10'000}) {
+    bench.server.rows(usual);
+    Fleet fleet(bench.server, size);
+    fleet.report(kit::format("%d APs move in", size), kFleetAtOnce, 1, size);
+    const int reports = quick ? size : 1000;
+    rounds.push_back(fleet.report(std::to_string(size), kFleetAtOnce, 1, reports));
+    bench.server.rows(kit::format("SET GLOBAL table_open_cache=%d, table_definition_cache=%d",
+                                  4 * size, 4 * size));
+    fleet.report("the caches fill", kFleetAtOnce, 1, size);
+    rounds.push_back(fleet.report(std::to_string(size) + ", advised", kFleetAtOnce, 1, reports));
+  }
+  using R = const Round&;
+  Section section{"Fleets of known APs, " + as_text(kSize) +
+                      " each, with the server's usual settings and those advised",
+                  {},
+                  {},
+                  ""};
+  for (const Round& round : rounds) {
+    section.columns.push_back(round.title);
+  }
+  section.rows = rows_of<Round>(
+      rounds,
+      {{"APs", "", [](R r) { return r.aps; }},
+       {"reports per second", "", [](R r) { return r.reports * 1e3 / r.wall_ms; }},
+       {"one report, median", "ms", [](R r) { return median(r.each_ms); }},
+       {"one report, slowest", "ms", [](R r) { return quantile(r.each_ms, 1); }},
+       {"statements per report", "", [](R r) { return r.per_report(r.statements); }},
+       {"tables opened per report", "", [](R r) { return r.per_report(r.tables_opened); }},
+       {"processor of the hook per report", "ms", [](R r) { return r.per_report(r.hooks_ms); }},
+       {"processor of the server per report", "ms", [](R r) { return r.per_report(r.server_ms); }},
+       {"memory of the server", "MiB", [](R r) { return r.memory_mib; }},
+       {"files open at the server", "", [](R r) { return r.open_files; }},
+       {"reports dropped", "", [](R r) { return r.dropped; }}});
+  section.note = "Compare the columns: what grows with the fleet is what limits it.";
+  return section;
 }

@@ -36,6 +36,9 @@ Section measure_cycle(Bench& bench);
 /// Many APs that report at the same time.
 Section measure_at_once(Bench& bench);
 
+/// Fleets of up to ten thousand APs, which takes some ten minutes.
+Section measure_fleet(Bench& bench);
+
 /// A power cut is over, and all APs join in the same moment.
 Section measure_storm(Bench& bench);
 

@@ -1,9 +1,25 @@
 #include "server.h"
 
+#include <filesystem>
+#include <regex>
+
 #include "kit/files.h"
 
-Server::Server() {
+Server::Server()
+    : process_("/proc/" + std::to_string(std::stoi(kit::content("/run/mysqld/mysqld.pid")))) {
   clock_getcpuclockid(std::stoi(kit::content("/run/mysqld/mysqld.pid")), &processor_clock_);
+}
+
+double Server::memory_mib() const {
+  static const std::regex kResident(R"(VmRSS:\s*(\d+))");
+  const std::string status = kit::content(process_ + "/status");
+  std::smatch match;
+  return std::regex_search(status, match, kResident) ? std::stod(match[1]) / 1024 : 0;
+}
+
+int Server::open_files() const {
+  const std::filesystem::directory_iterator files(process_ + "/fd");
+  return static_cast<int>(std::distance(begin(files), end(files)));
 }
 
 std::vector<std::string> Server::statements_of(const std::function<void()>& doing) {

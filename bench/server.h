@@ -24,6 +24,11 @@ class Server : public kit::Database {
   /// User and system time so far.
   double processor_ms() const;
 
+  /// Its resident memory, in MiB, and the files that it has open.
+  double memory_mib() const;
+  int open_files() const;
+
  private:
+  std::string process_;
   clockid_t processor_clock_ = 0;
 };
