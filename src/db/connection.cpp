@@ -195,16 +195,16 @@ void Connection::in_transaction(const Step& what, const std::function<void()>& b
   is_in_transaction_ = false;
 }
 
-void Connection::rehearse(const std::function<void()>& body) {
+bool Connection::rehearse(const std::function<void()>& body) {
   // Without START TRANSACTION: after one that the server undoes, statements would stay for good.
   if (attempt(untraced, "SET autocommit=0").outcome().fate != MyFate::done) {
-    return;
+    return false;
   }
   is_rehearsing_ = true;
   body();
   is_rehearsing_ = false;
   run(untraced, statement("ROLLBACK"));
-  run(untraced, statement("SET autocommit=1"));
+  return attempt(untraced, "SET autocommit=1").outcome().fate == MyFate::done;
 }
 
 void Connection::trace(const Step& step, const std::string& text) {

@@ -139,8 +139,8 @@ class Connection {
 
   /// Runs `body` on the open connection and undoes what its statements have changed; others never
   /// see any of it. A connection that is lost meanwhile is not opened again for `body`, which may not
-  /// use in_transaction.
-  void rehearse(const std::function<void()>& body);
+  /// use in_transaction. Whether all of it ran on the connection.
+  [[nodiscard]] bool rehearse(const std::function<void()>& body);
 
   /// Writes a trace line of the operation, after the step's mark.
   void note(const Step& step, const char* format, ...) const AP_PRINTF(3, 4);
