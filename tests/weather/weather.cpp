@@ -334,11 +334,11 @@ std::vector<Call> calls_of_hook(Kind kind) {
   return calls;
 }
 
-/// Calls of the memory allocator and the sanitizers, which end a process when they fail.
+/// Calls of the memory allocator, the sanitizers and signal handlers, which end a process when they fail.
 bool belongs_to_runtime(const std::string& name) {
-  static const std::set<std::string> kNames{"mmap",   "munmap", "mprotect",    "mremap",  "madvise",
-                                            "brk",    "futex",  "sched_yield", "sysinfo", "getpid",
-                                            "gettid", "prctl",  "sigaltstack"};
+  static const std::set<std::string> kNames{
+      "mmap",        "munmap",  "mprotect", "mremap", "madvise", "brk",         "futex",
+      "sched_yield", "sysinfo", "getpid",   "gettid", "prctl",   "sigaltstack", "rt_sigreturn"};
   return kNames.contains(name);
 }
 
