@@ -6,7 +6,7 @@
 
 #include "platform/text.h"
 #include "values/paths.h"
-#include "values/utf8.h"
+#include "values/visible_text.h"
 
 namespace {
 
@@ -80,28 +80,7 @@ std::string nodes_text(const std::vector<Node>& nodes) {
   return text;
 }
 
-std::string hexadecimal(char byte) {
-  return M("\\x%02x", static_cast<unsigned char>(byte));
-}
-
-bool is_control(std::string_view letter) {
-  const auto first = static_cast<unsigned char>(letter[0]);
-  return first < 0x20 || first == 0x7F ||
-         (first == 0xC2 && static_cast<unsigned char>(letter[1]) < 0xA0);
-}
-
 }  // namespace
-
-std::string printable_text(std::string_view text) {
-  std::string result;
-  while (!text.empty()) {
-    const std::size_t length = utf8_length(text);
-    const std::string_view letter = text.substr(0, std::max<std::size_t>(length, 1));
-    result += length == 0 || is_control(letter) ? hexadecimal(letter.back()) : std::string(letter);
-    text.remove_prefix(letter.size());
-  }
-  return result;
-}
 
 std::string as_text(const CheckReport& report) {
   std::string counts;

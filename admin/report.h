@@ -18,10 +18,6 @@ struct CheckReport {
   std::vector<Node> nodes{};  // of the database
 };
 
-/// `text`, any bytes, for a terminal: control characters and bytes that belong to no UTF-8 character
-/// become "\x1b" and the like.
-std::string printable_text(std::string_view text);
-
 /// For people.
 std::string as_text(const CheckReport& report);
 

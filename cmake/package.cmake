@@ -3,7 +3,7 @@
 set(packaging ${CMAKE_BINARY_DIR}/packaging)
 file(MAKE_DIRECTORY ${packaging})
 set(documents)
-foreach(file man/ap-run.8 man/ap-check.8 man/ap-run.ini.5 changelog)
+foreach(file man/ap-run.8 man/ap-check.8 man/ap-show.8 man/ap-run.ini.5 changelog)
   get_filename_component(name ${file} NAME)
   set(output ${packaging}/${name}.gz)
   add_custom_command(
@@ -16,7 +16,7 @@ endforeach()
 add_custom_target(documents ALL DEPENDS ${documents})
 
 set(manual ${CMAKE_INSTALL_MANDIR})
-install(FILES ${packaging}/ap-run.8.gz ${packaging}/ap-check.8.gz DESTINATION ${manual}/man8)
+install(FILES ${packaging}/ap-run.8.gz ${packaging}/ap-check.8.gz ${packaging}/ap-show.8.gz DESTINATION ${manual}/man8)
 install(FILES ${packaging}/ap-run.ini.5.gz DESTINATION ${manual}/man5)
 foreach(name ap-up ap-down ap-history ap-command)
   file(CREATE_LINK ap-run.8.gz ${packaging}/${name}.8.gz SYMBOLIC)
@@ -25,6 +25,7 @@ endforeach()
 install(FILES ${packaging}/changelog.gz packaging/copyright docs/formats.md docs/installing.md docs/operating.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES packaging/user.sql packaging/uninstall.sql DESTINATION ${CMAKE_INSTALL_DATADIR}/ap-run/admin)
+install(FILES packaging/completion.bash DESTINATION share/bash-completion/completions RENAME ap-show)
 install(FILES packaging/tmpfiles.conf DESTINATION lib/tmpfiles.d RENAME ap-run.conf)
 
 # As Debian names what the compiler builds for.
@@ -63,7 +64,8 @@ ap-up, ap-down, ap-history and ap-command. From what the access points report
 it keeps a registry in a MariaDB or MySQL database, decides which stations a
 crowded access point should send away, and leaves its answers as files.
 .
-ap-check tells administrators what is amiss.")
+ap-check tells administrators what is amiss, ap-show what the access points do
+and why a station is refused.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_COMPONENTS_ALL Unspecified configuration)
 set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)

@@ -21,7 +21,7 @@
 
 namespace {
 
-constexpr int kTries = 15;                    // a second apart
+constexpr int kTries = kSlotPatience;         // a second apart
 constexpr std::int64_t kAbandonedAfter = 60;  // seconds; writing takes milliseconds
 
 /// How an attempt to write a command ended: an error number of the system, 0 when the command is in
@@ -29,8 +29,8 @@ constexpr std::int64_t kAbandonedAfter = 60;  // seconds; writing takes millisec
 using Ending = int;
 
 std::string slot_path(const std::string& mac, CommandSlot slot) {
-  return M("%s/[CMD]=%s%s", paths::kCommands, mac.c_str(),
-           slot == CommandSlot::download ? ".update" : "");
+  return M("%s/%s%s%s", paths::kCommands, kSlotPrefix, mac.c_str(),
+           slot == CommandSlot::download ? kDownloadEnding : "");
 }
 
 /// The path under which this process writes, beside the slots. The leading point keeps the

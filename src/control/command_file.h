@@ -14,10 +14,17 @@
 // well formed (is_mac), because they name files.
 //
 // A command that cannot be written is lost, which is traced and reported. A taken slot is waited
-// for, 15 tries a second apart, without a database connection; whatever else keeps the file from
+// for, a try a second, without a database connection; whatever else keeps the file from
 // being made (a full disk, a missing directory) is not.
 
 enum class CommandSlot { ordinary, download };
+
+/// What a slot's file name is made of, around the AP's MAC.
+inline constexpr const char* kSlotPrefix = "[CMD]=";
+inline constexpr const char* kDownloadEnding = ".update";
+
+/// A command is lost when its slot stays taken for so long, in seconds.
+inline constexpr int kSlotPatience = 15;
 
 /// The path of the AP's slot for ordinary commands.
 std::string command_slot(const std::string& mac);

@@ -8,10 +8,13 @@
 #include "trace/trace_log.h"
 #include "values/paths.h"
 
+bool is_lock_held(std::int64_t created, std::int64_t now) {
+  return created <= now && now - created < kStaleLockAge;
+}
+
 bool ap_lock_take(const std::string& mac) {
-  const std::int64_t now = std::time(nullptr);
   const std::int64_t created = my_file_create_time(M("%s/%s", paths::kLocks, mac.c_str()));
-  if (created <= now && now - created < kStaleLockAge) {
+  if (is_lock_held(created, std::time(nullptr))) {
     return false;
   }
   if (my_system("> %s/%s", paths::kLocks, mac.c_str()) != 0) {

@@ -11,6 +11,10 @@
 /// set back since.
 inline constexpr std::int64_t kStaleLockAge = 600;
 
+/// Whether a lock that was made at `created` (-1: there is none) still holds at `now`, both in seconds
+/// since the epoch.
+bool is_lock_held(std::int64_t created, std::int64_t now);
+
 /// Takes the AP's lock; false when it is held. Testing and taking are two steps: two reports that
 /// arrive in the same moment may both take it. A lock that cannot be made is reported as a loss and
 /// counts as taken.

@@ -1,5 +1,10 @@
 #include "values/visible_text.h"
 
+#include <algorithm>
+
+#include "platform/text.h"
+#include "values/utf8.h"
+
 namespace {
 
 constexpr std::string_view kHexDigits = "0123456789ABCDEF";
@@ -24,6 +29,16 @@ std::string visible(std::string_view text, LineFeeds line_feeds) {
   return shown;
 }
 
+std::string hexadecimal(char byte) {
+  return M("\\x%02x", static_cast<unsigned char>(byte));
+}
+
+bool is_control(std::string_view letter) {
+  const auto first = static_cast<unsigned char>(letter[0]);
+  return first < kFirstPrintable || first == kDelete ||
+         (first == 0xC2 && static_cast<unsigned char>(letter[1]) < 0xA0);
+}
+
 }  // namespace
 
 std::string visible_text(std::string_view text) {
@@ -32,4 +47,15 @@ std::string visible_text(std::string_view text) {
 
 std::string visible_lines(std::string_view text) {
   return visible(text, LineFeeds::stay);
+}
+
+std::string printable_text(std::string_view text) {
+  std::string result;
+  while (!text.empty()) {
+    const std::size_t length = utf8_length(text);
+    const std::string_view letter = text.substr(0, std::max<std::size_t>(length, 1));
+    result += length == 0 || is_control(letter) ? hexadecimal(letter.back()) : std::string(letter);
+    text.remove_prefix(letter.size());
+  }
+  return result;
 }

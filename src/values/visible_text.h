@@ -9,3 +9,7 @@ std::string visible_text(std::string_view text);
 
 /// The same, but line feeds stay.
 std::string visible_lines(std::string_view text);
+
+/// `text` for a terminal that speaks UTF-8: control characters and bytes that belong to no UTF-8
+/// character become "\x1b" and the like.
+std::string printable_text(std::string_view text);

@@ -7,6 +7,7 @@
 #include "report.h"
 #include "schema_version.h"
 #include "values/utf8.h"
+#include "values/visible_text.h"
 
 namespace {
 
