@@ -26,6 +26,7 @@ install(FILES ${packaging}/changelog.gz packaging/copyright docs/formats.md docs
         DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES packaging/user.sql packaging/uninstall.sql DESTINATION ${CMAKE_INSTALL_DATADIR}/ap-run/admin)
 install(FILES packaging/completion.bash DESTINATION share/bash-completion/completions RENAME ap-show)
+install(FILES packaging/ap-show-metrics.service packaging/ap-show-metrics.timer DESTINATION lib/systemd/system)
 install(FILES packaging/tmpfiles.conf DESTINATION lib/tmpfiles.d RENAME ap-run.conf)
 
 # As Debian names what the compiler builds for.
@@ -84,6 +85,6 @@ set(CPACK_DEBIAN_PACKAGE_SUGGESTS "default-mta | mail-transport-agent")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
     ${PROJECT_SOURCE_DIR}/packaging/conffiles ${PROJECT_SOURCE_DIR}/packaging/postinst
-    ${PROJECT_SOURCE_DIR}/packaging/postrm)
+    ${PROJECT_SOURCE_DIR}/packaging/prerm ${PROJECT_SOURCE_DIR}/packaging/postrm)
 set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/finish.cmake)
 include(CPack)

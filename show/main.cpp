@@ -8,6 +8,7 @@
 #include "kit/command_line.h"
 #include "show/ap_list.h"
 #include "show/ap_view.h"
+#include "show/metrics.h"
 #include "show/output.h"
 #include "show/station_view.h"
 #include "trace/trace_log.h"
@@ -27,6 +28,7 @@ constexpr const char* kExamples =
     "  ap-show \"Hall west\"                  an AP by its name; its MAC or number do as well\n"
     "  ap-show 02:4C:0E:00:00:1B            a station: where it is, who refuses it, and why\n"
     "  ap-show --json | jq '.aps[].name'    for programs\n"
+    "  ap-show metrics                      numbers for monitoring\n"
     "\n"
     "The exit status is 0; 1 when something cannot be shown; 2 when the command line is wrong.";
 
@@ -35,6 +37,7 @@ constexpr int kLongestPeriod = 86'400;
 
 struct Options {
   std::string subject;
+  bool metrics = false;
   show::ListWish list;
   bool json = false;
   int watch = 0;  // seconds between two looks; 0: one look
@@ -73,13 +76,20 @@ show::View look(const Options& options) {
   throw show::Unavailable("no AP is called \"" + options.subject + "\", and it is no MAC address");
 }
 
+/// The text of one look.
+std::string look_text(const Options& options) {
+  if (options.metrics && !options.json) {
+    return show::as_exposition(show::site_metrics());
+  }
+  const show::View view = options.metrics ? show::as_view(show::site_metrics()) : look(options);
+  return options.json
+             ? show::as_json(view, options.watch > 0 ? show::Compact::yes : show::Compact::no)
+             : show::as_text(view, show::standard_page());
+}
+
 int show_once(const Options& options) try {
-  const show::View view = look(options);
-  const show::Page page = show::standard_page();
+  const std::string text = look_text(options);
   const bool again = options.watch > 0;
-  const std::string text = options.json
-                               ? show::as_json(view, again ? show::Compact::yes : show::Compact::no)
-                               : show::as_text(view, page);
   const char* clear = again && !options.json && isatty(STDOUT_FILENO) != 0 ? "\x1b[H\x1b[2J" : "";
   std::printf("%s%s", clear, text.c_str());
   return std::fflush(stdout) == 0 ? 0 : 1;
@@ -110,6 +120,7 @@ int show_once(const Options& options) try {
 // Only a lack of memory throws here. NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int argc, char** argv) {
   constexpr int kUsualWatch = 2;  // seconds
+  constexpr int kWrongUsage = 2;
   Options options;
   CLI::App app(kAbout, "ap-show");
   app.footer(kExamples);
@@ -126,8 +137,17 @@ int main(int argc, char** argv) {
                "in the list, only APs with something odd");
   app.add_option("--period", options.list.period, "seconds from report to report (60)")
       ->check(CLI::Range(1, kLongestPeriod));
+  const CLI::App* metrics =
+      app.add_subcommand("metrics",
+                         "numbers for the textfile collector of Prometheus' node exporter")
+          ->fallthrough();
   if (const std::optional<int> status = kit::read_command_line(app, argc, argv)) {
     return *status;
+  }
+  options.metrics = metrics->parsed();
+  if (options.metrics && !options.subject.empty()) {
+    std::fprintf(stderr, "ap-show: not expected: %s (see --help)\n", options.subject.c_str());
+    return kWrongUsage;
   }
   if (*again && options.watch == 0) {
     options.watch = kUsualWatch;

@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <regex>
 
@@ -207,7 +208,8 @@ TEST_F(Show, FitsATerminalAndSaysWhatItCannotShow) {
   sql("UPDATE AP_INFO.ap_list SET Name='Door'");
   sql("CREATE OR REPLACE USER nobody@localhost");
   const std::pair<Words, int> wrong[] = {{{"nobody"}, 1},      {{"Door"}, 1},  {{"3"}, 1},
-                                         {{"--sort", "x"}, 1}, {{"--bad"}, 2}, {{"--watch=0"}, 2}};
+                                         {{"--sort", "x"}, 1}, {{"--bad"}, 2}, {{"--watch=0"}, 2},
+                                         {{"metrics", "x"}, 2}};
   for (const auto& [words, status] : wrong) {
     const kit::Output refused = show(words);
     EXPECT_EQ(refused.status, status) << words[0];
@@ -220,6 +222,88 @@ TEST_F(Show, FitsATerminalAndSaysWhatItCannotShow) {
   EXPECT_NE(refused.text.find("the database refused a query"), std::string::npos) << refused.text;
   write_file("/etc/ap-run/database.cnf", "[client]\nuser=nobody\npassword=wrong\n");
   EXPECT_NE(show({}).text.find("Access denied"), std::string::npos);
+}
+
+/// The samples of a text in the format of Prometheus. Each has its form and comes after the lines that
+/// say what it is.
+std::map<std::string, long> samples_of(const std::string& text) {
+  static const std::regex kSample(
+      "([a-z_]+?)(_bucket|_sum|_count)?(\\{[a-z]+=\"[^\"\\\\]+\"\\})? ([0-9]+)");
+  std::map<std::string, long> samples;
+  std::string name, type;
+  for (const std::string& line : lines_of(text)) {
+    std::smatch parts;
+    if (line.starts_with("# HELP ")) {
+      name = line.substr(7, line.find(' ', 7) - 7);
+    } else if (line.starts_with("# TYPE ")) {
+      type = line.substr(line.rfind(' ') + 1);
+      EXPECT_EQ(line, "# TYPE " + name + " " + type);
+    } else {
+      EXPECT_TRUE(std::regex_match(line, parts, kSample)) << line;
+      EXPECT_EQ(parts[1], name);
+      EXPECT_EQ(parts[2].matched, type == "histogram") << line;
+      const std::string sample = line.substr(0, line.rfind(' '));
+      EXPECT_TRUE(samples.emplace(sample, std::stol(parts[4])).second) << "twice: " << line;
+    }
+  }
+  return samples;
+}
+
+TEST_F(Show, TellsMonitoringWhatIsThere) {
+  for (const char* file : {"/database/ap/lock/x", "/database/ap/command/.77",
+                           "/database/ap/command/[CMD]=x.update", "/database/ap/reports/r.ini"}) {
+    write_file(file, "");
+    set_age(file, seconds(600));
+  }
+  sql("UPDATE AP_INFO.ap_list SET Status=0 WHERE SN=2");
+  sql("UPDATE AP_CLIENT.block SET refer_ap_sn=9 WHERE mac='" + kBob + "'");
+  auto samples = samples_of(show({"metrics"}).text);
+  const auto expect_near = [&](const std::string& name, long value) {
+    EXPECT_GE(samples[name], value) << name;
+    EXPECT_LE(samples[name], value + 30) << name;
+    samples.erase(name);
+  };
+  expect_near("ap_run_oldest_command_seconds", 600);
+  expect_near("ap_run_oldest_lock_seconds", 600);
+  expect_near("ap_run_report_age_seconds_sum", 200);
+  std::string rest;
+  for (const auto& [name, value] : samples) {
+    rest += name + " " + std::to_string(value) + "\n";
+  }
+  EXPECT_EQ(rest,
+            "ap_run_aps{state=\"connected\"} 1\n"
+            "ap_run_aps{state=\"gone\"} 1\n"
+            "ap_run_aps{state=\"rebooting\"} 0\n"
+            "ap_run_aps{state=\"updating\"} 0\n"
+            "ap_run_blocks 2\n"
+            "ap_run_commands_waiting 1\n"
+            "ap_run_database_up 1\n"
+            "ap_run_foreign_radios 1\n"
+            "ap_run_lost{what=\"orphaned_block\"} 1\n"
+            "ap_run_lost{what=\"stale_lock\"} 1\n"
+            "ap_run_lost{what=\"unfinished_command\"} 1\n"
+            "ap_run_lost{what=\"unread_report\"} 1\n"
+            "ap_run_orders_pending 0\n"
+            "ap_run_report_age_seconds_bucket{le=\"+Inf\"} 1\n"
+            "ap_run_report_age_seconds_bucket{le=\"120\"} 0\n"
+            "ap_run_report_age_seconds_bucket{le=\"180\"} 0\n"
+            "ap_run_report_age_seconds_bucket{le=\"1800\"} 1\n"
+            "ap_run_report_age_seconds_bucket{le=\"300\"} 1\n"
+            "ap_run_report_age_seconds_bucket{le=\"3600\"} 1\n"
+            "ap_run_report_age_seconds_bucket{le=\"60\"} 0\n"
+            "ap_run_report_age_seconds_bucket{le=\"600\"} 1\n"
+            "ap_run_report_age_seconds_count 1\n"
+            "ap_run_stations{band=\"2.4\"} 0\n"
+            "ap_run_stations{band=\"5\"} 5\n");
+  EXPECT_EQ(json::parse(show({"metrics", "--json"}).text)["metrics"][1]["labels"],
+            "state=\"connected\"");
+  write_file("/etc/ap-run/database.cnf", "[client]\nuser=nobody\npassword=wrong\n");
+  const kit::Output away = show({"metrics"});
+  EXPECT_EQ(away.status, 0);
+  samples = samples_of(away.text);
+  EXPECT_EQ(samples["ap_run_database_up"], 0);
+  EXPECT_EQ(samples["ap_run_lost{what=\"stale_lock\"}"], 1);
+  EXPECT_FALSE(samples.contains("ap_run_blocks"));
 }
 
 }  // namespace
