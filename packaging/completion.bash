@@ -14,7 +14,7 @@ _ap_show() {
         mapfile -t COMPREPLY < <(compgen -W "--help --json --period --problems --sort --version --watch" -- "$word")
         return
     fi
-    mapfile -t COMPREPLY < <(compgen -W "metrics" -- "$word")
+    mapfile -t COMPREPLY < <(compgen -W "metrics why" -- "$word")
     # Names of APs, as many words as they have, ready for the shell.
     while IFS= read -r name; do
         printf -v name %q "$name"

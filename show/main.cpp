@@ -11,6 +11,7 @@
 #include "show/metrics.h"
 #include "show/output.h"
 #include "show/station_view.h"
+#include "show/why_view.h"
 #include "trace/trace_log.h"
 #include "values/decimal.h"
 #include "values/mac_address.h"
@@ -28,6 +29,7 @@ constexpr const char* kExamples =
     "  ap-show \"Hall west\"                  an AP by its name; its MAC or number do as well\n"
     "  ap-show 02:4C:0E:00:00:1B            a station: where it is, who refuses it, and why\n"
     "  ap-show --json | jq '.aps[].name'    for programs\n"
+    "  ap-show why Lobby                    whom it would send away now, and why\n"
     "  ap-show metrics                      numbers for monitoring\n"
     "\n"
     "The exit status is 0; 1 when something cannot be shown; 2 when the command line is wrong.";
@@ -38,6 +40,7 @@ constexpr int kLongestPeriod = 86'400;
 struct Options {
   std::string subject;
   bool metrics = false;
+  bool why = false;
   show::ListWish list;
   bool json = false;
   int watch = 0;  // seconds between two looks; 0: one look
@@ -68,12 +71,13 @@ show::View look(const Options& options) {
     return show::ap_list(site, options.list);
   }
   if (const show::ApState* ap = ap_called(site, options.subject)) {
-    return show::ap_view(site, *ap, options.list.period);
+    return options.why ? show::why_view(site, *ap) : show::ap_view(site, *ap, options.list.period);
   }
-  if (is_mac(options.subject)) {
+  if (is_mac(options.subject) && !options.why) {
     return show::station_view(site, options.subject);
   }
-  throw show::Unavailable("no AP is called \"" + options.subject + "\", and it is no MAC address");
+  throw show::Unavailable("no AP is called \"" + options.subject + "\"" +
+                          (options.why ? "" : ", and it is no MAC address"));
 }
 
 /// The text of one look.
@@ -141,10 +145,15 @@ int main(int argc, char** argv) {
       app.add_subcommand("metrics",
                          "numbers for the textfile collector of Prometheus' node exporter")
           ->fallthrough();
+  CLI::App* why =
+      app.add_subcommand("why", "what the rules would decide for an AP now, and from which numbers")
+          ->fallthrough();
+  why->add_option("AP", options.subject, "its name, MAC or number")->required();
   if (const std::optional<int> status = kit::read_command_line(app, argc, argv)) {
     return *status;
   }
   options.metrics = metrics->parsed();
+  options.why = why->parsed();
   if (options.metrics && !options.subject.empty()) {
     std::fprintf(stderr, "ap-show: not expected: %s (see --help)\n", options.subject.c_str());
     return kWrongUsage;

@@ -109,13 +109,18 @@ class TextPrinter {
       text_ += "\n";
     }
     if (!section.title.empty()) {
-      text_ += coloured(section.layout == Layout::single
+      text_ += coloured(section.layout == Layout::single || section.layout == Layout::lines
                             ? printable_text(section.title)
                             : printable_text(section.title) + M(" (%zu)", section.records.size()),
                         "1") +
                "\n";
     }
-    if (section.layout != Layout::table) {
+    if (section.layout == Layout::lines) {
+      for (const Record& record : section.records) {
+        constexpr int kIndent = 2;
+        text_ += ended(wrapped(text_of(record.front(), Unit::text), kIndent));
+      }
+    } else if (section.layout != Layout::table) {
       for (const Record& record : section.records) {
         text_ += &record == &section.records.front() ? "" : "\n";
         add_single(section.columns, record);
@@ -137,6 +142,26 @@ class TextPrinter {
     return coloured(text, kCodes[static_cast<std::size_t>(tone)]);
   }
 
+  /// A text whose lines are broken between words; all but the first are indented.
+  std::string wrapped(const std::string& text, int indent, int begin = 0) const {
+    std::istringstream words(text);
+    std::string shown;
+    int at = begin;
+    for (std::string word; words >> word;) {
+      const int width = width_of(word);
+      if (!shown.empty() && page_.width > 0 && at + 1 + width > page_.width) {
+        shown += "\n" + std::string(static_cast<std::size_t>(indent), ' ');
+        at = indent;
+      } else if (!shown.empty()) {
+        shown += ' ';
+        ++at;
+      }
+      shown += word;
+      at += width;
+    }
+    return shown;
+  }
+
   /// A line for each value, long texts broken between words.
   void add_single(const std::vector<Column>& columns, const Record& record) {
     int indent = 0;
@@ -144,24 +169,8 @@ class TextPrinter {
       indent = std::max(indent, width_of(column.head) + kGapWidth);
     }
     for (std::size_t i = 0; i < columns.size(); ++i) {
-      std::string line = fitted(columns[i].head, indent, false);
-      int at = indent;
-      std::istringstream words(text_of(record[i], columns[i].unit));
-      std::string shown;
-      for (std::string word; words >> word;) {
-        const int width = width_of(word);
-        const bool first = at == indent;
-        if (!first && page_.width > 0 && at + 1 + width > page_.width) {
-          shown += "\n" + std::string(static_cast<std::size_t>(indent), ' ');
-          at = indent;
-        } else if (!first) {
-          shown += ' ';
-          ++at;
-        }
-        shown += word;
-        at += width;
-      }
-      text_ += ended(line + toned(shown, record[i].tone));
+      const std::string text = wrapped(text_of(record[i], columns[i].unit), indent, indent);
+      text_ += ended(fitted(columns[i].head, indent, false) + toned(text, record[i].tone));
     }
   }
 
@@ -303,7 +312,9 @@ std::string as_json(const View& view, Compact compact) {
     Json& member = all[section.key];
     member = section.layout == Layout::single ? Json::object() : Json::array();
     for (const Record& record : section.records) {
-      if (section.layout == Layout::single) {
+      if (section.layout == Layout::lines) {
+        member.push_back(std::get<std::string>(record.front().value));
+      } else if (section.layout == Layout::single) {
         member = json_of(section.columns, record);
       } else {
         member.push_back(json_of(section.columns, record));

@@ -45,7 +45,7 @@ struct Column {
 using Record = std::vector<Cell>;
 
 /// `table`: a line for each record. `single`: one record, a line for each value.
-enum class Layout { table, single, singles };
+enum class Layout { table, single, singles, lines };
 
 struct Section {
   const char* key;    // its name in JSON

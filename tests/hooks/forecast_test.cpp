@@ -1,11 +1,12 @@
 #include <cstdlib>
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <random>
 #include <set>
 #include <thread>
 
 #include "kit/report_text.h"
-#include "show/forecast.h"
+#include "show/why_view.h"
 #include "support/appliance.h"
 
 namespace {
@@ -103,13 +104,15 @@ TEST_F(Forecast, SaysWhatTheNextReportDoesAndChangesNothing) {
     const std::string report = any_report(sn);
     answer(sn, report);
     const std::string before = all_that_lasts();
-    Ap ap(mac_of(sn), {"test", Remedy::none});
-    const std::optional<show::Forecast> coming = show::forecast(ap);
-    ap.db.close();
+    const kit::Output shown = kit::output_of({"ap-show", "why", "--json", mac_of(sn)});
+    ASSERT_EQ(shown.status, 0) << shown.text;
     ASSERT_EQ(all_that_lasts(), before) << report;
-    ASSERT_TRUE(coming);
-    const std::string told = (coming->found.release_all ? "[command]\ntype=5\ntime=T\n" : "") +
-                             ("[command]\n" + coming->lines) + "time=T\n";
+    std::string told = "[command]\n";
+    const nlohmann::json forecast = nlohmann::json::parse(shown.text);
+    for (const std::string line : forecast["command"]) {
+      told += line == show::kReleaseAllFirst ? "type=5\ntime=T\n[command]\n" : line + "\n";
+    }
+    told += "time=T\n";
     ASSERT_EQ(answer(sn, report), told) << report;
     for (const char* kind : {"type=5", "kick", "block", "release", "autoRF=1", "autoRF=-1"}) {
       if (told.find(kind) != std::string::npos) {
