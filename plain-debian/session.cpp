@@ -28,12 +28,15 @@ constexpr unsigned int kLastClientError = 2999;
 /// The server's errors that say that the statement may be sent again.
 constexpr unsigned int kLockWaitTimeout = 1205;
 constexpr unsigned int kDeadlock = 1213;
+constexpr unsigned int kErrorDuringCommit = 1180;  // as when the group has changed meanwhile
 
 MyFate fate_of(unsigned int error) {
   if (error == 0) {
     return MyFate::done;
   }
-  return error == kDeadlock || error == kLockWaitTimeout ? MyFate::repeat : MyFate::failed;
+  return error == kDeadlock || error == kLockWaitTimeout || error == kErrorDuringCommit
+             ? MyFate::repeat
+             : MyFate::failed;
 }
 
 using Clock = std::chrono::steady_clock;
@@ -265,7 +268,9 @@ void MySession::collect_one() {
   if (failed) {
     failures_[next.ticket] = {error, mysql_error(mysql_)};
   }
-  if (error >= kFirstClientError && error <= kLastClientError) {
+  // Another server of the list may serve what comes next.
+  const bool has_left_group = error == kNotInGroup && database_hosts().size() > 1;
+  if (has_left_group || (error >= kFirstClientError && error <= kLastClientError)) {
     lose({error, mysql_error(mysql_)});
   }
 }
