@@ -71,7 +71,33 @@ void Controller::finish(Running& running, int minute) {
   }
 }
 
+void Controller::record(const Hook& hook, int minute) {
+  if (recorded_.empty()) {
+    return;
+  }
+  const Words& words = hook.words;
+  std::string place;
+  if (words.front() == "ap-up") {
+    place = std::string(paths::kCapabilities) + "/" + words[2];
+  } else if (words.size() > 2 && words[2].starts_with('/')) {
+    place = words[2];
+  }
+  const std::string name = recorded_ + format("/%05d", ++events_);
+  std::string text = format("%d %d %d\n%s\n", minute, waves_, hook.ap, place.c_str());
+  for (const std::string& word : words) {
+    text += word + "\n";
+  }
+  kit::write_file(name + ".event", text);
+  if (!place.empty()) {
+    kit::write_file(name + ".input", kit::content(place));
+  }
+}
+
 void Controller::run(const std::vector<Hook>& hooks, int minute) {
+  ++waves_;
+  for (const Hook& hook : hooks) {
+    record(hook, minute);
+  }
   std::vector<Running> running;
   auto next = hooks.begin();
   while (next != hooks.end() || !running.empty()) {

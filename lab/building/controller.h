@@ -38,6 +38,15 @@ class Controller {
   Controller(const Controller&) = delete;
   Controller& operator=(const Controller&) = delete;
 
+  /// From now on writes what it starts into files of this directory, which has to exist, to be played
+  /// again elsewhere: NUMBER.event has a line "MINUTE WAVE AP" (hooks of one wave run at once), a line
+  /// with the path of the file that the hook reads, and the words, one a line; NUMBER.input is a copy
+  /// of that file.
+  void record_to(const std::string& directory) { recorded_ = directory; }
+
+  /// Records a hook as run() does; words that begin with "sql" are a statement.
+  void record(const Hook& hook, int minute);
+
   /// Commands are taken only for connected APs; those of others wait in their slots.
   void connect(const std::string& mac) { connected_[mac] = true; }
   void disconnect(const std::string& mac) { connected_.erase(mac); }
@@ -62,6 +71,9 @@ class Controller {
   std::map<std::string, bool> connected_;
   std::vector<Delivery> taken_;
   std::vector<HookRun> runs_;
+  std::string recorded_;  // empty: nothing is recorded
+  int waves_ = 0;
+  int events_ = 0;
 };
 
 }  // namespace lab

@@ -13,6 +13,7 @@
 #include "kit/command_line.h"
 #include "kit/files.h"
 #include "kit/fresh.h"
+#include "values/paths.h"
 #include "values/settings.h"
 
 namespace {
@@ -24,6 +25,7 @@ struct Options {
   std::string scenario;
   std::string page;
   std::string log;
+  std::string record;
   int seed = -1;
   int minutes = -1;
   int parallel = 2;
@@ -49,6 +51,9 @@ std::optional<int> read_options(int argc, char** argv, Options& options) {
   app.add_option("--page", options.page, "leaves a page about it, to be opened in a browser");
   app.add_option("--log", options.log,
                  "leaves what happened as lines, the same in every run with the same seed");
+  app.add_option("--record", options.record,
+                 "leaves every hook that is started in this directory, with the file that it reads")
+      ->check(CLI::ExistingDirectory);
   app.add_option("--seed", options.seed, "takes the place of the scenario's")
       ->check(CLI::Range(0, kMost));
   app.add_option("--minutes", options.minutes, "takes the place of the scenario's")
@@ -89,11 +94,17 @@ lab::Scenario without_balancing(lab::Scenario scenario) {
   return scenario;
 }
 
-/// Plays it in an empty appliance.
-std::unique_ptr<lab::Play> played(lab::Scenario scenario, int parallel) {
+/// Plays it in an empty appliance, whose database is where it was.
+std::unique_ptr<lab::Play> played(lab::Scenario scenario, int parallel,
+                                  const std::string& record = {}) {
   kit::Database server;
+  const std::optional<std::string> options = kit::read_file(paths::kDatabaseOptions);
   kit::start_afresh(server);
+  if (options) {
+    kit::write_file(paths::kDatabaseOptions, *options);
+  }
   auto play = std::make_unique<lab::Play>(std::move(scenario), parallel);
+  play->record_to(record);
   lab::Progress progress(isatty(STDOUT_FILENO) != 0);
   play->run([&](const lab::Play& now) { progress.show(now); });
   return play;
@@ -127,7 +138,8 @@ int main(int argc, char** argv) try {
     std::puts("as the scenario has it:");
   }
   const auto start = std::chrono::steady_clock::now();
-  const std::unique_ptr<lab::Play> steered = played(std::move(scenario), options.parallel);
+  const std::unique_ptr<lab::Play> steered =
+      played(std::move(scenario), options.parallel, options.record);
   const lab::Play& play = *steered;
   const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
   const std::vector<lab::Agreement> agreements = lab::compare_tables(play);

@@ -104,8 +104,11 @@ void Play::leave(int number, Deed why) {
   reported_.erase(number);
   // The program goes by the database's clock, to which all this takes a few seconds. So that it
   // sees an AP that has been there for so many minutes, its joining is dated back.
-  query(format("UPDATE AP_INFO.ap_list SET STime=NOW() - INTERVAL %d MINUTE WHERE MAC='%s'",
-               minutes, ap(number).mac.c_str()));
+  const std::string statement =
+      format("UPDATE AP_INFO.ap_list SET STime=NOW() - INTERVAL %d MINUTE WHERE MAC='%s'", minutes,
+             ap(number).mac.c_str());
+  query(statement);
+  controller_.record({{"sql", statement}, number}, world_.minute());
   controller_.run({{{"ap-down", ap(number).mac}, number}}, world_.minute());
 }
 

@@ -41,6 +41,9 @@ class Play {
  public:
   Play(Scenario scenario, int parallel);
 
+  /// Has the controller record what it starts (Controller::record_to).
+  void record_to(const std::string& directory) { controller_.record_to(directory); }
+
   /// Plays it; `watch` is called after each minute.
   void run(const std::function<void(const Play&)>& watch);
 
