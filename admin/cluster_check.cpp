@@ -35,7 +35,7 @@ Node ask_node(const DatabaseHost& host) {
   std::map<std::string, std::string> found;
   if (mysql_query(mysql.get(), kAboutNode) == 0) {
     const MyResult result(mysql_store_result(mysql.get()));
-    while (const MYSQL_ROW row = result.rows == nullptr ? nullptr : mysql_fetch_row(result.rows)) {
+    while (MYSQL_ROW row = result.rows == nullptr ? nullptr : mysql_fetch_row(result.rows)) {
       found[row[0]] = row[1] == nullptr ? "" : row[1];
     }
   }

@@ -113,7 +113,7 @@ MyError unreadiness(MYSQL* mysql, const DatabaseHost& host, WaitTime limit) {
   if (error == kNotInGroup || (error >= kFirstClientError && error <= kLastClientError)) {
     return {error, mysql_error(mysql)};
   }
-  const MYSQL_ROW row = rows == nullptr ? nullptr : mysql_fetch_row(rows.get());
+  MYSQL_ROW row = rows == nullptr ? nullptr : mysql_fetch_row(rows.get());
   return row != nullptr && row[0] != nullptr && row[0] != std::string_view("0")
              ? MyError{kReadOnly, "The server " + host.name + " is read-only"}
              : MyError{};
