@@ -65,24 +65,15 @@ MyTicket my_mysql_query(MyConnection& connection, const char* format, ...) {
   va_start(values, format);
   const std::optional<std::string> statement = my_format(format, values);
   va_end(values);
-  if (!statement) {
-    return 0;
-  }
-  return connection.session->send(*statement);
+  return statement ? connection.session->send(*statement) : 0;
 }
 
 MyResult* my_mysql_store_result(MyConnection& connection, MyTicket ticket) {
-  if (connection.session == nullptr || ticket == 0) {
-    return nullptr;
-  }
-  return connection.session->take_rows(ticket);
+  return connection.session == nullptr ? nullptr : connection.session->take_rows(ticket);
 }
 
 MyOutcome my_mysql_outcome(MyConnection& connection, MyTicket ticket) {
-  if (connection.session == nullptr) {
-    return {};
-  }
-  return connection.session->outcome(ticket);
+  return connection.session == nullptr ? MyOutcome{} : connection.session->outcome(ticket);
 }
 
 std::uint64_t my_mysql_num_rows(const MyResult& result) {

@@ -1,5 +1,6 @@
 #include "platform/firewall.h"
 
+#include <iterator>
 #include <sstream>
 #include <thread>
 
@@ -43,9 +44,6 @@ int my_iptables(int mode, const char* format, ...) {
     return -1;
   }
   std::istringstream line(text->substr(arrow + kArrow.size()));
-  std::vector<std::string> words;
-  for (std::string word; line >> word;) {
-    words.push_back(word);
-  }
+  const std::vector<std::string> words(std::istream_iterator<std::string>(line), {});
   return words.empty() ? -1 : run_firewall(words);
 }

@@ -1,5 +1,8 @@
 #include "platform/mail.h"
 
+#include <openssl/evp.h>
+
+#include <algorithm>
 #include <array>
 #include <string_view>
 
@@ -7,7 +10,7 @@
 #include "platform/text.h"
 #include "store.h"
 #include "values/paths.h"
-#include "values/utf8.h"
+#include "values/visible_text.h"
 
 struct MailHandle {};
 
@@ -26,10 +29,6 @@ void initialise(MailRecord& record) {
                       kMissingValue, kMissingValue, kMissingValue};
 }
 
-void initialise_record(MailRecord& record, int /*reserved*/) {
-  initialise(record);
-}
-
 MailHandle* open_record(MailRecord& record, const std::string& /*caller*/, int /*reserved*/) {
   const std::array<std::string*, 6> fields{&record.field1, &record.field2, &record.field3,
                                            &record.field4, &record.field5, &record.field6};
@@ -39,34 +38,22 @@ MailHandle* open_record(MailRecord& record, const std::string& /*caller*/, int /
   return &opened;
 }
 
-void release(MailHandle* /*handle*/) {}
-
-MailSettings service{initialise, initialise_record, open_record, release};
+MailSettings service{initialise, [](MailRecord& record, int /*reserved*/) { initialise(record); },
+                     open_record, [](MailHandle* /*handle*/) {}};
 
 bool is_plain(std::string_view text) {
-  for (const char letter : text) {
-    if (letter < ' ' || letter > '~') {
-      return false;
-    }
-  }
-  return text.find("=?") == std::string_view::npos;
+  return text.find("=?") == std::string_view::npos &&
+         std::all_of(text.begin(), text.end(),
+                     [](char letter) { return letter >= ' ' && letter <= '~'; });
 }
 
+/// `bytes`, kEncodedWordBytes at most, in base64.
 std::string base64(std::string_view bytes) {
-  static constexpr std::string_view kDigits =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string text;
-  for (std::size_t i = 0; i < bytes.size(); i += 3) {
-    const std::string_view group = bytes.substr(i, 3);
-    unsigned int bits = 0;
-    for (std::size_t k = 0; k < 3; ++k) {
-      bits = bits << 8U | (k < group.size() ? static_cast<unsigned char>(group[k]) : 0U);
-    }
-    for (std::size_t k = 0; k < 4; ++k) {
-      text += k <= group.size() ? kDigits[bits >> (18U - 6U * k) & 63U] : '=';
-    }
-  }
-  return text;
+  std::array<unsigned char, kEncodedWordBytes / 3 * 4 + 1> text{};
+  const int length =
+      EVP_EncodeBlock(text.data(), reinterpret_cast<const unsigned char*>(bytes.data()),
+                      static_cast<int>(bytes.size()));
+  return {text.begin(), text.begin() + length};
 }
 
 /// `text` as the value of a header: plain text as it is, anything else as encoded words (RFC 2047),

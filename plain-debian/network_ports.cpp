@@ -1,9 +1,8 @@
 #include "platform/network_ports.h"
 
-#include <cstdlib>
-
 #include "platform/text.h"
 #include "store.h"
+#include "values/decimal.h"
 
 std::optional<PortRecord> interface_read_shm(int port) {
   const std::string section = M("port %d", port);
@@ -13,10 +12,8 @@ std::optional<PortRecord> interface_read_shm(int port) {
   if (!name && !bridge && !mode) {
     return std::nullopt;
   }
-  const auto number = [](const std::optional<std::string>& text) {
-    return text ? static_cast<int>(std::strtol(text->c_str(), nullptr, 10)) : 0;
-  };
-  return PortRecord{name.value_or(""), number(bridge), number(mode)};
+  return PortRecord{name.value_or(""), decimal_int(bridge.value_or("")),
+                    decimal_int(mode.value_or(""))};
 }
 
 std::optional<std::string> my_cgi_encrypt_BigEndian(std::string_view text) {

@@ -5,6 +5,7 @@
 #include <fstream>
 
 #include "values/paths.h"
+#include "values/split.h"
 
 namespace {
 
@@ -44,17 +45,14 @@ DatabaseHost parse_host(const std::string& text) {
 }
 
 /// The hosts of the value of `host`, blanks and quotes left out.
-std::vector<DatabaseHost> parse_hosts(const std::string& value) {
+std::vector<DatabaseHost> parse_hosts(std::string value) {
+  constexpr std::string_view kLeftOut = " \t\r\"'";
+  std::erase_if(value,
+                [&](char letter) { return kLeftOut.find(letter) != std::string_view::npos; });
   std::vector<DatabaseHost> hosts;
-  std::string name;
-  for (const char letter : value + ",") {
-    if (letter == ',') {
-      if (!name.empty()) {
-        hosts.push_back(parse_host(name));
-      }
-      name.clear();
-    } else if (std::string_view(" \t\r\"'").find(letter) == std::string_view::npos) {
-      name += letter;
+  for (const std::string_view name : str_split(value, ',', value.size() + 1)) {
+    if (!name.empty()) {
+      hosts.push_back(parse_host(std::string(name)));
     }
   }
   return hosts;

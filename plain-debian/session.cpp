@@ -239,76 +239,62 @@ MyTicket MySession::send(std::string_view statement) {
     lose({mysql_errno(mysql_), mysql_error(mysql_)});
     return 0;
   }
-  sent_.push_back({++last_ticket_, statement.size()});
+  sent_.push_back(statement.size());
   sent_bytes_ += statement.size();
-  return last_ticket_;
+  return ++last_ticket_;
 }
 
 void MySession::collect_one() {
-  const Sent next = sent_.front();
+  sent_bytes_ -= sent_.front();
   sent_.pop_front();
-  sent_bytes_ -= next.bytes;
 
   const BudgetedWait wait(kAnswerLimit, socket());
   last_insert_id_ = 0;
-  std::uint64_t changed_rows = 0;
+  auto& [outcome, rows] = answers_.emplace_back();
   bool failed = mysql_read_query_result(mysql_) != 0;
   if (!failed && mysql_field_count(mysql_) > 0) {
-    if (MYSQL_RES* rows = mysql_store_result(mysql_); rows != nullptr) {
-      kept_.push_back({next.ticket, std::make_unique<MyResult>(rows)});
-    } else {
-      failed = true;
-    }
+    MYSQL_RES* stored = mysql_store_result(mysql_);
+    failed = stored == nullptr;
+    rows = failed ? nullptr : std::make_unique<MyResult>(stored);
   } else if (!failed) {
     last_insert_id_ = mysql_insert_id(mysql_);
-    changed_rows = mysql_affected_rows(mysql_);
+    outcome.changed_rows = mysql_affected_rows(mysql_);
   }
   const unsigned int error = failed ? mysql_errno(mysql_) : 0;
-  answers_.push_back({fate_of(error), changed_rows});
+  outcome.fate = fate_of(error);
   if (failed) {
-    failures_[next.ticket] = {error, mysql_error(mysql_)};
+    outcome.error = {error, mysql_error(mysql_)};
   }
   // Another server of the list may serve what comes next.
   const bool has_left_group = error == kNotInGroup && database_hosts().size() > 1;
   if (has_left_group || (error >= kFirstClientError && error <= kLastClientError)) {
-    lose({error, mysql_error(mysql_)});
+    lose(outcome.error);
   }
 }
 
-void MySession::collect_up_to(MyTicket ticket) {
-  while (!sent_.empty() && sent_.front().ticket <= ticket) {
+/// Collects answers up to and with the one to `ticket`, which stays the session's; null for none.
+MySession::Answer* MySession::answer_to(MyTicket ticket) {
+  while (!sent_.empty() && first_ticket_ + answers_.size() <= ticket) {
     collect_one();
   }
+  const bool is_there = ticket >= first_ticket_ && ticket < first_ticket_ + answers_.size();
+  return is_there ? &answers_[ticket - first_ticket_] : nullptr;
 }
 
 MyOutcome MySession::outcome(MyTicket ticket) {
-  collect_up_to(ticket);
-  if (ticket < first_ticket_ || ticket >= first_ticket_ + answers_.size()) {
-    return {MyFate::failed, 0, lost_.value_or(MyError{})};
-  }
-  const Answer& answer = answers_[ticket - first_ticket_];
-  const auto failure = failures_.find(ticket);
-  return {answer.fate, answer.changed_rows,
-          failure == failures_.end() ? MyError{} : failure->second};
+  const Answer* answer = answer_to(ticket);
+  return answer != nullptr ? answer->outcome
+                           : MyOutcome{MyFate::failed, 0, lost_.value_or(MyError{})};
 }
 
 void MySession::forget_answers() {
-  kept_.clear();
   answers_.clear();
-  failures_.clear();
   first_ticket_ = last_ticket_ + 1;
 }
 
 MyResult* MySession::take_rows(MyTicket ticket) {
-  collect_up_to(ticket);
-  const auto found = std::find_if(kept_.begin(), kept_.end(),
-                                  [&](const Kept& kept) { return kept.ticket == ticket; });
-  if (found == kept_.end()) {
-    return nullptr;
-  }
-  MyResult* rows = found->rows.release();
-  kept_.erase(found);
-  return rows;
+  Answer* answer = answer_to(ticket);
+  return answer != nullptr ? answer->rows.release() : nullptr;
 }
 
 void MySession::settle() {

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <deque>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -73,32 +72,22 @@ struct MySession {
   int holders = 0;  // operations between my_mysql_connect and my_mysql_close
 
  private:
-  struct Sent {
-    MyTicket ticket;
-    std::size_t bytes;
-  };
   struct Answer {
-    MyFate fate;
-    std::uint64_t changed_rows;
-  };
-  struct Kept {
-    MyTicket ticket;
-    std::unique_ptr<MyResult> rows;
+    MyOutcome outcome;
+    std::unique_ptr<MyResult> rows;  // until somebody takes them
   };
 
   explicit MySession(MYSQL* connected);
 
   void collect_one();
-  void collect_up_to(MyTicket ticket);
+  Answer* answer_to(MyTicket ticket);
   void lose(MyError reason);
   int socket() const;
 
   MYSQL* mysql_;
-  std::deque<Sent> sent_;
+  std::deque<std::size_t> sent_;  // the bytes of each statement that has no answer yet
   std::size_t sent_bytes_ = 0;
-  std::vector<Kept> kept_;
   std::vector<Answer> answers_;  // to the tickets from first_ticket_ on
-  std::map<MyTicket, MyError> failures_;
   MyTicket first_ticket_ = 1;
   MyTicket last_ticket_ = 0;
   std::uint64_t last_insert_id_ = 0;

@@ -97,8 +97,7 @@ void begin(Clock::time_point start, WaitTime limit, int socket) {
 }  // namespace
 
 WaitTime wait_budget_left() {
-  const auto left = kProcessLimit - std::chrono::duration_cast<WaitTime>(waited);
-  return left.count() > 0 ? left : WaitTime{0};
+  return std::max(kProcessLimit - std::chrono::duration_cast<WaitTime>(waited), WaitTime{0});
 }
 
 void wait_budget_end() {

@@ -12,7 +12,6 @@
 
 #include "platform/text.h"
 #include "values/decimal.h"
-#include "values/utf8.h"
 #include "values/visible_text.h"
 
 namespace show {

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
-#include "db/connection.h"
+#include "db/schema.h"
 
 /// The AP that an event is about, for as long as the process works on it: every operation gets it
 /// from its caller, and with it the one database connection.
@@ -24,3 +25,9 @@ struct Ap {
   Connection db;          // opened by the first operation that needs it
   int sn = 0;             // what `look_up` found last
 };
+
+/// Records that `action` has been ordered for the AP, and with it that the AP is not connected, has
+/// no address, and which firmware image is pending (a path; none: none). Does nothing for an AP
+/// that is not registered. `caller` is only for the trace.
+void setAction(Ap& ap, ApAction action, const std::optional<std::string>& fw_upgrade,
+               const char* caller);

@@ -1,7 +1,6 @@
 #include "db/connection.h"
 
 #include "db/hint_check.h"
-#include "platform/system_log.h"
 #include "trace/trace_log.h"
 
 namespace {
@@ -210,7 +209,7 @@ bool Connection::rehearse(const std::function<void()>& body) {
 void Connection::trace(const Step& step, const std::string& text) {
   is_traced_ = is_tracing();
   if (is_traced_ && step.operation != nullptr) {
-    ap_debug_log(step.operation, step.line, key_.c_str(), "%s%s", step.mark.c_str(), text.c_str());
+    ap_debug_log({step.operation, key_, step.line}, "%s%s", step.mark.c_str(), text.c_str());
   }
 }
 
@@ -230,7 +229,7 @@ void Connection::note(const Step& step, const char* format, ...) const {
   }
   std::va_list values;
   va_start(values, format);
-  ap_debug_log(step.operation, step.line, key_.c_str(), "%s%s", step.mark.c_str(),
+  ap_debug_log({step.operation, key_, step.line}, "%s%s", step.mark.c_str(),
                my_format(format, values).value_or("").c_str());
   va_end(values);
 }

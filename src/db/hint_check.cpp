@@ -20,9 +20,6 @@ struct Counts {
   std::size_t fetched = 0;
   std::size_t dropped = 0;
 
-  Counts() = default;
-  Counts(const Counts&) = delete;
-  Counts& operator=(const Counts&) = delete;
   ~Counts() {
     constexpr std::string_view kCount = "count:";
     if (!mode().starts_with(kCount)) {
@@ -36,10 +33,7 @@ struct Counts {
   }
 };
 
-Counts& counts() {
-  static Counts all;
-  return all;
-}
+Counts counts;
 
 /// Everything that the rows hold, as one text.
 std::string contents(Rows& rows) {
@@ -67,11 +61,11 @@ bool is_without_hints() {
 }
 
 void count_fetched() {
-  ++counts().fetched;
+  ++counts.fetched;
 }
 
 void count_dropped(std::size_t answers) {
-  counts().dropped += answers;
+  counts.dropped += answers;
 }
 
 void expect_same(Rows& taken, Rows& asked_again, const char* statement) {

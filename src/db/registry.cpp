@@ -2,7 +2,7 @@
 
 #include "db/schema.h"
 #include "values/decimal.h"
-#include "values/profile_slots.h"
+#include "values/split.h"
 
 int get_ap_sn_by_mac(Connection& db, const std::string& mac) {
   return decimal_int(
@@ -21,6 +21,13 @@ std::optional<std::string> get_ap_ip_by_mac(Connection& db, const std::string& m
   Rows rows = db.ask(Step("get_ap_ip_by_mac"),
                      "SELECT `IP` FROM `%s`.`ap_list` WHERE `MAC`=UPPER('%s')", AP_INFO, mac);
   return rows.first_text();
+}
+
+std::uint32_t profile_in_slot(std::string_view list, int slot) {
+  const auto wanted = static_cast<std::size_t>(slot);
+  const std::vector<std::string_view> items = str_split(list, ',', wanted + 1);
+  return wanted == 0 || wanted > items.size() ? 0
+                                              : cut_to<std::uint32_t>(decimal(items[wanted - 1]));
 }
 
 Query profile_slots_query(const std::string& mac, Band band) {

@@ -20,8 +20,12 @@ std::optional<std::string> get_ap_name_by_mac(Connection& db, const std::string&
 /// The address of the AP, "0.0.0.0" while it is away; none as above.
 std::optional<std::string> get_ap_ip_by_mac(Connection& db, const std::string& mac);
 
-/// The number of the SSID profile in `slot` (from 1) of the AP's radio; 0 for none
-/// (values/profile_slots.h), or when the AP is not registered. Leaves no trace line.
+/// The number of the SSID profile in `slot` (from 1) of a radio whose slots `list` names: comma-
+/// separated profile numbers, slot 1 first. 0 for slot 0, one beyond the end, or an item without
+/// digits.
+std::uint32_t profile_in_slot(std::string_view list, int slot);
+
+/// The same of the AP's radio; 0 when the AP is not registered. Leaves no trace line.
 std::uint32_t get_ap_pf_id(Connection& db, const std::string& mac, Band band, int slot);
 
 /// Its query, to be fetched ahead, and what that has found.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -54,21 +55,20 @@ class Rows {
 
   class Iterator {
    public:
-    explicit Iterator(Rows* rows)
-        : rows_(rows), row_(rows == nullptr ? std::nullopt : rows->next()) {}
+    explicit Iterator(Rows* rows) : rows_(rows), row_(rows->next()) {}
     const Row& operator*() const { return *row_; }
     Iterator& operator++() {
       row_ = rows_->next();
       return *this;
     }
-    bool operator!=(const Iterator& /*end*/) const { return row_.has_value(); }
+    bool operator==(std::default_sentinel_t /*end*/) const { return !row_; }
 
    private:
     Rows* rows_;
     std::optional<Row> row_;
   };
   Iterator begin() { return Iterator(this); }
-  static Iterator end() { return Iterator(nullptr); }
+  static std::default_sentinel_t end() { return {}; }
 
  private:
   struct Free {

@@ -103,10 +103,7 @@ struct Argument {
   template <typename Value>
   Argument(const Value& value) : kind(kind_of<Value>()) {  // NOLINT: made from values alone
     if constexpr (std::is_integral_v<Value>) {
-      number = static_cast<std::uint64_t>(static_cast<std::int64_t>(value));
-      if constexpr (std::is_unsigned_v<Value>) {
-        number = value;
-      }
+      number = static_cast<std::uint64_t>(value);
     } else if constexpr (std::same_as<Value, SqlName> || std::same_as<Value, SqlText>) {
       text = value.text();
     } else if constexpr (std::same_as<Value, Statement>) {
@@ -126,46 +123,35 @@ struct Argument {
   }
 };
 
-enum class Misfit {
-  none,
-  too_few_values,
-  too_many_values,
-  text_outside_quotes,
-  name_between_quotes,
-  number_expected,
-  text_expected,
-  sign_differs,
-  unknown_conversion,
-  open_quotes,
-};
-
-/// What keeps a value of that kind from going into the place. `quoted`: between single quotes.
-constexpr Misfit misfit_of(Kind kind, const FormatPlace& place, bool quoted) {
+/// Throws why a value of that kind cannot go into the place, which ends the compiling. `quoted`:
+/// between single quotes.
+constexpr void expect_fit(Kind kind, const FormatPlace& place, bool quoted) {
   const bool is_number = kind == Kind::signed_number || kind == Kind::unsigned_number;
-  switch (place.conversion) {
-    case 's':
-      if (is_number) {
-        return Misfit::text_expected;
-      }
-      if (quoted && kind == Kind::bare) {
-        return Misfit::name_between_quotes;
-      }
-      return !quoted && kind != Kind::bare ? Misfit::text_outside_quotes : Misfit::none;
-    case 'd':
-    case 'u':
-      if (!is_number) {
-        return Misfit::number_expected;
-      }
-      return (kind == Kind::signed_number) == (place.conversion == 'd') ? Misfit::none
-                                                                        : Misfit::sign_differs;
-    default:
-      return Misfit::unknown_conversion;
+  if (place.conversion == 's') {
+    if (is_number) {
+      throw "%s takes no integer";
+    }
+    if (quoted && kind == Kind::bare) {
+      throw "a name between single quotes";
+    }
+    if (!quoted && kind != Kind::bare) {
+      throw "a text outside of single quotes would be syntax";
+    }
+  } else if (place.conversion == 'd' || place.conversion == 'u') {
+    if (!is_number) {
+      throw "%d and %u take integers";
+    }
+    if ((kind == Kind::signed_number) != (place.conversion == 'd')) {
+      throw "%d takes signed integers, %u unsigned ones";
+    }
+  } else {
+    throw "only %s, %d, %u and %% are known";
   }
 }
 
-/// What keeps values of these kinds from going into `literal`.
+/// Throws why values of these kinds cannot go into `literal`.
 template <std::size_t count>
-constexpr Misfit misfit_of(std::string_view literal, const std::array<Kind, count>& kinds) {
+constexpr void expect_fit(std::string_view literal, const std::array<Kind, count>& kinds) {
   std::size_t used = 0;
   bool quoted = false;
   for (std::size_t at = 0; at < literal.size();) {
@@ -174,19 +160,21 @@ constexpr Misfit misfit_of(std::string_view literal, const std::array<Kind, coun
       continue;
     }
     const FormatPlace place = format_place_at(literal, at);
+    at = place.end;
     if (place.conversion == '%') {
-      at = place.end;
       continue;
     }
     if (used == count) {
-      return Misfit::too_few_values;
+      throw "fewer values than places";
     }
-    if (const Misfit misfit = misfit_of(kinds[used++], place, quoted); misfit != Misfit::none) {
-      return misfit;
-    }
-    at = place.end;
+    expect_fit(kinds[used++], place, quoted);
   }
-  return quoted ? Misfit::open_quotes : used < count ? Misfit::too_many_values : Misfit::none;
+  if (quoted) {
+    throw "single quotes are left open";
+  }
+  if (used < count) {
+    throw "more values than places";
+  }
 }
 
 /// The text of a statement whose values fit its places.
@@ -194,29 +182,7 @@ template <typename... Values>
 class Literal {
  public:
   consteval Literal(const char* literal) : text_(literal) {  // NOLINT: stands for its literal
-    constexpr std::array<Kind, sizeof...(Values)> kinds{kind_of<Values>()...};
-    switch (misfit_of(text_, kinds)) {
-      case Misfit::none:
-        break;
-      case Misfit::too_few_values:
-        throw "fewer values than places";
-      case Misfit::too_many_values:
-        throw "more values than places";
-      case Misfit::text_outside_quotes:
-        throw "a text outside of single quotes would be syntax";
-      case Misfit::name_between_quotes:
-        throw "a name between single quotes";
-      case Misfit::number_expected:
-        throw "%d and %u take integers";
-      case Misfit::text_expected:
-        throw "%s takes no integer";
-      case Misfit::sign_differs:
-        throw "%d takes signed integers, %u unsigned ones";
-      case Misfit::unknown_conversion:
-        throw "only %s, %d, %u and %% are known";
-      case Misfit::open_quotes:
-        throw "single quotes are left open";
-    }
+    expect_fit(text_, std::array<Kind, sizeof...(Values)>{kind_of<Values>()...});
   }
 
   std::string_view text() const { return text_; }

@@ -10,7 +10,6 @@
 #include "control/update_tool.h"
 #include "db/registry.h"
 #include "db/schema.h"
-#include "db/set_action.h"
 #include "lifecycle/announcement.h"
 #include "platform/controller.h"
 #include "platform/files.h"

@@ -51,7 +51,7 @@ void report_dropped_event(int argc, char** argv, const char* reason) {
   for (int i = 0; i < argc; ++i) {
     event += (i == 0 ? "" : " ") + std::string(argv[i]);
   }
-  ap_debug_log("main", __LINE__, argv[argc - 1], "event dropped: %s", reason);
+  ap_debug_log({"main", argv[argc - 1]}, "event dropped: %s", reason);
   my_report_loss(Loss::event, Remedy::none, event + ": event dropped: " + reason);
 }
 

@@ -1,7 +1,7 @@
 #include "entry/personalities.h"
 
 #include "control/command_file.h"
-#include "db/set_action.h"
+#include "db/ap.h"
 #include "entry/firmware_update.h"
 #include "entry/lock_file.h"
 #include "entry/report_cycle.h"

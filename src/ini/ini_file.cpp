@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "ini/ini_pieces.h"
+#include "platform/text.h"
 
 extern "C" {
 #include <iniparser/iniparser.h>
@@ -43,13 +44,6 @@ class Descriptor {
  private:
   int number_;
 };
-
-std::string lower(std::string text) {
-  for (char& letter : text) {
-    letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-  }
-  return text;
-}
 
 /// Where the library's complaints go while a text is loaded; it hands its callback no place for them.
 std::string* complaints = nullptr;
@@ -174,7 +168,7 @@ const char* IniFile::find(std::string_view section, std::string_view key) const 
   std::string name;
   name.reserve(section.size() + 1 + key.size());
   name.append(section).append(1, ':').append(key);
-  const auto found = index_.find(lower(std::move(name)));
+  const auto found = index_.find(my_tolower(std::move(name)));
   // A section's own name is in the dictionary too, without a value.
   return found == index_.end() ? nullptr : found->second;
 }

@@ -13,7 +13,7 @@ namespace {
 constexpr const char* kCaller = "command";
 
 std::string steering_lines(Ap& ap, const std::string& releases, Quiet quiet, Findings& found) {
-  const std::string moves = ap_load_balance_rule(ap, found).value_or("");
+  const std::string moves = ap_load_balance_rule(ap, found);
   if (found.release_all) {
     ap_block_remove(ap, quiet, kCaller);
     return "";
@@ -24,8 +24,7 @@ std::string steering_lines(Ap& ap, const std::string& releases, Quiet quiet, Fin
 }
 
 std::string auto_rf_line(Ap& ap, Findings& found) {
-  return RI(setting::kAutoRf) == 0 ? "autoRF=0\n"
-                                   : ap_auto_rf_rule(ap, found.hearing.emplace()).value_or("");
+  return RI(setting::kAutoRf) == 0 ? "autoRF=0\n" : ap_auto_rf_rule(ap, found.hearing.emplace());
 }
 
 }  // namespace
@@ -35,8 +34,7 @@ bool is_balancing(int filter_mode) {
 }
 
 std::string release_lines(Ap& ap, int filter_mode, Findings& found) {
-  return is_balancing(filter_mode) && ap.db.open() ? ap_release_block_rule(ap, found).value_or("")
-                                                   : "";
+  return is_balancing(filter_mode) && ap.db.open() ? ap_release_block_rule(ap, found) : "";
 }
 
 std::string answer_lines(Ap& ap, int filter_mode, const std::string& releases, Quiet quiet,

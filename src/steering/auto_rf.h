@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 
 #include "db/ap.h"
@@ -14,14 +13,13 @@ struct Hearing {
   std::uint64_t weakly = 0;  // below the level
 };
 
-/// What an AP is told to do with its radio power.
-enum class PowerStep { none, down, up };
+/// What an AP is told to do with its radio power: the value of the "autoRF" line.
+enum class PowerStep { down = -1, none = 0, up = 1 };
 
 /// Down for an AP that somebody hears strongly, up for one that is heard and only weakly.
 PowerStep power_step(const Hearing& hearing);
 
 /// Whether the AP should step its radio power down (another managed AP hears it above -70 dBm) or
-/// up (others hear it, all below): the "autoRF" line of its command. None when it should stay, or
-/// without a database.
-/// What others hear goes to `hearing`.
-std::optional<std::string> ap_auto_rf_rule(Ap& ap, Hearing& hearing);
+/// up (others hear it, all below): the "autoRF" line of its command; empty when it should stay, or
+/// without a database. What others hear goes to `hearing`.
+std::string ap_auto_rf_rule(Ap& ap, Hearing& hearing);

@@ -53,9 +53,26 @@ void fetch_ahead(Ap& ap, std::span<const Refused> stations) {
   }
 }
 
+/// Writes the stations of the AP `other_sn` to the trace; without tracing they are not asked for.
+void ap_client_count(Connection& db, int other_sn) {
+  if (!is_tracing()) {
+    return;
+  }
+  Query list =
+      query(Step("ap_client_count"), "SELECT `mac` FROM `%s`.`AP_%03d`", AP_CLIENT, other_sn);
+  list.missing_table = MissingTable::is_fine;
+  Rows rows = db.ask(list);
+  const int count = static_cast<int>(rows.count());
+  int number = 0;
+  for (const Row& row : rows) {
+    db.note(list.step, "**CLIENT %03d LIST** (%d/%d) callby=>%s:%d, client_mac:%s", other_sn,
+            ++number, count, kOperation, kAtNeighbour, row.text(0).c_str());
+  }
+}
+
 bool serves(Connection& db, int neighbour, const Refused& station, const SqlText& ssid) {
   ap_client_count(db, neighbour);
-  const bool found = findClientByMac(db, neighbour, station.mac);
+  const bool found = db.ask(client_query(neighbour, station.mac)).count() > 0;
   db.note(Step(kOperation, "        "), "%s client %s in %s(AP_%03d)", found ? "Found" : "No",
           station.mac.c_str(), ssid.text().c_str(), neighbour);
   return found;
@@ -97,27 +114,7 @@ std::vector<Refused> refused_stations(Ap& ap) {
 
 }  // namespace
 
-void ap_client_count(Connection& db, int other_sn) {
-  if (!is_tracing()) {
-    return;
-  }
-  Query list =
-      query(Step("ap_client_count"), "SELECT `mac` FROM `%s`.`AP_%03d`", AP_CLIENT, other_sn);
-  list.missing_table = MissingTable::is_fine;
-  Rows rows = db.ask(list);
-  const int count = static_cast<int>(rows.count());
-  int number = 0;
-  for (const Row& row : rows) {
-    db.note(list.step, "**CLIENT %03d LIST** (%d/%d) callby=>%s:%d, client_mac:%s", other_sn,
-            ++number, count, kOperation, kAtNeighbour, row.text(0).c_str());
-  }
-}
-
-bool findClientByMac(Connection& db, int other_sn, const std::string& client_mac) {
-  return db.ask(client_query(other_sn, client_mac)).count() > 0;
-}
-
-std::optional<std::string> ap_release_block_rule(Ap& ap, Findings& found) {
+std::string ap_release_block_rule(Ap& ap, Findings& found) {
   ap.look_up();
   std::vector<Refused>& stations = found.blocks = refused_stations(ap);
   NumberedLines lines("release");
@@ -133,5 +130,5 @@ std::optional<std::string> ap_release_block_rule(Ap& ap, Findings& found) {
       ap.db.note(Step(kOperation, "(2/2) "), "@@ %s", lines.text().c_str());
     }
   }
-  return lines.count() > 0 ? std::optional(lines.text()) : std::nullopt;
+  return lines.text();
 }

@@ -25,13 +25,13 @@ constexpr std::size_t kLongestText = 19;
 constexpr unsigned int kIdleColumn = 8;
 constexpr unsigned int kFiveGhzColumn = 11;  // after them
 
-/// The station in a row of an AP's client table, columns in the order of the record.
+/// The station in a row of an AP's client table, columns in the order of the record but for `utime`,
+/// the second.
 client_record read_client(const Row& row) {
   const auto text = [&](unsigned int column) { return row.text(column).substr(0, kLongestText); };
   const auto number = [&](unsigned int column) { return decimal(row[column].value_or("")); };
   client_record client;
   client.mac = text(0);
-  client.utime = cut_to<std::uint32_t>(number(1));
   client.ssid = cut_to<std::uint32_t>(number(2));
   client.aid = cut_to<std::uint16_t>(number(3));
   client.channel = cut_to<std::uint16_t>(number(4));

@@ -1,12 +1,13 @@
 #include "steering/load_balance.h"
 
-#include <optional>
+#include <vector>
 
+#include "db/registry.h"
 #include "db/schema.h"
 #include "steering/block_stages.h"
 #include "steering/block_table.h"
 #include "steering/demand.h"
-#include "steering/release_checks.h"
+#include "steering/limits.h"
 
 namespace {
 
@@ -54,38 +55,102 @@ std::string relieve(Ap& ap, int amount, Findings& found) {
     return "";
   }
   fetch_block_candidates(ap);
-  std::string kicks = ap_block_idle_rule(ap, ret, found);
+  const std::string kicks = ap_block_idle_rule(ap, ret, found);
   return kicks + ap_block_snr_rule(ap, ret, found);
 }
 
-/// The stages from the AP's station count to the lines; none when all blocks must go.
-std::optional<std::string> balance(Ap& ap, int amount, Findings& found) {
-  if (amount == kLoneClient) {
+/// Makes the query for who hears, or is heard on, an SSID.
+using HearingQuery = Query (*)(const Step& step, int sn, const std::string& ssid);
+
+/// The SSIDs that the AP broadcasts.
+std::vector<std::string> own_ssids(Ap& ap, const Step& step) {
+  Rows own = ap.db.ask(step, "SELECT `essid` FROM `%s`.`legal` WHERE `ap`=%d AND `refer_ap`=0",
+                       AP_CLIENT, ap.sn);
+  if (own && own.count() == 0) {
+    ap.db.note(step, "no matched.");
+  }
+  std::vector<std::string> ssids;
+  for (const Row& row : own) {
+    ssids.push_back(row.text(0));
+  }
+  return ssids;
+}
+
+/// One rule, under its name: the check for each SSID of the AP. Tells `found` which SSID is lost.
+bool check(Ap& ap, const char* operation, HearingQuery hearing_query, Findings& found) {
+  const Step second(operation, "(2/2) ");
+  const std::vector<std::string> ssids = own_ssids(ap, Step(operation, "(1/2) "));
+  for (const std::string& ssid : ssids) {
+    ap.db.fetch_ahead(profile_sn_query(ssid));
+    ap.db.fetch_ahead(hearing_query(second, ap.sn, ssid));
+  }
+  for (const std::string& ssid : ssids) {
+    const int profile = get_profile_sn_by_ssid(ap.db, ssid);
+    const Rows hearing = ap.db.ask(hearing_query(second, ap.sn, ssid));
+    if (hearing.count() > 0) {
+      ap.db.note(second, "no matched.");
+    } else if (hearing && ap_release_rule(ap, profile)) {
+      found.lost_ssid = ssid;
+      return true;
+    }
+  }
+  return false;
+}
+
+Query heard_by_others(const Step& step, int sn, const std::string& ssid) {
+  return query(step,
+               "SELECT `essid` FROM `%s`.`legal` WHERE `ap`=%d AND `refer_ap`!=0 AND `essid`='%s'",
+               AP_CLIENT, sn, SqlText::escaped_or_empty(ssid));
+}
+
+Query heard_by_itself(const Step& step, int sn, const std::string& ssid) {
+  return query(step,
+               "SELECT `essid` FROM `%s`.`legal` WHERE `refer_ap`=%d AND `essid`='%s' AND "
+               "CAST(`signal` AS SIGNED) > %d",
+               AP_CLIENT, sn, SqlText::escaped_or_empty(ssid), limits::kKeepSignal);
+}
+
+/// Whether the AP has to give up all its blocks, because the stations that it refuses may find nobody
+/// else: for one of its SSIDs it holds blocks, and no other AP hears it there (the SSID rule), or it
+/// hears nobody above -75 dBm itself (the signal rule).
+bool must_release_all(Ap& ap, Findings& found) {
+  found.is_heard_by_nobody = check(ap, "ap_release_ssid_rule", heard_by_others, found);
+  if (found.is_heard_by_nobody) {
+    return true;
+  }
+  ap.look_up();
+  return check(ap, "ap_release_signal_rule", heard_by_itself, found);
+}
+
+/// The stages from the AP's station count to the lines, or to the finding that all blocks must go.
+std::string balance(Ap& ap, int amount, Findings& found) {
+  found.release_all = amount == kLoneClient;
+  if (found.release_all) {
     ap.db.note(Step(kOperation), "%s ==>amount:%d <= %d matched, Need To Release All Block",
                ap.mac.c_str(), amount, kLoneClient);
-    return std::nullopt;
+    return "";
   }
   std::string lines = amount > limits::kClientQuota ? relieve(ap, amount, found) : "";
-  if (ap_release_ssid_rule(ap, found) || ap_release_signal_rule(ap, found)) {
+  found.release_all = must_release_all(ap, found);
+  if (found.release_all) {
     ap.db.note(Step(kOperation),
                "%s ==>ssid rule OR signal rule matched, Need To Release All Block", ap.mac.c_str());
-    return std::nullopt;
+    return "";
   }
   return lines;
 }
 
 }  // namespace
 
-std::optional<std::string> ap_load_balance_rule(Ap& ap, Findings& found) {
+std::string ap_load_balance_rule(Ap& ap, Findings& found) {
   if (!ap.db.open()) {
-    return std::nullopt;
+    return "";
   }
   ap.look_up();
   const int amount = get_ap_client_amount(ap.db, ap.sn);
   ap_block_count(ap.db, kOperation, kAtStart);
   found.amount = amount;
-  std::optional<std::string> lines = balance(ap, amount, found);
-  found.release_all = !lines;
+  std::string lines = balance(ap, amount, found);
   ap_block_count(ap.db, kOperation, kAtEnd);
   return lines;
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 
 #include "db/ap.h"
@@ -10,7 +9,6 @@
 /// managed APs that it hears, and who hears whom, it decides which stations the AP should
 /// disconnect (idle ones) and which it should refuse (well received ones that another AP would
 /// serve; they are entered into the block table), or that the AP must give up all its blocks.
-/// Returns the "kick" and "block" lines of its command, an empty text for none. When all blocks are
-/// to go, sets `found.release_all` and returns none; so it does, without setting it, when there is no
-/// database.
-std::optional<std::string> ap_load_balance_rule(Ap& ap, Findings& found);
+/// Returns the "kick" and "block" lines of its command; none when all blocks are to go, which
+/// `found.release_all` says, or without a database.
+std::string ap_load_balance_rule(Ap& ap, Findings& found);

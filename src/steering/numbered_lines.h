@@ -2,12 +2,16 @@
 
 #include <string>
 
+#include "platform/text.h"
+
 /// Lines of an AP's command, "<key><number>=<value>", numbered from 0 without gaps.
 class NumberedLines {
  public:
   explicit NumberedLines(const char* key) : key_(key) {}
 
-  void add(const std::string& value);
+  void add(const std::string& value) {
+    text_ = my_string(std::move(text_), "%s%d=%s\n", key_, count_++, value.c_str());
+  }
 
   int count() const { return count_; }
   const std::string& text() const { return text_; }

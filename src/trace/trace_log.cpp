@@ -15,14 +15,13 @@ namespace {
 
 bool is_kept_off = false;
 
-void append_to_switch_file(const char* function_name, int line, const char* key,
-                           const std::string& message) {
-  if (std::strchr(key, '/') != nullptr) {
+void append_to_switch_file(const TraceSite& site, const std::string& message) {
+  if (site.key == nullptr || std::strchr(site.key, '/') != nullptr) {
     return;
   }
   // Without O_CREAT the switch stays the administrator's, even when it is removed meanwhile. A pipe
   // that nobody reads must not hold us up.
-  const std::string path = M("%s/%s", paths::kTraces, key);
+  const std::string path = M("%s/%s", paths::kTraces, site.key);
   const int file = open(path.c_str(), O_RDWR | O_APPEND | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
   if (file < 0) {
     return;
@@ -33,26 +32,9 @@ void append_to_switch_file(const char* function_name, int line, const char* key,
   const std::string text =
       M("%04d/%02d/%02d %02d:%02d:%02d %d[%s:%d] %s\n", local.tm_year + 1900, local.tm_mon + 1,
         local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec, static_cast<int>(getpid()),
-        function_name, line, message.c_str());
+        site.operation, site.line, message.c_str());
   [[maybe_unused]] const ssize_t written = write(file, text.data(), text.size());
   close(file);
-}
-
-AP_PRINTF(4, 0)
-void log(const char* function_name, int line, const char* key, const char* format,
-         std::va_list values) {
-  if (!is_tracing()) {
-    return;
-  }
-  const std::optional<std::string> text = my_format(format, values);
-  if (!text) {
-    return;
-  }
-  const std::string message = visible_lines(*text);
-  if (key != nullptr) {
-    append_to_switch_file(function_name, line, key, message);
-  }
-  syslog(LOG_DEBUG, "[%s:%d] %s", function_name, line, message.c_str());
 }
 
 }  // namespace
@@ -65,16 +47,17 @@ bool is_tracing() {
   return !is_kept_off && isDirectory(paths::kTraces);
 }
 
-void ap_debug_log(const char* function_name, int line, const char* key, const char* format, ...) {
-  std::va_list values;
-  va_start(values, format);
-  log(function_name, line, key, format, values);
-  va_end(values);
-}
-
 void ap_debug_log(const TraceSite& site, const char* format, ...) {
+  if (!is_tracing()) {
+    return;
+  }
   std::va_list values;
   va_start(values, format);
-  log(site.operation, site.line, site.key, format, values);
+  const std::optional<std::string> text = my_format(format, values);
   va_end(values);
+  if (text) {
+    const std::string message = visible_lines(*text);
+    append_to_switch_file(site, message);
+    syslog(LOG_DEBUG, "[%s:%d] %s", site.operation, site.line, message.c_str());
+  }
 }

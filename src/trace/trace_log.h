@@ -35,6 +35,4 @@ bool is_tracing();
 /// Writes one trace line, formatted as printf does. Control bytes are shown as "\x1B"; line feeds
 /// stay, so a value that may hold one passes visible_text. A key that holds a slash names no file. Never
 /// fails: what cannot be written is dropped.
-void ap_debug_log(const char* function_name, int line, const char* key, const char* format, ...)
-    AP_PRINTF(4, 5);
 void ap_debug_log(const TraceSite& site, const char* format, ...) AP_PRINTF(2, 3);

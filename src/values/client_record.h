@@ -8,7 +8,6 @@
 /// One station of an AP, as the AP reports it or as its row in the AP's client table holds it.
 struct client_record {
   std::string mac;            // at most 19 bytes
-  std::uint32_t utime = 0;    // leading digits of the row's time of its last report; rows only
   std::uint32_t ssid = 0;     // profile number of the SSID it uses, 0 for unknown
   std::uint16_t aid = 0;      // association id
   std::uint16_t channel = 0;  // of the radio that it uses

@@ -1,13 +1,17 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdlib>
+#include <string>
 #include <string_view>
 
 // Numbers as they appear in column texts and arguments: base 10, leading blanks and a sign allowed,
 // read up to the first other character. A text without digits is 0; a number beyond 64 bits is the
 // nearest that fits.
 
-std::int64_t decimal(std::string_view text);
+inline std::int64_t decimal(std::string_view text) {
+  return std::strtoll(std::string(text).c_str(), nullptr, 10);
+}
 
 /// The low bits of `value` that fit into `Narrow`: where a record's field is narrower than the
 /// number read for it, the number wraps.

@@ -22,7 +22,7 @@ class BlockTable : public HookTest {
 };
 
 TEST_F(BlockTable, AStationIsRefusedOnceAndFoundInEitherCase) {
-  client_record client{"00:00:5e:00:53:0a", 0, 3, 65535, 149, "^o^", "65M", -71, 4294967295U};
+  client_record client{"00:00:5e:00:53:0a", 3, 65535, 149, "^o^", "65M", -71, 4294967295U};
   Ap ap(kMac, {"test", Remedy::none});
   ASSERT_TRUE(ap.db.open());
   EXPECT_FALSE(ap_block_exists(ap.db, "a"));

@@ -2,9 +2,9 @@
 #include <csignal>
 #include <thread>
 
+#include "db/ap.h"
 #include "db/connection.h"
 #include "db/registry.h"
-#include "db/set_action.h"
 #include "support/appliance.h"
 
 namespace {

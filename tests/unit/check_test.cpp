@@ -6,7 +6,6 @@
 #include "needed_schema.h"
 #include "report.h"
 #include "schema_version.h"
-#include "values/utf8.h"
 #include "values/visible_text.h"
 
 namespace {

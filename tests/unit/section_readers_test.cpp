@@ -4,13 +4,13 @@
 #include <algorithm>
 #include <fstream>
 
+#include "db/registry.h"
 #include "reports/foreign_radios.h"
 #include "reports/mesh_links.h"
 #include "reports/neighbour_scan.h"
 #include "reports/own_radios.h"
 #include "reports/poor_clients.h"
 #include "reports/station_list.h"
-#include "values/profile_slots.h"
 
 namespace {
 
