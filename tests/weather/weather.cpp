@@ -315,6 +315,7 @@ kit::Usage trace(Kind kind, const Words& options) {
 std::vector<Call> calls_of_hook(Kind kind) {
   const std::string log = "/tmp/weather.strace";
   EXPECT_EQ(trace(kind, {"-o", log, "-y"}).status, 0);
+  wait_for_helpers();  // what they record late would count as the next event's
   std::map<std::string, int> seen;
   std::vector<Call> calls;
   bool is_ours = false;
