@@ -81,15 +81,6 @@ void set_options(MYSQL* mysql, Clock::duration connect_limit) {
   mysql_options(mysql, MYSQL_OPT_LOCAL_INFILE, &off);
 }
 
-int connected_sessions = 0;
-
-/// Without a connection there is nothing to wait for.
-void rest_unless_connected() {
-  if (connected_sessions == 0) {
-    wait_budget_rest();
-  }
-}
-
 /// The server's refusal of a connection beyond those it allows.
 constexpr unsigned int kTooManyConnections = 1040;
 
@@ -190,7 +181,7 @@ std::unique_ptr<MySession> MySession::connect() {
   const std::vector<DatabaseHost> hosts = database_hosts();
   MYSQL* mysql = connect_by(start + std::min(kFullLimit, left), hosts);
   if (mysql == nullptr) {
-    rest_unless_connected();
+    wait_budget_rest();
     if (Clock::now() - start >= std::min(kConnectLimit, left) / static_cast<int>(hosts.size())) {
       wait_budget_end();
     }
@@ -208,14 +199,9 @@ std::unique_ptr<MySession> MySession::connect() {
   return session;
 }
 
-MySession::MySession(MYSQL* connected) : mysql_(connected) {
-  ++connected_sessions;
-}
-
 MySession::~MySession() {
   mysql_close(mysql_);
-  --connected_sessions;
-  rest_unless_connected();
+  wait_budget_rest();
 }
 
 int MySession::socket() const {

@@ -6,7 +6,6 @@
 #include <deque>
 #include <memory>
 #include <optional>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -77,7 +76,7 @@ struct MySession {
     std::unique_ptr<MyResult> rows;  // until somebody takes them
   };
 
-  explicit MySession(MYSQL* connected);
+  explicit MySession(MYSQL* connected) : mysql_(connected) {}
 
   void collect_one();
   Answer* answer_to(MyTicket ticket);

@@ -41,5 +41,5 @@ class BudgetedWait {
   std::chrono::steady_clock::time_point start_;
 };
 
-/// Stops the timer, when the last connection is gone.
+/// Stops the timer until something is waited for again. For when a connection is gone.
 void wait_budget_rest();

@@ -222,7 +222,7 @@ void Site::read_orders() {
               "`%s_%s`.`ap_controller` WHERE `Msg` LIKE 'AP %% updated.' OR `Msg` LIKE 'AP %% "
               "rebooted.' GROUP BY `Msg`",
               CONNTRACK_LOG, SqlNumber{date_before(day)});
-    log.missing_table = MissingTable::is_fine;
+    log.may_lack_table = true;
     for (const Row& row : db_.ask(log)) {
       orders.emplace(row.text(0), age_in(row, 1));
     }
@@ -288,7 +288,7 @@ void Site::ask_client_tables(const std::function<Statement(int sn)>& part,
 /// A table that has been dropped since spoils the statement for all: then half of them at a time.
 void Site::ask_tables(std::span<const int> numbers, const std::function<Statement(int sn)>& part,
                       const std::function<void(const Row&)>& each) {
-  Query all{untraced, {}, MissingTable::is_fine};
+  Query all{.step = untraced, .statement = {}, .may_lack_table = true};
   for (const int sn : numbers) {
     all.statement =
         statement("%s%s%s", all.statement,

@@ -102,7 +102,7 @@ Rows Connection::answer(const Query& query, Ahead ahead) {
   if (!rows && is_open_ && query.statement.sound) {
     const MyOutcome outcome = my_mysql_outcome(connection_, ahead.ticket);
     trace_failure(query.step, query.statement, outcome.error);
-    if (query.missing_table == MissingTable::is_a_failure || outcome.error.number != kNoTable) {
+    if (!query.may_lack_table || outcome.error.number != kNoTable) {
       report_failure(query.step.operation, outcome, is_in_transaction_);
     }
   }
@@ -119,15 +119,19 @@ Rows Connection::ask(const Query& query) {
   ahead_.erase(fetched);
   trace(query.step, query.statement.text);
   Rows rows = answer(query, std::move(ahead));
-  verify(query, rows);
-  return rows;
-}
-
-void Connection::verify(const Query& query, Rows& rows) {
   if (hint_check::is_verifying() && rows) {
     Rows again(my_mysql_store_result(connection_, send(query.statement)));
     hint_check::expect_same(rows, again, query.statement.text.c_str());
   }
+  return rows;
+}
+
+Rows Connection::ask_noting_none(const Query& query) {
+  Rows rows = ask(query);
+  if (rows && rows.count() == 0) {
+    note(query.step, "no matched.");
+  }
+  return rows;
 }
 
 bool Connection::is_remembered(const Query& query) const {

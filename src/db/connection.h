@@ -1,12 +1,10 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -37,15 +35,11 @@ struct Event {
   Remedy remedy;     // whether the AP's next report makes up for it
 };
 
-/// Whether a query may fail because its table is not there. A client table is made by the first
-/// report of its AP.
-enum class MissingTable { is_a_failure, is_fine };
-
 /// A query and its place. One function makes it, for asking and for fetching ahead alike.
 struct Query {
   Step step;
   Statement statement;
-  MissingTable missing_table = MissingTable::is_a_failure;
+  bool may_lack_table = false;  // is no failure: the first report of an AP makes its client table
 };
 
 template <typename... Values>
@@ -117,6 +111,9 @@ class Connection {
     return ask(query<Values...>(step, literal, values...));
   }
 
+  /// The same. When there are no rows, the trace says so.
+  [[nodiscard]] Rows ask_noting_none(const Query& query);
+
   /// Asks for a fact that does not change while the connection is open: the first column of the
   /// first row; none without a row, or for NULL. While nothing is traced, what was found once is
   /// answered from memory; while tracing is on it is asked again, so that the trace stays true.
@@ -170,7 +167,6 @@ class Connection {
   MyTicket send(const Statement& statement);
   bool is_remembered(const Query& query) const;
   Rows answer(const Query& query, Ahead ahead);
-  void verify(const Query& query, Rows& rows);
   void trace(const Step& step, const std::string& text);
   void trace_failure(const Step& step, const Statement& statement, const MyError& error) const;
   void report_failure(const char* operation, const MyOutcome& outcome, bool in_transaction);

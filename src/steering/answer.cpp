@@ -23,10 +23,6 @@ std::string steering_lines(Ap& ap, const std::string& releases, Quiet quiet, Fin
                        : M("type=%d\n%s", static_cast<int>(CommandType::steering), lines.c_str());
 }
 
-std::string auto_rf_line(Ap& ap, Findings& found) {
-  return RI(setting::kAutoRf) == 0 ? "autoRF=0\n" : ap_auto_rf_rule(ap, found.hearing.emplace());
-}
-
 }  // namespace
 
 bool is_balancing(int filter_mode) {
@@ -40,7 +36,7 @@ std::string release_lines(Ap& ap, int filter_mode, Findings& found) {
 std::string answer_lines(Ap& ap, int filter_mode, const std::string& releases, Quiet quiet,
                          Findings& found) {
   std::string lines = is_balancing(filter_mode) ? steering_lines(ap, releases, quiet, found) : "";
-  lines += auto_rf_line(ap, found);
+  lines += RI(setting::kAutoRf) == 0 ? "autoRF=0\n" : ap_auto_rf_rule(ap, found.hearing.emplace());
   if (filter_mode != 0) {
     ap_block_remove(ap, Quiet::yes, kCaller);  // the filter says who may use the AP
   }

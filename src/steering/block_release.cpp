@@ -30,7 +30,7 @@ Query client_query(int other_sn, const std::string& client_mac) {
   Query client = query(Step("findClientByMac", "        "),
                        "SELECT * FROM `%s`.`AP_%03d` WHERE `mac`=UPPER('%s')", AP_CLIENT, other_sn,
                        client_mac);
-  client.missing_table = MissingTable::is_fine;
+  client.may_lack_table = true;
   return client;
 }
 
@@ -60,7 +60,7 @@ void ap_client_count(Connection& db, int other_sn) {
   }
   Query list =
       query(Step("ap_client_count"), "SELECT `mac` FROM `%s`.`AP_%03d`", AP_CLIENT, other_sn);
-  list.missing_table = MissingTable::is_fine;
+  list.may_lack_table = true;
   Rows rows = db.ask(list);
   const int count = static_cast<int>(rows.count());
   int number = 0;
@@ -85,10 +85,7 @@ std::optional<int> keeper_of(Ap& ap, const Refused& station) {
   if (!ssid) {
     return std::nullopt;
   }
-  Rows neighbours = ap.db.ask(neighbours_query(ap.sn, *ssid));
-  if (neighbours && neighbours.count() == 0) {
-    ap.db.note(Step(kOperation, "(2/2) "), "no matched.");
-  }
+  Rows neighbours = ap.db.ask_noting_none(neighbours_query(ap.sn, *ssid));
   for (const Row& row : neighbours) {
     if (serves(ap.db, row.number(0), station, *ssid)) {
       return row.number(0);
@@ -99,12 +96,9 @@ std::optional<int> keeper_of(Ap& ap, const Refused& station) {
 
 /// The stations that the AP refuses.
 std::vector<Refused> refused_stations(Ap& ap) {
-  const Step first(kOperation, "(1/2) ");
-  Rows blocks = ap.db.ask(first, "SELECT `ssid`, `mac` FROM `%s`.`block` WHERE `refer_ap_sn`=%d",
-                          AP_CLIENT, ap.sn);
-  if (blocks && blocks.count() == 0) {
-    ap.db.note(first, "no matched.");
-  }
+  Rows blocks = ap.db.ask_noting_none(
+      query(Step(kOperation, "(1/2) "),
+            "SELECT `ssid`, `mac` FROM `%s`.`block` WHERE `refer_ap_sn`=%d", AP_CLIENT, ap.sn));
   std::vector<Refused> stations;
   for (const Row& row : blocks) {
     stations.push_back({row.number(0), row.text(1), std::nullopt});

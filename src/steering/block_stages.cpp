@@ -103,10 +103,7 @@ void consider(Ap& ap, int ret, const Candidate& candidate, NumberedLines& lines,
   const Step second(kSnrStage, "(2/2) ");
   const std::string& mac = candidate.client.mac;
   const SqlText ssid = get_profile_ssid_by_sn(ap.db, candidate.profile()).value_or(SqlText());
-  Rows others = ap.db.ask(alternatives_query(ap.sn, ssid, candidate));
-  if (others && others.count() == 0) {
-    ap.db.note(second, "no matched.");
-  }
+  Rows others = ap.db.ask_noting_none(alternatives_query(ap.sn, ssid, candidate));
   if (const std::optional<Row> loudest = others.next()) {
     found.taker = loudest->number(0);
     found.fate = Findings::Fate::refused_already;
@@ -130,15 +127,12 @@ void consider(Ap& ap, int ret, const Candidate& candidate, NumberedLines& lines,
 
 std::string ap_block_idle_rule(Ap& ap, int ret, Findings& found) {
   const Step step(kIdleStage, "(1/1) ");
-  Rows rows =
-      ap.db.ask(step,
-                "SELECT `mac`, `utime`, `ssid`, `aid`, `channel`, `tx_rate`, `rx_rate`, `rssi`, "
-                "`idle`, `tx_seq`, `rx_seq` FROM `%s`.`AP_%03d` WHERE `idle` > '%d' ORDER BY "
-                "`idle` DESC LIMIT %d",
-                AP_CLIENT, ap.sn, limits::kIdle, ret);
-  if (rows && rows.count() == 0) {
-    ap.db.note(step, "no matched.");
-  }
+  Rows rows = ap.db.ask_noting_none(
+      query(step,
+            "SELECT `mac`, `utime`, `ssid`, `aid`, `channel`, `tx_rate`, `rx_rate`, `rssi`, "
+            "`idle`, `tx_seq`, `rx_seq` FROM `%s`.`AP_%03d` WHERE `idle` > '%d' ORDER BY "
+            "`idle` DESC LIMIT %d",
+            AP_CLIENT, ap.sn, limits::kIdle, ret));
   NumberedLines lines("kick");
   for (const Row& row : rows) {
     const auto& [mac, idle] = found.kicks.emplace_back(
@@ -155,10 +149,7 @@ void fetch_block_candidates(Ap& ap) {
 }
 
 std::string ap_block_snr_rule(Ap& ap, int ret, Findings& found) {
-  Rows rows = ap.db.ask(candidates_query(ap.sn));
-  if (rows && rows.count() == 0) {
-    ap.db.note(Step(kSnrStage, "(1/2) "), "no matched.");
-  }
+  Rows rows = ap.db.ask_noting_none(candidates_query(ap.sn));
   std::vector<Candidate> candidates;
   for (const Row& row : rows) {
     candidates.push_back({read_client(row), row.number(kFiveGhzColumn) != 0});

@@ -23,7 +23,7 @@ std::string lifting_mark(int step, const char* caller) {
 Query client_amount_query(int sn) {
   Query amount =
       query(Step("get_ap_client_amount"), "SELECT COUNT(*) FROM `%s`.`AP_%03d`", AP_CLIENT, sn);
-  amount.missing_table = MissingTable::is_fine;
+  amount.may_lack_table = true;
   return amount;
 }
 

@@ -64,11 +64,8 @@ using HearingQuery = Query (*)(const Step& step, int sn, const std::string& ssid
 
 /// The SSIDs that the AP broadcasts.
 std::vector<std::string> own_ssids(Ap& ap, const Step& step) {
-  Rows own = ap.db.ask(step, "SELECT `essid` FROM `%s`.`legal` WHERE `ap`=%d AND `refer_ap`=0",
-                       AP_CLIENT, ap.sn);
-  if (own && own.count() == 0) {
-    ap.db.note(step, "no matched.");
-  }
+  Rows own = ap.db.ask_noting_none(query(
+      step, "SELECT `essid` FROM `%s`.`legal` WHERE `ap`=%d AND `refer_ap`=0", AP_CLIENT, ap.sn));
   std::vector<std::string> ssids;
   for (const Row& row : own) {
     ssids.push_back(row.text(0));

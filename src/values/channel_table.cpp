@@ -1,11 +1,17 @@
 #include "values/channel_table.h"
 
 #include <array>
+#include <span>
 #include <string>
 
 #include "values/split.h"
 
 namespace {
+
+struct Channel {
+  std::uint16_t number;
+  std::string_view label;
+};
 
 constexpr std::array<Channel, 14> kTwoFourGhz{{{1, "1 (2412 MHz)"},
                                                {2, "2 (2417 MHz)"},
@@ -37,21 +43,21 @@ constexpr std::array<Channel, 27> kFiveGhz{{
 /// The last channel whose label is shown; those above it are in the table for their frequency only.
 constexpr std::int64_t kLastLabelled = 165;
 
-}  // namespace
-
-std::span<const Channel> channel_table(Band band) {
+std::span<const Channel> channels(Band band) {
   if (band == Band::two_four_ghz) {
     return kTwoFourGhz;
   }
   return kFiveGhz;
 }
 
+}  // namespace
+
 std::optional<std::string_view> channel_label(std::int64_t number) {
   const Band band = number <= kTwoFourGhz.back().number ? Band::two_four_ghz : Band::five_ghz;
   if (number > kLastLabelled) {
     return std::nullopt;
   }
-  for (const Channel& channel : channel_table(band)) {
+  for (const Channel& channel : channels(band)) {
     if (channel.number == number) {
       return channel.label;
     }
@@ -67,7 +73,7 @@ std::optional<std::uint16_t> frequency_to_channel(Band band,
     return std::nullopt;
   }
   digits.erase(point, 1);
-  for (const Channel& channel : channel_table(band)) {
+  for (const Channel& channel : channels(band)) {
     if (channel.label.find(digits) != std::string_view::npos) {
       return channel.number;
     }

@@ -2,24 +2,12 @@
 
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string_view>
 
 enum class Band { two_four_ghz, five_ghz };
 
-/// A radio channel and how it is shown: its number, a blank and its centre frequency, "6 (2437
-/// MHz)".
-struct Channel {
-  std::uint16_t number;
-  std::string_view label;
-};
-
-/// The channels of a band in rising order: 1 to 14, or 36 to 64, 100 to 140 and 149 to 177 in steps
-/// of 4.
-std::span<const Channel> channel_table(Band band);
-
-/// The label of a channel: of 1 to 14, and of those from 36 to 165 that the 5 GHz table holds; none
-/// for every other number.
+/// How a channel is shown, "6 (2437 MHz)": its number, a blank and its centre frequency. Of 1 to 14,
+/// and of 36 to 64, 100 to 140 and 149 to 165 in steps of 4; none for every other number.
 std::optional<std::string_view> channel_label(std::int64_t number);
 
 /// The channel of a frequency as an AP words it ("2.437 GHz"): the digits of the first word (at
