@@ -13,7 +13,7 @@
 
 namespace {
 
-/// Who lacks the right EVENT sees no event.
+/// A user without the right EVENT sees no events.
 constexpr const char* kAboutNode =
     "SELECT LOWER(`VARIABLE_NAME`), `VARIABLE_VALUE` FROM information_schema.GLOBAL_VARIABLES WHERE "
     "`VARIABLE_NAME` IN ('wsrep_on', 'wsrep_mode', 'event_scheduler') UNION ALL "

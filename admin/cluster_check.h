@@ -5,7 +5,7 @@
 
 #include "finding.h"
 
-/// A server that the option file names, and what it says of the group in which it replicates.
+/// A server that the option file names, and what it says about the group in which it replicates.
 struct Node {
   std::string host;         // as the option file names it, "a:3306"; empty when it names no list
   std::string refusal;      // why it could not be asked; empty: it has answered

@@ -91,7 +91,7 @@ Schema ask_schema(Connection& db) {
 
 /// What the client library makes of the option file.
 struct OptionFile {
-  bool has_options = false;  // in whatever group
+  bool has_options = false;  // in any group
   bool is_read = false;      // some are in a group that the library reads, or in another file
   bool bare_verify = false;  // verification of the server is asked for without a value
 };
@@ -181,7 +181,7 @@ std::vector<NeededRights> needed_rights() {
 using Rights = std::set<std::string>;
 
 /// The rights that our user was given on `database` and on all databases; none when the server does
-/// not tell.
+/// not say.
 std::optional<Rights> ask_rights(Connection& db, const std::string& database) {
   Rows rows = db.ask(
       untraced,
@@ -268,7 +268,8 @@ Findings check_server(const Row& row) {
   return findings;
 }
 
-/// Who lacks the right EVENT sees no event; that it works shows in the logs that it makes.
+/// A user without the right EVENT sees no events; whether ours works shows in the logs that it
+/// makes.
 Findings check_event(Connection& db, const Rights& rights, bool log_is_missing) {
   const std::optional<std::string> status =
       db.ask(untraced,

@@ -4,12 +4,12 @@
 
 #include "finding.h"
 
-/// What is known of the server after the checks; empty texts when it was not reached.
+/// What is known about the server after the checks; empty texts when it was not reached.
 struct Server {
   bool reached = false;
   std::string version;
   std::string host;        // the server's own name
-  std::string user;        // whom the program is to the server
+  std::string user;        // the user that the server takes the program for
   std::string encryption;  // the cipher of the connection; empty for none
 };
 

@@ -29,7 +29,7 @@ constexpr std::uint64_t kLeastFreeInodes = 2000;
 
 constexpr std::uint64_t kKibi = 1024;
 
-/// So many names are told; the rest is counted.
+/// At most so many names are listed; the rest is counted.
 constexpr std::size_t kNamesTold = 3;
 
 struct NeededDirectory {
@@ -173,7 +173,7 @@ Findings check_directories() {
 
 Findings check_space() {
   if (access(paths::kCommands, W_OK | X_OK) != 0) {
-    return {};  // told by check_directories
+    return {};  // reported by check_directories
   }
   const int error = try_command_file();
   struct statvfs space {};

@@ -15,7 +15,7 @@ Findings check_space();
 /// settings say that there are none.
 Findings check_programs();
 
-/// The firewall's chains that let APs in. Looked at by root alone.
+/// The firewall's chains that let APs in. Checked only as root.
 Findings check_firewall();
 
 /// Locks of reports that have been processed for 600 seconds or more, and commands that have waited for

@@ -21,7 +21,7 @@ struct Finding {
 
 using Findings = std::vector<Finding>;
 
-/// The exit status that says it: 0 nothing found but notes, 1 warnings, 2 problems.
+/// The exit status for these findings: 0 nothing found but notes, 1 warnings, 2 problems.
 int exit_status(const Findings& findings);
 
 /// A finding, if something is amiss.
@@ -30,10 +30,10 @@ struct Check {
   Finding finding;
 };
 
-/// The findings of those that are amiss.
+/// The findings of the checks that are amiss.
 Findings amiss(std::initializer_list<Check> checks);
 
-/// Moves `more` behind what is in `findings`.
+/// Appends `more` to `findings`.
 void add(Findings& findings, Findings more);
 
 /// "1 file", "2 files"

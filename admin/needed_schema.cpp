@@ -50,7 +50,8 @@ bool serves(const Table::Key& found, const NeededKey& needed) {
          std::equal(needed.columns.begin(), needed.columns.end(), found.columns.begin());
 }
 
-/// A unique key beside the needed ones keeps rows out that belong in, unless it contains one.
+/// An additional unique key keeps out rows that belong in the table, unless it contains a needed
+/// one.
 bool refuses_rows(const Table::Key& found, const NeededTable& needed) {
   const std::set<std::string> columns = set_of(found.columns);
   bool any_unique = false;

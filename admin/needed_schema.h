@@ -13,7 +13,7 @@
 enum class KeyUse {
   replace,  // unique; decides which row a REPLACE replaces
   single,   // unique; keeps a second row of the same thing out
-  look_up,  // for speed only; a longer key that begins so serves as well
+  look_up,  // for speed only; a longer key that begins with it serves as well
 };
 
 struct NeededKey {
@@ -24,7 +24,7 @@ struct NeededKey {
 struct NeededColumn {
   std::string type;   // its SQL type; empty: any
   bool is_ssid;       // has to compare byte for byte
-  bool numbers_rows;  // the server counts it up
+  bool numbers_rows;  // the server numbers the rows in it
 };
 
 struct NeededTable {
@@ -53,7 +53,7 @@ struct Table {
 /// A server's tables by "database.table".
 using Schema = std::map<std::string, Table>;
 
-/// Every table that has to be there beforehand, as the shipped schema files make it.
+/// Every table that has to exist beforehand, as the shipped schema files make it.
 const std::vector<NeededTable>& needed_tables();
 
 /// The table of connection-log database `database`.

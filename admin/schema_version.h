@@ -5,9 +5,9 @@
 #include "db/connection.h"
 #include "finding.h"
 
-// The version of the schema, which stands in the comment of AP_INFO.ap_list.
+// The version of the schema, which is in the comment of AP_INFO.ap_list.
 
-/// The number behind "schema version"; 1 without one.
+/// The number after "schema version"; 1 without one.
 int schema_version(const std::string& table_comment);
 
 /// What it means that the server's schema has version `found`, that the program needs `needed` at

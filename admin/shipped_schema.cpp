@@ -11,7 +11,8 @@
 
 namespace {
 
-/// What unique keys are to the tables that the program writes; in the others it looks rows up.
+/// What unique keys are for in the tables that the program writes; in the others it only looks rows
+/// up.
 const std::map<std::string, KeyUse> kWritten{{"ap_list", KeyUse::single},
                                              {"legal", KeyUse::replace},
                                              {"illegal", KeyUse::replace},

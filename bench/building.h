@@ -17,7 +17,7 @@ void move_out(Server& server);
 /// Returns the words that start the hook.
 kit::Words deliver(int ap, const std::string& report);
 
-/// Whether the report that was delivered last is still there: the hook has not worked on it.
+/// Whether the report that was delivered last is still there: the hook has not processed it.
 bool left_alone(int ap);
 
 /// The command that waits for the AP; empty when there is none.

@@ -1,15 +1,14 @@
-// Counts what a hook does, without standing in its way: loaded with LD_PRELOAD, it stands between
-// the hook and a few calls of the C library. When the process ends it appends a line to the file
-// that BENCH_COUNTS names:
+// Counts what a hook does, without disturbing it: loaded with LD_PRELOAD, it intercepts a few calls
+// of the C library. When the process ends it appends a line to the file that BENCH_COUNTS names:
 //
 //   <waits> <stops> <blocked microseconds> <processes started>
 //
-// waits    how often the process turned from sending to the server to reading what it answers;
+// waits    how often the process turned from sending to the server to reading its answers;
 //          several statements sent together are answered in one wait
 // stops    how often the answer was not there yet, which depends on how quick the server is
 //
-// Of the connections only streams of the local domain count, which is how the server is reached; of
-// the ways to start a process posix_spawn, which is the platform's.
+// Only stream connections of the local domain count, which is how the server is reached, and only
+// processes started by posix_spawn, which the platform uses.
 
 #include <dlfcn.h>
 #include <poll.h>
@@ -44,7 +43,7 @@ bool is_server(int descriptor) {
          getsockopt(descriptor, SOL_SOCKET, SO_DOMAIN, &domain, &size) == 0 && domain == AF_UNIX;
 }
 
-/// Counts a stop from its making to its end.
+/// Counts a stop from its construction to its destruction.
 class Stop {
  public:
   Stop() { ++stops; }

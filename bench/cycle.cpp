@@ -33,7 +33,7 @@ int rounds_of(ReportSize size, Effort effort) {
   return effort == Effort::quick ? full / 10 + 1 : full;
 }
 
-/// What each of many runs took; the server's part of the processor besides the process's own.
+/// What each of many runs took; the server's processor time apart from the process's own.
 struct Series {
   std::vector<double> wall, processor, server;
 };
@@ -91,8 +91,8 @@ class Cycle {
   }
 
  private:
-  /// A neighbour hears the measured AP, and its foreign radios are heard by the measured one as
-  /// well, which makes about half of those.
+  /// A neighbour hears the measured AP; its foreign radios, about half of those that the measured
+  /// one hears, are heard by both.
   void add_neighbour(int ap) {
     constexpr ReportSize kHeard{0, 18};  // of them 3 of the measured AP
     measured_run(deliver(ap, report_text({ap, kHeard, {kAp}, (ap - kAp - 1) * 2 * kHeard.radios})));
@@ -148,7 +148,7 @@ class Cycle {
     if (status != 0 || lines.empty()) {
       throw std::runtime_error(program + " failed while it was counted");
     }
-    std::istringstream last(lines.back());  // lines of its children stand before it
+    std::istringstream last(lines.back());  // lines of its children come before it
     for (double* count : counts) {
       last >> *count;
     }

@@ -2,8 +2,8 @@
 
 #include <vector>
 
-// What is made of many measurements of one thing. On a machine that does other things besides, the
-// median says what is usual and the least what is possible. Of nothing, all are 0.
+// Statistics of many measurements of one thing. On a machine that also does other things, the
+// median says what is usual and the least what is possible. Without measurements, all are 0.
 
 double median(std::vector<double> values);
 double mean(const std::vector<double>& values);

@@ -1,6 +1,6 @@
 // The least that a client can do to have the statements of a report cycle carried out: it connects
 // as the program does and sends the statements of a file, each ended by a NUL, one at a time,
-// waiting for each answer. What it takes is what a report cycle is compared with.
+// waiting for each answer. A report cycle is compared with the time that it takes.
 //
 //   bench-replay FILE
 

@@ -13,7 +13,7 @@ constexpr std::array<const char*, kSlots> kSsids{"Office", "Guest", "Devices"};
 constexpr std::array<const char*, 6> kForeignSsids{
     "HomeNet_#", "Cafe \"#\"", "O'Neill #", "Corner Shop Guest #", "printer-#-setup", ""};
 
-/// Every n-th station is reported as a poor client, too.
+/// Every n-th station is reported as poorly served, too.
 constexpr int kPoorClientEvery = 16;
 
 /// A number that follows from the three, spread over 64 bits.

@@ -39,7 +39,7 @@ Section measure_at_once(Bench& bench);
 /// Fleets of up to ten thousand APs, which takes some ten minutes.
 Section measure_fleet(Bench& bench);
 
-/// A power cut is over, and all APs join in the same moment.
+/// After a power cut, all APs join at the same moment.
 Section measure_storm(Bench& bench);
 
 /// A load-balancing pass at a crowded AP, by the number of managed APs that it hears and of its

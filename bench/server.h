@@ -9,7 +9,7 @@
 
 #include "kit/sql.h"
 
-/// The appliance's database server, from the side.
+/// The appliance's database server, observed from outside.
 class Server : public kit::Database {
  public:
   Server();

@@ -52,5 +52,5 @@ std::vector<FigureRow> rows_of(const std::vector<Measured>& columns,
   return rows;
 }
 
-/// Figures with three digits that count; goals stand at the end of their row.
+/// Figures with three significant digits; goals stand at the end of their row.
 std::string as_text(const Table& table);

@@ -21,7 +21,7 @@ struct Usage {
 
 double milliseconds(const timeval& time);
 
-/// Counts from its making.
+/// Counts from its construction.
 class Stopwatch {
  public:
   double ms() const {
@@ -36,7 +36,7 @@ class Stopwatch {
 /// A program to start. Descriptors stay the caller's; the program gets none but the standard ones.
 struct Program {
   std::string path;   // without a slash: looked for in PATH
-  Words words;        // its arguments, from the name that it is told
+  Words words;        // its arguments, beginning with its name
   Words environment;  // "NAME=value", in front of the variables of this process
   int input = -1;     // what it reads; -1: nothing
   int output = -1;    // where standard output and standard error output go; -1: where ours do

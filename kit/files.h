@@ -21,7 +21,7 @@ std::string content(const std::string& path);
 /// Gives the file these bytes, making it if need be; whether all of them were written.
 bool write_file(const std::string& path, std::string_view bytes);
 
-/// Has the file, or the link itself, be last changed so long ago.
+/// Sets the time of the last change of the file, or of the link itself, to so long ago.
 void set_age(const std::string& path, std::chrono::seconds age);
 
 /// Names in a directory, sorted; throws std::filesystem::filesystem_error when it cannot be read.

@@ -21,8 +21,8 @@ std::string ghz(int mhz) {
   return text + " GHz";
 }
 
-/// An SSID goes out byte for byte but for what every writer of such files has to keep out: a line
-/// end or NUL becomes "?", and what the syntax would take for a comment or trim stands in quotes.
+/// An SSID is written byte for byte, except for what every writer of such files has to avoid: a
+/// line end or NUL becomes "?", and what the syntax would take for a comment or trim is quoted.
 std::string ssid_value(std::string ssid) {
   for (char& letter : ssid) {
     if (letter == '\n' || letter == '\r' || letter == '\0') {

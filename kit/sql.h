@@ -13,10 +13,10 @@ namespace kit {
 using SqlRow = std::vector<std::string>;
 
 /// A connection to the appliance's database server, with latin1 and an empty sql_mode as the
-/// program's own. What fails throws std::runtime_error with the server's words.
+/// program's own. What fails throws std::runtime_error with the server's message.
 class Database {
  public:
-  /// Connects as the present user, to where the client library does by itself.
+  /// Connects as the current user, to the client library's default server.
   Database();
 
   /// Runs a statement and fetches all its rows.

@@ -4,7 +4,7 @@
 
 namespace show {
 
-/// What of the list of APs is wanted.
+/// Which part of the list of APs is wanted.
 struct ListWish {
   std::string sort = "name";   // a column
   bool problems_only = false;  // those with something odd
@@ -14,7 +14,7 @@ struct ListWish {
 /// The state of one AP, as a single record.
 Section ap_section(const ApState& ap, std::int64_t period);
 
-/// All APs, a line each. Throws Unavailable for a column that is not there.
+/// All APs, a line each. Throws Unavailable for an unknown column.
 View ap_list(const Site& site, const ListWish& wish);
 
 }  // namespace show

@@ -117,7 +117,7 @@ Section neighbours(Site& site, int sn) {
   return section;
 }
 
-/// Radios that belong to nobody we know, the loudest first.
+/// Radios that no managed AP owns, the loudest first.
 Section foreign_radios(Site& site, int sn) {
   Section section{"foreign",
                   "Foreign radios",

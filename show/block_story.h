@@ -11,13 +11,14 @@ struct BlockStory {
   std::string lifted_by;  // events, any of which is enough
 };
 
-/// Tells it of the stations that one AP refuses, from what the rules find in the tables as they are now.
+/// Answers that for the stations that one AP refuses, from what the rules find in the tables as
+/// they are now.
 class BlockTeller {
  public:
-  /// `ap` and `site` outlive the object. Throws Unavailable.
+  /// `ap` and `site` have to live longer than the object. Throws Unavailable.
   BlockTeller(Site& site, const ApState& ap);
 
-  /// Of a station as the block table has it.
+  /// For a station, spelt as in the block table.
   BlockStory tell(const std::string& mac);
 
  private:

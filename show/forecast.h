@@ -17,7 +17,8 @@ struct Forecast {
 };
 
 /// Runs the rules themselves and undoes what they change: no row and no file is written, and no lock
-/// is held for longer than they run. None without a database, or when it is lost meanwhile. The caller keeps the trace off.
+/// is held for longer than they run. None without a database, or when the connection is lost meanwhile. The caller
+/// keeps the trace off.
 std::optional<Forecast> forecast(Ap& ap);
 
 }  // namespace show

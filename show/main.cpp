@@ -102,8 +102,8 @@ int show_once(const Options& options) try {
   return 1;
 }
 
-/// Looks again and again, each time in a process of its own: how long one waits for the database is
-/// limited, and a server that was away is there again for the next.
+/// Looks again and again, each time in a new process, because a process may wait for the database
+/// only so long, and does not reconnect to a server that was away.
 [[noreturn]] void watch(const Options& options) {
   for (;;) {
     const pid_t child = fork();
@@ -162,7 +162,7 @@ int main(int argc, char** argv) {
     options.watch = kUsualWatch;
   }
   keep_trace_off();
-  setlogmask(LOG_MASK(LOG_EMERG));  // what cannot be shown is told here, not in the system log
+  setlogmask(LOG_MASK(LOG_EMERG));  // errors go to the terminal, not to the system log
   if (options.watch > 0) {
     watch(options);
   }

@@ -13,7 +13,8 @@ namespace show {
 
 namespace {
 
-/// A command is written, and a report read, within seconds: what is older, in seconds, stays.
+/// A command is written, and a report read, within seconds: what is older than this, in seconds,
+/// has been left behind.
 constexpr std::int64_t kLeftBehind = 60;
 
 Metric gauge(const char* name, const char* help, std::int64_t value) {
@@ -58,7 +59,7 @@ std::int64_t number(Connection& db, const Query& query) {
   return row ? row->number(0) : 0;
 }
 
-/// Adds what the database tells; returns the number of blocks whose AP is not there to lift them.
+/// Adds what is in the database; returns the number of blocks whose AP is not there to lift them.
 std::int64_t add_site(std::vector<Metric>& metrics) {
   Site site;
   Metric states{"ap_run_aps", "gauge", "Registered APs by state.", {}};

@@ -11,7 +11,7 @@
 namespace show {
 
 struct Sample {
-  std::string name;    // the metric's, with the ending that a histogram asks for
+  std::string name;    // the metric's, with the ending that a histogram needs
   std::string labels;  // as in `state="gone"`; empty for none
   std::int64_t value;
 };
@@ -23,8 +23,8 @@ struct Metric {
   std::vector<Sample> samples;
 };
 
-/// Looks at everything. Without the database, those that come from files, and that it is away. Throws
-/// Unavailable when a directory cannot be read.
+/// All metrics. Without the database, those that come from files, and the one that says it is down.
+/// Throws Unavailable when a directory cannot be read.
 std::vector<Metric> site_metrics();
 
 /// In the text format of Prometheus.

@@ -23,7 +23,8 @@ constexpr const char* kGap = "  ";
 constexpr int kGapWidth = 2;
 constexpr const char* kCut = "…";
 
-/// Texts are cut to this width before columns are left out, and to the second when none is left to be.
+/// Texts are cut to this width before columns are left out, and to the second when no more
+/// columns can be left out.
 constexpr int kCutFirst = 16;
 constexpr int kCutLast = 6;
 

@@ -8,14 +8,14 @@
 
 namespace show {
 
-/// What is written to.
+/// Where to write.
 struct Page {
   int width = 0;  // columns; 0: as many as it takes
   bool colours = false;
 };
 
-/// Standard output: colours on a terminal alone (and unless NO_COLOR is set), the width of COLUMNS or
-/// else of the terminal.
+/// Standard output: colours on a terminal only (and unless NO_COLOR is set), the width of COLUMNS
+/// or else of the terminal.
 Page standard_page();
 
 /// For people.

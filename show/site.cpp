@@ -14,13 +14,13 @@ namespace show {
 
 namespace {
 
-/// An update, from its order to the AP's return, takes less, in seconds.
+/// An update, from its order to the AP's return, takes less than this, in seconds.
 constexpr std::int64_t kLongestUpdate = 600;
 
 /// Reports that may be missing before an AP counts as silent.
 constexpr std::int64_t kPeriods = 3;
 
-/// How many tables one statement asks.
+/// How many tables one statement queries.
 constexpr std::size_t kTablesTogether = 100;
 
 std::string upper(std::string text) {
@@ -206,8 +206,7 @@ void Site::read_reports() {
   }
 }
 
-/// When an action was ordered stands in the connection log alone. Whose user may not read it does not
-/// get to know.
+/// When an action was ordered is only in the connection log; unknown if the user may not read it.
 void Site::read_orders() {
   constexpr std::time_t kDay = 86'400;  // seconds
   if (std::none_of(aps_.begin(), aps_.end(),
@@ -285,7 +284,8 @@ void Site::ask_client_tables(const std::function<Statement(int sn)>& part,
   }
 }
 
-/// A table that has been dropped since spoils the statement for all: then half of them at a time.
+/// A table that has been dropped since makes the statement fail for all: then it asks half of them
+/// at a time.
 void Site::ask_tables(std::span<const int> numbers, const std::function<Statement(int sn)>& part,
                       const std::function<void(const Row&)>& each) {
   Query all{.step = untraced, .statement = {}, .may_lack_table = true};

@@ -13,7 +13,7 @@
 #include "db/schema.h"
 #include "show/view.h"
 
-// What tables and files say of the APs, for all views. Nothing here changes anything.
+// What tables and files say about the APs, for all views. Nothing here changes anything.
 
 namespace show {
 
@@ -85,8 +85,8 @@ class Site {
   /// Its name, "AP 7" for one that is not registered.
   std::string label(int sn) const;
 
-  /// Asks the client tables of all APs, many in one statement: `part` makes the query for one, `each`
-  /// gets the rows.
+  /// Queries the station tables of all APs, many in one statement: `part` makes the query for one,
+  /// `each` gets the rows.
   void ask_client_tables(const std::function<Statement(int sn)>& part,
                          const std::function<void(const Row&)>& each);
 

@@ -11,7 +11,7 @@
 
 namespace show {
 
-/// What a colour would say of a value.
+/// What a colour would say about a value.
 enum class Tone { plain, good, odd, faint };
 
 /// A value of a record. Texts may hold any bytes.

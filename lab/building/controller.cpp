@@ -5,7 +5,7 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
-extern "C" {  // the header forgets that it may be read by C++
+extern "C" {  // the header lacks it
 #include <sys/pidfd.h>
 }
 

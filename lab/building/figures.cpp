@@ -17,7 +17,7 @@ double mean(const std::vector<double>& numbers) {
                                static_cast<double>(numbers.size());
 }
 
-/// The number below which so many of a hundred lie; of all hundred, the largest.
+/// The number below which so many of a hundred numbers lie; for 100, the largest.
 double percentile(std::vector<double>& numbers, std::size_t percent) {
   std::sort(numbers.begin(), numbers.end());
   return numbers.empty() ? 0

@@ -32,7 +32,7 @@ struct Options {
   bool compare = false;
 };
 
-/// Tells what options there are and reads them; as kit::read_command_line.
+/// Defines the options and reads them; returns what kit::read_command_line does.
 std::optional<int> read_options(int argc, char** argv, Options& options) {
   CLI::App app(
       "Plays a scenario against the program, in lab/appliance, which it empties before, and tells "

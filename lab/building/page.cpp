@@ -148,7 +148,7 @@ Json slowest(std::vector<HookRun> runs) {
   });
 }
 
-/// The JSON, to stand within a script element: what it holds cannot end the element.
+/// The JSON for the inside of a script element: nothing in it can end the element.
 std::string within_script(const Json& json) {
   std::string text = json.dump();
   for (std::size_t at = 0; (at = text.find('<', at)) != std::string::npos;) {

@@ -170,7 +170,7 @@ void Play::install(int number, const std::string& image) {
   leave(number, Deed::restart);
 }
 
-/// What the update tool was started for since the last look, it does: "-c update -m MAC -f FILE".
+/// Does what the update tool was started for since the last look: "-c update -m MAC -f FILE".
 void Play::run_update_tool() {
   const Words calls = lines_of(kit::content(kToolCalls));
   for (; tool_calls_ < calls.size(); ++tool_calls_) {

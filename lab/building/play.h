@@ -10,8 +10,8 @@
 #include "building/world.h"
 
 // A scenario played from its first minute to its last: the building on one side, the hooks on the
-// other, and the controller between them. A simulated minute is a report of every AP; of real time
-// it takes what the hooks take.
+// other, and the controller between them. In a simulated minute every AP reports once; it takes as
+// long as the hooks take.
 //
 // Reports go out in waves. APs that can hear each other, and so have a say in each other's
 // decisions, are never in the same wave, and what a wave is told is obeyed before the next: the

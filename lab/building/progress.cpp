@@ -36,7 +36,7 @@ std::string ap_lines(const Play& play) {
   const Sample& now = play.samples().back();
   std::vector<std::size_t> shown(now.aps.size());
   std::iota(shown.begin(), shown.end(), 0U);
-  if (shown.size() > kShownAps) {  // those with the most clients
+  if (shown.size() > kShownAps) {  // those with the most stations
     std::stable_sort(shown.begin(), shown.end(), [&](std::size_t a, std::size_t b) {
       return clients_of(now.aps[a]) > clients_of(now.aps[b]);
     });

@@ -23,7 +23,7 @@ struct Wall {
   double loss = 0;  // dB at 2.4 GHz for a ray that crosses it
 };
 
-/// What stands between a sender and a receiver.
+/// What is between a sender and a receiver.
 struct Air {
   double exponent = 2.6;  // 2 is free space; furniture, people and floors make it larger
   std::vector<Wall> walls;

@@ -16,7 +16,7 @@ const std::map<std::string, double, std::less<>> kMaterials{
 
 using Numbers = std::vector<double>;
 
-/// The numbers that the words begin with; the words behind them stay.
+/// Takes the numbers that the words begin with; the words after them stay.
 Numbers take_numbers(Words& words) {
   Numbers numbers;
   while (!words.empty()) {

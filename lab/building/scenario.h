@@ -32,14 +32,14 @@ struct ApPlan {
   bool carries(int slot) const { return slots.empty() || slots.contains(slot); }
 };
 
-/// A radio that belongs to nobody we know.
+/// A radio that no managed AP owns.
 struct ForeignPlan {
   std::string name;
   Point at;
   int channel = 1;
   double power = 20;         // dBm
   std::string ssid;          // 0 to 32 bytes, any
-  bool random_ssid = false;  // 32 bytes by chance, in place of `ssid`
+  bool random_ssid = false;  // 32 random bytes, in place of `ssid`
 };
 
 /// People who do the same; each carries one station.

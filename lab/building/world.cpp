@@ -133,7 +133,7 @@ void World::pass_minute() {
         continue;
       }
       station.inside = true;
-      // Who is there from the first minute did not just come in.
+      // People who are there from the first minute did not just come in.
       const bool was_there = crowd.arrive[1] <= 1;
       station.at = was_there ? seat_in(station.room) : scenario_.entrance;
       if (!was_there) {

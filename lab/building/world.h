@@ -109,7 +109,7 @@ struct Occurrence {
   int station = -1;  // -1: the AP itself
 };
 
-/// A station has got another AP, or none any more (-1).
+/// A station has moved to another AP, or has none any more (-1).
 struct Change {
   int minute = 0;
   int station = 0;
@@ -148,7 +148,7 @@ class World {
   /// Notes a deed that the world does not see by itself.
   void note(Deed deed, int ap, int station = -1);
 
-  /// Clients of the AP, in one band.
+  /// Stations of the AP, in one band.
   int clients(int ap, Band band) const;
   int clients(int ap) const { return clients(ap, Band::two_ghz) + clients(ap, Band::five_ghz); }
 

@@ -11,8 +11,8 @@
 //                               standard input of one call, with N = 1, 2, 3, ... the first free
 //                               number.
 //
-// The line in /recorded/NAME comes last: who sees it can read the others. A call whose stdin never
-// ends is not recorded before it does.
+// The line in /recorded/NAME comes last: once it is there, the others can be read. A call is not
+// recorded before its stdin ends.
 //
 // /recorded/NAME.behaviour, if it exists, tells what to do afterwards, a line each:
 //   sleep SECONDS    wait (a decimal fraction is allowed)

@@ -1,4 +1,4 @@
-// Fuzz target: a capability file, and the assignments that are made of it.
+// Fuzz target: a capability file, and the assignments that are made from it.
 
 #include "lifecycle/capability.h"
 

@@ -17,6 +17,6 @@ void must(bool claim);
 /// Aborts unless the statement may be sent, and nothing but names, numbers and closed texts is in it.
 void must_be_closed(const Statement& statement);
 
-/// The report that is made of the input, after the way in which its text is cut into pieces has been
-/// compared with another way.
+/// The report that is made of the input, after a check that another way of cutting its text into
+/// pieces gives the same.
 std::optional<Report> report_of(const std::uint8_t* data, std::size_t size);

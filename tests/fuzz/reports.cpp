@@ -10,7 +10,7 @@
 
 namespace {
 
-/// A text that will stand in a statement is at most as long as its column.
+/// A text that goes into a statement is at most as long as its column.
 void must_fit(const std::string& text, std::size_t most) {
   must(text.size() <= most);
   must_be_closed(statement("'%s'", text));

@@ -11,7 +11,7 @@
 #include "support/appliance.h"
 #include "support/false_server.h"
 
-// Something that stands in a database server's place and drags its feet: a hook gives up in time.
+// Something takes the place of a database server and is slow or silent: a hook gives up in time.
 
 namespace {
 

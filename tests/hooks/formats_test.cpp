@@ -8,8 +8,8 @@
 
 #include "support/appliance.h"
 
-// Holds docs/formats.md against the program: its examples are fed in, and its tables have to be true of
-// them.
+// Checks docs/formats.md against the program: feeds its examples in, for which its tables have to
+// be true.
 
 namespace {
 
@@ -139,7 +139,7 @@ class Formats : public HookTest {
   enum class Join { first, other };
   using Outcome = std::function<std::string(const std::string& text, Join join)>;
 
-  /// Holds the tables of a chapter against its example.
+  /// Checks the tables of a chapter against its example.
   static void check(const Chapter& chapter, const Outcome& outcome) {
     const std::string& example = chapter.examples.at(0);
     const std::string at_first = outcome(example, Join::first);

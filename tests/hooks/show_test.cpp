@@ -20,7 +20,7 @@ const std::string kAnn = "02:00:00:00:00:0A";
 const std::string kBob = "02:00:00:00:00:0B";
 const Words kOthers{"02:00:00:00:00:01", "02:00:00:00:00:02", "02:00:00:00:00:03"};
 
-/// Two APs in hearing of each other: Door (1) refuses Ann and Bob, who have gone to Hall (2), and Bob
+/// Two APs that hear each other: Door (1) refuses Ann and Bob, who have gone to Hall (2), and Bob
 /// from there home. All of it comes from reports; times are set back by 200 seconds.
 class Show : public HookTest {
  protected:

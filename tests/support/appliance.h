@@ -91,8 +91,8 @@ Lines sql_rows(const std::string& statement);
 /// Forgets the connection, for tests that stop the server.
 void disconnect_database();
 
-/// Every test starts with empty tables and directories. When a test fails, its files are put by
-/// under /var/failed, which lab/appliance keeps, and the way to run it alone is printed.
+/// Every test starts with empty tables and directories. When a test fails, its files are kept under
+/// /var/failed, which lab/appliance keeps, and the way to run it alone is printed.
 class HookTest : public testing::Test {
  protected:
   void SetUp() override;

@@ -7,7 +7,7 @@
 #include <string>
 #include <thread>
 
-// Something that takes a database server's place, on a port of 127.0.0.1, and drags its feet.
+// Takes the place of a database server, on a port of 127.0.0.1, and is slow or silent.
 
 /// A socket that is bound to a port of 127.0.0.1, to be closed by the caller; -1 if the port cannot
 /// be had.

@@ -90,8 +90,8 @@ std::string mac_of(int ap) {
   return M("02:00:00:00:01:%02X", ap);
 }
 
-/// A report with something in every section: radios, two stations, a poor client, a radio of the
-/// other AP, two foreign ones that every AP hears.
+/// A report with something in every section: radios, two stations, a poorly served one, a radio of
+/// the other AP, two foreign ones that every AP hears.
 std::string report_text(int ap) {
   return M(
       "[00]\nMAC=%s\ncpu=12%%\nmemory=48%%\nversion=2.1.0\nuptime=3600\n"
@@ -618,7 +618,7 @@ int crowd() {
   return is_whole() ? 64 : 32;
 }
 
-/// The result with the hearers of a foreign radio in order: who came first is no matter.
+/// The result with the hearers of a foreign radio in order: who came first does not matter.
 Lines result_of_crowd() {
   Lines rows = result();
   for (std::string& row : rows) {
@@ -723,7 +723,7 @@ TEST_F(Weather, NeighboursThatReportAtOnceStayManaged) {
   EXPECT_EQ(sql_value("SELECT COUNT(*) FROM AP_CLIENT.legal"), "32");
 }
 
-/// How long everybody takes to report three times with 300 foreign radios more, in seconds.
+/// How long all take to report three times with 300 more foreign radios, in seconds.
 double crowd_with_radios(bool are_shared) {
   kit::Database().clear();
   Figures& line =
