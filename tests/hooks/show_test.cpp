@@ -228,7 +228,7 @@ TEST_F(Show, FitsATerminalAndSaysWhatItCannotShow) {
 /// say what it is.
 std::map<std::string, long> samples_of(const std::string& text) {
   static const std::regex kSample(
-      "([a-z_]+?)(_bucket|_sum|_count)?(\\{[a-z]+=\"[^\"\\\\]+\"\\})? ([0-9]+)");
+      R"re(([a-z_]+?)(_bucket|_sum|_count)?(\{[a-z]+="[^"\\]+"\})? ([0-9]+))re");
   std::map<std::string, long> samples;
   std::string name, type;
   for (const std::string& line : lines_of(text)) {
