@@ -71,15 +71,15 @@ void explain_choice(const Findings& found, const Names& names, Lines& lines) {
         M("%s: RSSI %d, above %d, ", visible_text(mac).c_str(), link, limits::kLink);
     switch (fate) {
       case Findings::Fate::refused:
-        lines.push_back("block   " + station + heard);
+        lines.push_back(M("block   %s%s", station.c_str(), heard.c_str()));
         break;
       case Findings::Fate::refused_already:
-        lines.push_back("stays   " + station + heard + ", but an AP refuses it already");
+        lines.push_back(
+            M("stays   %s%s, but an AP refuses it already", station.c_str(), heard.c_str()));
         break;
       case Findings::Fate::no_neighbour:
-        lines.push_back(
-            "stays   " + station +
-            M("but no AP is heard above %d dBm on its SSID and band", limits::kNeighbourSignal));
+        lines.push_back(M("stays   %sbut no AP is heard above %d dBm on its SSID and band",
+                          station.c_str(), limits::kNeighbourSignal));
         break;
     }
   }
