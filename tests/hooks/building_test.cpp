@@ -8,7 +8,7 @@ class Building : public HookTest {
  protected:
   /// The log of some minutes of a scenario, from an empty database; empty when the tables differ
   /// from the building at the end.
-  std::string play(const std::string& scenario, const std::string& minutes) {
+  static std::string play(const std::string& scenario, const std::string& minutes) {
     const std::string log = "/tmp/building.log";
     const std::string command = "/build/bin/lab-building /source/lab/scenarios/" + scenario +
                                 " --minutes " + minutes + " --log " + log +

@@ -123,7 +123,7 @@ class HostList : public HookTest {
   }
 
   /// Whether a hook with this list registers a new AP, and after how many seconds it ends.
-  std::pair<bool, double> registers(const std::string& list) {
+  static std::pair<bool, double> registers(const std::string& list) {
     sql("DELETE FROM AP_INFO.ap_list");
     std::filesystem::remove(slot_of(kMac));
     write_file("/etc/ap-run/database.cnf",
