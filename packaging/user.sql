@@ -1,5 +1,6 @@
--- The database user of the hooks, ap_run, with the rights that they need and no others. Run it as
--- the server's administrator, after the schema; it can be repeated.
+-- The database user of the hooks, ap_run, with the rights that they need and no others, but
+-- for that of reading the connection log, which ap-show has. Run it as the server's administrator,
+-- after the schema; it can be repeated.
 --
 -- A new user is locked until it has a password:
 --
@@ -16,4 +17,4 @@ GRANT SELECT, INSERT, UPDATE ON `AP\_INFO`.* TO `ap_run`@`localhost`;
 GRANT SELECT, INSERT, UPDATE, DELETE, CREATE, DROP ON `AP\_CLIENT`.* TO `ap_run`@`localhost`;
 GRANT SELECT, INSERT, UPDATE, CREATE, DROP ON `AP\_POOR\_CLIENT`.* TO `ap_run`@`localhost`;
 GRANT SELECT ON `AP\_USER`.* TO `ap_run`@`localhost`;
-GRANT INSERT ON `CONNTRACK\_LOG\_%`.* TO `ap_run`@`localhost`;
+GRANT INSERT, SELECT ON `CONNTRACK\_LOG\_%`.* TO `ap_run`@`localhost`;
