@@ -18,20 +18,30 @@ constexpr const char* kWithdrawing = "delete_ap_illegal_table";
 constexpr const char* kStoring = "update_ap_legal_table_for_refer";
 constexpr int kMostRounds = 10;
 
+/// While it lives, this process alone changes the lists, so that APs that hear the same radios and
+/// report at once do not queue up at each row: 64 of them, 300 radios each, would take three times as
+/// long as with radios of their own. The name is locked at the server, which frees it when the
+/// connection ends. Whoever does not get it in time goes on without: every change is safe by itself.
+class Turn {
+ public:
+  explicit Turn(Connection& db) : db_(db) {
+    constexpr int kLongestWait = 3;  // seconds, of the 10 for an answer
+    db_.run(untraced, "DO GET_LOCK('ap-run.illegal', %d)", kLongestWait);
+  }
+  ~Turn() { db_.run(untraced, "DO RELEASE_LOCK('ap-run.illegal')"); }
+  Turn(const Turn&) = delete;
+  Turn& operator=(const Turn&) = delete;
+
+ private:
+  Connection& db_;
+};
+
 /// Runs rounds of changes until one says that it is done everywhere. A round gets its number, from 1.
-///
-/// Meanwhile this process alone changes the lists, so that APs that hear the same radios and report at
-/// once do not queue up at each row: 64 of them, 300 radios each, would take three times as long as
-/// with radios of their own. The name is locked at the server, which frees it when the connection
-/// ends. Whoever does not get it in time goes on without: every change is safe by itself.
-void in_rounds(Connection& db, const char* operation,
+void in_rounds(const Connection& db, const char* operation,
                const std::function<bool(int number)>& round) {
-  constexpr int kLongestWait = 3;  // seconds, of the 10 for an answer
-  db.run(untraced, "DO GET_LOCK('ap-run.illegal', %d)", kLongestWait);
   for (int number = 1; number <= kMostRounds && !round(number); ++number) {
     db.note(Step(operation), "other APs have changed the same radios meanwhile (round %d)", number);
   }
-  db.run(untraced, "DO RELEASE_LOCK('ap-run.illegal')");
 }
 
 /// Withdraws the AP from a row whose list was read as `list`: writes `left` in its place.
@@ -73,16 +83,32 @@ bool withdraw(Connection& db, int sn, int round) {
     db.note(listed, "no matched.");
   }
   bool is_done = own_rows.outcome().fate != MyFate::repeat;
-  std::vector<Attempt> shortened;
+  const std::string alone = std::to_string(sn);
+  Statement macs;  // of the lists that have others besides
   for (const Row& row : rows) {
-    const std::string list = row.text(0);
-    const std::string left = without_hearer(list, sn);
-    if (!left.empty()) {
-      shortened.push_back(round == 1 ? shorten_list(db, list, left, row.text(1))
-                                     : shorten_any_list(db, sn, row.text(1)));
-    } else if (list == std::to_string(sn)) {
+    if (row.text(0) != alone) {
+      macs.text += (macs.text.empty() ? "" : ", ") + statement("'%s'", row.text(1)).text;
+    } else {
       is_done = false;  // a row of this AP alone that has been made since the DELETE
     }
+  }
+  if (macs.text.empty()) {
+    return is_done;
+  }
+  // The query above reads the whole table, which many may do at once. By the time of our turn the
+  // lists may be others.
+  const Turn turn(db);
+  std::vector<Attempt> shortened;
+  for (const Row& row :
+       db.ask(untraced, "SELECT `ap_sn`, `mac` FROM `%s`.`illegal` WHERE `mac` IN (%s)", AP_CLIENT,
+              macs)) {
+    const std::string list = row.text(0);
+    const std::string left = without_hearer(list, sn);
+    if (!left.empty() && left != list) {
+      shortened.push_back(round == 1 ? shorten_list(db, list, left, row.text(1))
+                                     : shorten_any_list(db, sn, row.text(1)));
+    }
+    is_done = is_done && list != alone;  // the others have withdrawn meanwhile
   }
   return std::none_of(shortened.begin(), shortened.end(), came_to_nothing) && is_done;
 }
@@ -163,6 +189,7 @@ void store_foreign_radios(Connection& db, int sn, std::span<const cell_record* c
     parts.back().push_back(cell);
   }
   if (!parts.empty()) {
+    const Turn turn(db);
     in_rounds(db, kStoring, [&](int /*round*/) { return store_all(db, sn, parts); });
   }
 }
