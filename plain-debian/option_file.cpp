@@ -10,7 +10,7 @@
 namespace {
 
 /// The lines of the option file but for comments and empty ones, without blanks in front.
-std::vector<std::string> option_lines() {
+std::vector<std::string> read_option_lines() {
   std::vector<std::string> lines;
   std::ifstream file(paths::kDatabaseOptions);
   for (std::string line; std::getline(file, line);) {
@@ -23,6 +23,12 @@ std::vector<std::string> option_lines() {
 }
 
 /// Whether the library reads the group of this line, "[client]" and the like, for the program.
+/// They are asked for twice at each start, and read once.
+const std::vector<std::string>& option_lines() {
+  static const std::vector<std::string> lines = read_option_lines();
+  return lines;
+}
+
 bool is_our_group(const std::string& line) {
   const std::string group = line.substr(1, line.find(']') - 1);
   return group == "ap-run" || group.starts_with("client");
@@ -78,7 +84,7 @@ std::vector<DatabaseHost> database_hosts() {
 }
 
 bool may_ask_for_tls() {
-  const std::vector<std::string> lines = option_lines();
+  const std::vector<std::string>& lines = option_lines();
   return std::any_of(lines.begin(), lines.end(), [](const std::string& line) {
     return line[0] == '!' || line.find("ssl") != std::string::npos ||
            line.find("tls") != std::string::npos;

@@ -74,14 +74,10 @@ bool came_to_nothing(const Attempt& attempt) {
 bool withdraw(Connection& db, int sn, int round) {
   const Attempt own_rows = db.attempt(
       Step(kWithdrawing, "(1/3) "), "DELETE FROM `%s`.`illegal` WHERE `ap_sn`='%d'", AP_CLIENT, sn);
-  const Step listed(kWithdrawing, "(2/3) ");
-  Rows rows = db.ask(listed,
-                     "SELECT `ap_sn`, `mac` FROM `%s`.`illegal` WHERE FIND_IN_SET('%d', `ap_sn`) "
-                     "> 0",
-                     AP_CLIENT, sn);
-  if (rows && rows.count() == 0) {
-    db.note(listed, "no matched.");
-  }
+  Rows rows = db.ask_noting_none(
+      query(Step(kWithdrawing, "(2/3) "),
+            "SELECT `ap_sn`, `mac` FROM `%s`.`illegal` WHERE FIND_IN_SET('%d', `ap_sn`) > 0",
+            AP_CLIENT, sn));
   bool is_done = own_rows.outcome().fate != MyFate::repeat;
   const std::string alone = std::to_string(sn);
   Statement macs;  // of the lists that have others besides

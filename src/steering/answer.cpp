@@ -23,11 +23,12 @@ std::string steering_lines(Ap& ap, const std::string& releases, Quiet quiet, Fin
                        : M("type=%d\n%s", static_cast<int>(CommandType::steering), lines.c_str());
 }
 
-}  // namespace
-
+/// Whether stations are steered, under that mode of the MAC filter.
 bool is_balancing(int filter_mode) {
   return RI(setting::kLoadBalancing) != 0 && filter_mode != setting::kMacFilterAlone;
 }
+
+}  // namespace
 
 std::string release_lines(Ap& ap, int filter_mode, Findings& found) {
   return is_balancing(filter_mode) && ap.db.open() ? ap_release_block_rule(ap, found) : "";

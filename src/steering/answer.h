@@ -8,9 +8,6 @@
 // What an AP is told when its report has been stored: the rules one after the other, each as far as
 // the settings ask for it.
 
-/// Whether stations are steered, under that mode of the MAC filter.
-bool is_balancing(int filter_mode);
-
 /// Lifts the blocks that the report has made needless: their "release" lines. Nothing without a
 /// database, or where stations are not steered.
 std::string release_lines(Ap& ap, int filter_mode, Findings& found);

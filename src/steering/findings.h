@@ -12,7 +12,7 @@
 struct Findings {
   struct Neighbour {
     int sn;
-    int clients;
+    int clients;  // its stations
   };
   struct Kick {
     std::string mac;
@@ -39,8 +39,8 @@ struct Findings {
   std::vector<Kick> kicks;
   std::vector<Candidate> candidates;  // those that were considered, best link first
   bool release_all = false;           // all its blocks are to go
-  std::optional<std::string>
-      lost_ssid;                    // the SSID that was the reason; none: it serves one station
+  // The SSID that was the reason; none: it serves one station.
+  std::optional<std::string> lost_ssid;
   bool is_heard_by_nobody = false;  // on that SSID; else it hears nobody well enough itself
   std::optional<Hearing> hearing;   // none: auto-RF is off
 };
