@@ -25,17 +25,16 @@ constexpr const char* kAboutNode =
 Node ask_node(const DatabaseHost& host) {
   Node node;
   node.host = host.port == 0 ? host.name : M("%s:%u", host.name.c_str(), host.port);
-  const std::unique_ptr<MYSQL, void (*)(MYSQL*)> mysql(connect_to(host, kConnectLimit),
-                                                       mysql_close);
-  if (mysql == nullptr) {
+  const MyHandle mysql = connect_to(host, kConnectLimit);
+  if (!mysql) {
     node.refusal = MySession::refusal.text;
     return node;
   }
   const BudgetedWait wait(kConnectLimit, static_cast<int>(mysql_get_socket(mysql.get())));
   std::map<std::string, std::string> found;
   if (mysql_query(mysql.get(), kAboutNode) == 0) {
-    const MyResult result(mysql_store_result(mysql.get()));
-    while (MYSQL_ROW row = result.rows == nullptr ? nullptr : mysql_fetch_row(result.rows)) {
+    const StoredRows rows(mysql_store_result(mysql.get()));
+    while (MYSQL_ROW row = rows ? mysql_fetch_row(rows.get()) : nullptr) {
       found[row[0]] = row[1] == nullptr ? "" : row[1];
     }
   }

@@ -1,56 +1,37 @@
 #include "platform/database.h"
 
-#include <algorithm>
-
 #include "session.h"
 #include "wait_budget.h"
 
 namespace {
 
-/// The server connections of this process: one that all operations share, and lost ones until
-/// their holders let go of them.
-std::vector<std::unique_ptr<MySession>>& sessions() {
-  static std::vector<std::unique_ptr<MySession>> all;
-  return all;
-}
-
-MySession* live_session() {
-  auto& all = sessions();
-  std::erase_if(all,
-                [](const auto& session) { return session->holders == 0 && !session->alive(); });
-  const auto live =
-      std::find_if(all.rbegin(), all.rend(), [](const auto& session) { return session->alive(); });
-  return live == all.rend() ? nullptr : live->get();
-}
+/// The server connection of this process; null while there is none. One that is lost lives on as long
+/// as somebody holds it.
+std::shared_ptr<MySession> current;
 
 /// Knows the character set. Without a connection a handle that was never connected serves: it
 /// escapes by the rules of latin1, as our connections do.
 MYSQL* escaping_handle() {
-  if (!sessions().empty()) {
-    return sessions().back()->handle();
+  if (current) {
+    return current->handle();
   }
-  static const std::unique_ptr<MYSQL, void (*)(MYSQL*)> unconnected(new_handle(), mysql_close);
+  static const MyHandle unconnected = new_handle();
   return unconnected.get();
 }
 
 }  // namespace
 
 int my_mysql_connect(MyConnection& connection, int /*reserved*/) {
-  connection.session = nullptr;
+  connection.session.reset();
   if (wait_budget_left() == WaitTime{0}) {
     return -1;
   }
-  MySession* session = live_session();
-  if (session == nullptr) {
-    std::unique_ptr<MySession> fresh = MySession::connect();
-    if (!fresh) {
-      return -1;
-    }
-    session = sessions().emplace_back(std::move(fresh)).get();
+  if (!current || !current->alive()) {
+    current.reset();
+    current = MySession::connect();
   }
-  ++session->holders;
-  connection.session = session;
-  return 0;
+  connection.session = current;
+  return current ? 0 : -1;
 }
 
 MyError my_mysql_refusal() {
@@ -58,7 +39,7 @@ MyError my_mysql_refusal() {
 }
 
 MyTicket my_mysql_query(MyConnection& connection, const char* format, ...) {
-  if (connection.session == nullptr) {
+  if (!connection.session) {
     return 0;
   }
   std::va_list values;
@@ -69,26 +50,26 @@ MyTicket my_mysql_query(MyConnection& connection, const char* format, ...) {
 }
 
 MyResult* my_mysql_store_result(MyConnection& connection, MyTicket ticket) {
-  return connection.session == nullptr ? nullptr : connection.session->take_rows(ticket);
+  return connection.session ? connection.session->take_rows(ticket) : nullptr;
 }
 
 MyOutcome my_mysql_outcome(MyConnection& connection, MyTicket ticket) {
-  return connection.session == nullptr ? MyOutcome{} : connection.session->outcome(ticket);
+  return connection.session ? connection.session->outcome(ticket) : MyOutcome{};
 }
 
 std::uint64_t my_mysql_num_rows(const MyResult& result) {
-  return mysql_num_rows(result.rows);
+  return mysql_num_rows(result.rows.get());
 }
 
 bool my_mysql_fetch_row(MyResult& result, MyRow& row) {
-  row.texts = mysql_fetch_row(result.rows);
-  row.lengths = row.texts == nullptr ? nullptr : mysql_fetch_lengths(result.rows);
-  row.columns = row.texts == nullptr ? 0 : mysql_num_fields(result.rows);
+  row.texts = mysql_fetch_row(result.rows.get());
+  row.lengths = mysql_fetch_lengths(result.rows.get());
+  row.columns = mysql_num_fields(result.rows.get());
   return row.texts != nullptr;
 }
 
 void my_mysql_rewind(MyResult& result) {
-  mysql_data_seek(result.rows, 0);
+  mysql_data_seek(result.rows.get(), 0);
 }
 
 void my_mysql_free_result(MyResult* result) {
@@ -96,34 +77,31 @@ void my_mysql_free_result(MyResult* result) {
 }
 
 std::uint64_t my_mysql_insert_id(MyConnection& connection) {
-  if (connection.session == nullptr) {
+  if (!connection.session) {
     return 0;
   }
   connection.session->settle();
   return connection.session->last_insert_id();
 }
 
-int my_mysql_close(MyConnection& connection) {
-  if (connection.session == nullptr) {
-    return -1;
+void my_mysql_close(MyConnection& connection) {
+  connection.session.reset();
+  if (current.use_count() == 1) {  // nobody else holds it
+    current->settle();
+    current->forget_answers();
   }
-  MySession* session = connection.session;
-  connection.session = nullptr;
-  if (--session->holders == 0) {
-    session->settle();
-    session->forget_answers();
-  }
-  return session->alive() ? 0 : -1;
 }
 
 void my_mysql_settle() {
-  for (const auto& session : sessions()) {
-    session->settle();
+  if (current) {
+    current->settle();
   }
 }
 
 void my_mysql_release() {
-  std::erase_if(sessions(), [](const auto& session) { return session->holders == 0; });
+  if (current.use_count() == 1) {
+    current.reset();
+  }
 }
 
 std::optional<std::string> my_sqlescape(std::string_view text) {

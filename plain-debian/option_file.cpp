@@ -9,45 +9,40 @@
 
 namespace {
 
-/// The lines of the option file but for comments and empty ones, without blanks in front.
-std::vector<std::string> read_option_lines() {
-  std::vector<std::string> lines;
-  std::ifstream file(paths::kDatabaseOptions);
-  for (std::string line; std::getline(file, line);) {
-    const std::size_t start = line.find_first_not_of(" \t");
-    if (start != std::string::npos && line[start] != '#' && line[start] != ';') {
-      lines.push_back(line.substr(start));
+/// The lines of the option file but for comments and empty ones, without leading blanks. Read once.
+const std::vector<std::string>& option_lines() {
+  static const std::vector<std::string> lines = [] {
+    std::vector<std::string> found;
+    std::ifstream file(paths::kDatabaseOptions);
+    for (std::string line; std::getline(file, line);) {
+      line.erase(0, line.find_first_not_of(" \t"));
+      if (!line.empty() && line[0] != '#' && line[0] != ';') {
+        found.push_back(line);
+      }
     }
-  }
+    return found;
+  }();
   return lines;
 }
 
 /// Whether the library reads the group of this line, "[client]" and the like, for the program.
-/// They are asked for twice at each start, and read once.
-const std::vector<std::string>& option_lines() {
-  static const std::vector<std::string> lines = read_option_lines();
-  return lines;
-}
-
 bool is_our_group(const std::string& line) {
   const std::string group = line.substr(1, line.find(']') - 1);
   return group == "ap-run" || group.starts_with("client");
 }
 
 /// "name", "name:port" or, as an IPv6 address has colons itself, "[address]:port".
-DatabaseHost parse_host(const std::string& text) {
-  const std::size_t bracket = text.find(']');
-  const std::size_t colon = text.rfind(':');
-  const bool is_bracketed = text.starts_with('[') && bracket != std::string::npos;
-  const bool has_port =
-      colon != std::string::npos && (is_bracketed ? colon == bracket + 1 : text.find(':') == colon);
-  DatabaseHost host{is_bracketed ? text.substr(1, bracket - 1) : text.substr(0, colon), 0};
-  if (has_port) {
-    host.port = static_cast<unsigned int>(std::strtoul(text.c_str() + colon + 1, nullptr, 10));
-  } else if (!is_bracketed) {
-    host.name = text;
+DatabaseHost parse_host(std::string name) {
+  unsigned int port = 0;
+  const std::size_t colon = name.rfind(':');
+  if (colon != std::string::npos && (name.find(':') == colon || name.rfind(']') == colon - 1)) {
+    port = static_cast<unsigned int>(std::strtoul(name.c_str() + colon + 1, nullptr, 10));
+    name.resize(colon);
   }
-  return host;
+  if (name.starts_with('[') && name.ends_with(']')) {
+    name = name.substr(1, name.size() - 2);
+  }
+  return {name, port};
 }
 
 /// The hosts of the value of `host`, blanks and quotes left out.
@@ -72,10 +67,9 @@ std::vector<DatabaseHost> database_hosts() {
   for (const std::string& line : option_lines()) {
     if (line[0] == '[') {
       is_ours = is_our_group(line);
-    }
-    const std::size_t equals = line.find('=');
-    if (is_ours && equals != std::string::npos &&
-        line.substr(0, line.find_first_of(" \t=")) == "host") {
+    } else if (const std::size_t equals = line.find('=');
+               is_ours && equals != std::string::npos &&
+               line.substr(0, line.find_first_of(" \t=")) == "host") {
       value = line.substr(equals + 1);
     }
   }

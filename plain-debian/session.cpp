@@ -1,6 +1,8 @@
 #include "session.h"
 
+#include <errmsg.h>
 #include <fcntl.h>
+#include <mysqld_error.h>
 #include <openssl/crypto.h>
 #include <poll.h>
 #include <unistd.h>
@@ -20,26 +22,32 @@ constexpr const char* kOptionGroup = "ap-run";
 /// sending never waits for it and the two sides cannot block each other.
 constexpr std::size_t kMostBytesSentAhead = 16'384;
 
-/// Errors from here on are the client library's own: the connection is gone or out of step. Below
-/// are the server's, which concern one statement.
-constexpr unsigned int kFirstClientError = 2000;
-constexpr unsigned int kLastClientError = 2999;
-
-/// The server's errors that say that the statement may be sent again.
-constexpr unsigned int kLockWaitTimeout = 1205;
-constexpr unsigned int kDeadlock = 1213;
-constexpr unsigned int kErrorDuringCommit = 1180;  // as when the group has changed meanwhile
-
-MyFate fate_of(unsigned int error) {
-  if (error == 0) {
-    return MyFate::done;
-  }
-  return error == kDeadlock || error == kLockWaitTimeout || error == kErrorDuringCommit
-             ? MyFate::repeat
-             : MyFate::failed;
+/// Whether the error is the client library's own: the connection is gone or out of step. The server's
+/// errors concern one statement.
+bool is_client_error(unsigned int error) {
+  return error >= CR_MIN_ERROR && error <= CR_MAX_ERROR;
 }
 
-using Clock = std::chrono::steady_clock;
+MyFate fate_of(unsigned int error) {
+  switch (error) {
+    case 0:
+      return MyFate::done;
+    case ER_LOCK_WAIT_TIMEOUT:
+    case ER_LOCK_DEADLOCK:
+    case ER_ERROR_DURING_COMMIT:  // as when the group has changed meanwhile
+      return MyFate::repeat;
+    default:
+      return is_client_error(error) ? MyFate::lost : MyFate::failed;
+  }
+}
+
+MyError error_of(MYSQL* mysql) {
+  return {mysql_errno(mysql), mysql_error(mysql)};
+}
+
+int socket_of(MYSQL* mysql) {
+  return static_cast<int>(mysql_get_socket(mysql));
+}
 
 /// Nothing but the option file leads the client library anywhere.
 void forget_variables() {
@@ -50,10 +58,9 @@ void forget_variables() {
   }
 }
 
-/// The client library (of Debian 12) starts its TLS library with everything that this has, whether
-/// or not a connection wants TLS: tables of names and error texts, a configuration file, and at the
-/// exit the freeing of it all. That is three quarters of what a short hook has the processor do.
-/// What has been declined before stays away.
+/// The client library (of Debian 12) loads all of its TLS library, whether or not a connection wants
+/// TLS: tables of names and error texts, a configuration file, and at the exit the freeing of it
+/// all, three quarters of a short hook's processor time. What is declined here is not loaded later.
 void start_tls_library() {
   constexpr std::uint64_t kWithoutTls =
       OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_NO_LOAD_CRYPTO_STRINGS |
@@ -61,8 +68,8 @@ void start_tls_library() {
   OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT | (may_ask_for_tls() ? 0 : kWithoutTls), nullptr);
 }
 
-void set_options(MYSQL* mysql, Clock::duration connect_limit) {
-  const auto seconds = [](Clock::duration limit) {
+void set_options(MYSQL* mysql, WaitTime connect_limit) {
+  const auto seconds = [](WaitTime limit) {
     return static_cast<unsigned int>(std::chrono::ceil<std::chrono::seconds>(limit).count());
   };
   const unsigned int connect_seconds = std::max(seconds(connect_limit), 1U);  // 0: no limit
@@ -81,67 +88,57 @@ void set_options(MYSQL* mysql, Clock::duration connect_limit) {
   mysql_options(mysql, MYSQL_OPT_LOCAL_INFILE, &off);
 }
 
-/// The server's refusal of a connection beyond those it allows.
-constexpr unsigned int kTooManyConnections = 1040;
-
 /// How long a full server is left alone before it is asked again: first, and at most.
-constexpr WaitTime kFirstPause{20};
-constexpr WaitTime kLongestPause{160};
+constexpr WaitTime kFirstPause = std::chrono::milliseconds(20);
+constexpr WaitTime kLongestPause = std::chrono::milliseconds(160);
 
-/// With what a read-only server refuses statements.
-constexpr unsigned int kReadOnly = 1290;
-
-/// Why the server of this connection cannot serve; no number when it can. Touches a table, which a
-/// server outside of its group does not allow. Other errors are no reason to look for another server.
+/// Why the server of this connection cannot serve; no number when it can. Reads a table, which a
+/// server outside of its group refuses. Other errors are no reason to look for another server.
 MyError unreadiness(MYSQL* mysql, const DatabaseHost& host, WaitTime limit) {
-  const BudgetedWait wait(limit, static_cast<int>(mysql_get_socket(mysql)));
+  const BudgetedWait wait(limit, socket_of(mysql));
   const bool has_answered =
       mysql_query(mysql, "SELECT @@global.read_only, EXISTS(SELECT 1 FROM `AP_INFO`.`ap_list`)") ==
       0;
-  const std::unique_ptr<MYSQL_RES, void (*)(MYSQL_RES*)> rows(
-      has_answered ? mysql_store_result(mysql) : nullptr, mysql_free_result);
-  const unsigned int error = mysql_errno(mysql);
-  if (error == kNotInGroup || (error >= kFirstClientError && error <= kLastClientError)) {
-    return {error, mysql_error(mysql)};
+  const StoredRows rows(has_answered ? mysql_store_result(mysql) : nullptr);
+  MyError error = error_of(mysql);
+  if (error.number == kNotInGroup || is_client_error(error.number)) {
+    return error;
   }
-  MYSQL_ROW row = rows == nullptr ? nullptr : mysql_fetch_row(rows.get());
+  MYSQL_ROW row = rows ? mysql_fetch_row(rows.get()) : nullptr;
   return row != nullptr && row[0] != nullptr && row[0] != std::string_view("0")
-             ? MyError{kReadOnly, "The server " + host.name + " is read-only"}
+             ? MyError{ER_OPTION_PREVENTS_STATEMENT, "The server " + host.name + " is read-only"}
              : MyError{};
 }
 
 /// A handle that is connected to a server, or null. One of several has to be ready to serve as well.
-MYSQL* connect_if_ready(const DatabaseHost& host, Clock::duration limit) {
-  const auto end = Clock::now() + limit;
-  MYSQL* mysql = connect_to(host, std::chrono::duration_cast<WaitTime>(limit));
-  if (mysql == nullptr || host.name.empty()) {
-    return mysql;
+MyHandle connect_if_ready(const DatabaseHost& host, WaitTime limit) {
+  const auto end = WaitClock::now() + limit;
+  MyHandle mysql = connect_to(host, limit);
+  if (mysql && !host.name.empty()) {
+    MyError reason = unreadiness(mysql.get(), host, end - WaitClock::now());
+    if (reason.number != 0) {
+      MySession::refusal = std::move(reason);
+      mysql.reset();
+    }
   }
-  MyError reason =
-      unreadiness(mysql, host, std::chrono::duration_cast<WaitTime>(end - Clock::now()));
-  if (reason.number == 0) {
-    return mysql;
-  }
-  MySession::refusal = std::move(reason);
-  mysql_close(mysql);
-  return nullptr;
+  return mysql;
 }
 
 /// A connected handle, or null. Of several hosts, each may take an equal part of the time that is
 /// left. A server that is full is asked again, for as long as an answer is waited for: when all APs
 /// join at once, others give their connections back every few milliseconds.
-MYSQL* connect_by(Clock::time_point end, const std::vector<DatabaseHost>& hosts) {
+MyHandle connect_by(WaitClock::time_point end, const std::vector<DatabaseHost>& hosts) {
   for (WaitTime pause = kFirstPause;; pause = std::min(pause * 2, kLongestPause)) {
-    const auto end_of_round = std::min(Clock::now() + kConnectLimit, end);
+    const auto end_of_round = std::min(WaitClock::now() + kConnectLimit, end);
     auto untried = static_cast<int>(hosts.size());
     bool is_full = false;
     for (const DatabaseHost& host : hosts) {
-      if (MYSQL* mysql = connect_if_ready(host, (end_of_round - Clock::now()) / untried--)) {
+      if (MyHandle mysql = connect_if_ready(host, (end_of_round - WaitClock::now()) / untried--)) {
         return mysql;
       }
-      is_full = is_full || MySession::refusal.number == kTooManyConnections;
+      is_full = is_full || MySession::refusal.number == ER_CON_COUNT_ERROR;
     }
-    if (!is_full || Clock::now() + pause >= end) {
+    if (!is_full || WaitClock::now() + pause >= end) {
       return nullptr;
     }
     std::this_thread::sleep_for(pause);
@@ -150,62 +147,57 @@ MYSQL* connect_by(Clock::time_point end, const std::vector<DatabaseHost>& hosts)
 
 }  // namespace
 
-MYSQL* new_handle() {
+MyHandle new_handle() {
   static const bool is_prepared = [] {
     forget_variables();
     start_tls_library();
     return true;
   }();
-  return is_prepared ? mysql_init(nullptr) : nullptr;
+  return MyHandle(is_prepared ? mysql_init(nullptr) : nullptr);
 }
 
-MYSQL* connect_to(const DatabaseHost& host, WaitTime limit) {
-  MYSQL* mysql = new_handle();
-  if (mysql == nullptr) {
-    return nullptr;
+MyHandle connect_to(const DatabaseHost& host, WaitTime limit) {
+  MyHandle mysql = new_handle();
+  if (mysql) {
+    set_options(mysql.get(), limit);
+    const BudgetedWait wait(limit);
+    if (mysql_real_connect(mysql.get(), host.name.empty() ? nullptr : host.name.c_str(), nullptr,
+                           nullptr, nullptr, host.port, nullptr, 0) == nullptr) {
+      MySession::refusal = error_of(mysql.get());
+      mysql.reset();
+    }
   }
-  set_options(mysql, limit);
-  const BudgetedWait wait(limit);
-  if (mysql_real_connect(mysql, host.name.empty() ? nullptr : host.name.c_str(), nullptr, nullptr,
-                         nullptr, host.port, nullptr, 0) != nullptr) {
-    return mysql;
-  }
-  MySession::refusal = {mysql_errno(mysql), mysql_error(mysql)};
-  mysql_close(mysql);
-  return nullptr;
+  return mysql;
 }
 
-std::unique_ptr<MySession> MySession::connect() {
-  const auto start = Clock::now();
+std::shared_ptr<MySession> MySession::connect() {
+  const auto start = WaitClock::now();
   const WaitTime left = wait_budget_left();
   const std::vector<DatabaseHost> hosts = database_hosts();
-  MYSQL* mysql = connect_by(start + std::min(kFullLimit, left), hosts);
-  if (mysql == nullptr) {
+  MyHandle mysql = connect_by(start + std::min(kFullLimit, left), hosts);
+  if (!mysql) {
     wait_budget_rest();
-    if (Clock::now() - start >= std::min(kConnectLimit, left) / static_cast<int>(hosts.size())) {
+    if (WaitClock::now() - start >=
+        std::min(kConnectLimit, left) / static_cast<int>(hosts.size())) {
       wait_budget_end();
     }
     return nullptr;
   }
-  std::unique_ptr<MySession> session(new MySession(mysql));
-  fcntl(session->socket(), F_SETFD, FD_CLOEXEC);
+  auto session = std::make_shared<MySession>(std::move(mysql));
+  MYSQL* const handle = session->handle();
+  fcntl(socket_of(handle), F_SETFD, FD_CLOEXEC);
   // With an empty mode the zero datetime, clamping and truncation behave the same on every server.
   session->send("SET SESSION sql_mode=''");
   // Transactions see what others have committed, and lock no gaps between rows.
   session->send("SET SESSION TRANSACTION ISOLATION LEVEL READ COMMITTED");
-  if ((mysql->server_status & SERVER_STATUS_NO_BACKSLASH_ESCAPES) != 0) {
+  if ((handle->server_status & SERVER_STATUS_NO_BACKSLASH_ESCAPES) != 0) {
     session->settle();  // only then does escaping follow the mode that the statements will meet
   }
   return session;
 }
 
 MySession::~MySession() {
-  mysql_close(mysql_);
   wait_budget_rest();
-}
-
-int MySession::socket() const {
-  return static_cast<int>(mysql_get_socket(mysql_));
 }
 
 MyTicket MySession::send(std::string_view statement) {
@@ -219,10 +211,10 @@ MyTicket MySession::send(std::string_view statement) {
   if (lost_) {
     return 0;
   }
-  const BudgetedWait wait(kAnswerLimit, socket());
-  if (mysql_send_query(mysql_, statement.data(), static_cast<unsigned long>(statement.size())) !=
+  const BudgetedWait wait(kAnswerLimit, socket_of(handle()));
+  if (mysql_send_query(handle(), statement.data(), static_cast<unsigned long>(statement.size())) !=
       0) {
-    lose({mysql_errno(mysql_), mysql_error(mysql_)});
+    lose(error_of(handle()));
     return 0;
   }
   sent_.push_back(statement.size());
@@ -234,26 +226,24 @@ void MySession::collect_one() {
   sent_bytes_ -= sent_.front();
   sent_.pop_front();
 
-  const BudgetedWait wait(kAnswerLimit, socket());
+  const BudgetedWait wait(kAnswerLimit, socket_of(handle()));
   last_insert_id_ = 0;
   auto& [outcome, rows] = answers_.emplace_back();
-  bool failed = mysql_read_query_result(mysql_) != 0;
-  if (!failed && mysql_field_count(mysql_) > 0) {
-    MYSQL_RES* stored = mysql_store_result(mysql_);
-    failed = stored == nullptr;
-    rows = failed ? nullptr : std::make_unique<MyResult>(stored);
+  bool failed = mysql_read_query_result(handle()) != 0;
+  if (!failed && mysql_field_count(handle()) > 0) {
+    rows.reset(mysql_store_result(handle()));
+    failed = !rows;
   } else if (!failed) {
-    last_insert_id_ = mysql_insert_id(mysql_);
-    outcome.changed_rows = mysql_affected_rows(mysql_);
+    last_insert_id_ = mysql_insert_id(handle());
+    outcome.changed_rows = mysql_affected_rows(handle());
   }
-  const unsigned int error = failed ? mysql_errno(mysql_) : 0;
-  outcome.fate = fate_of(error);
   if (failed) {
-    outcome.error = {error, mysql_error(mysql_)};
+    outcome.error = error_of(handle());
   }
+  outcome.fate = fate_of(outcome.error.number);
   // Another server of the list may serve what comes next.
-  const bool has_left_group = error == kNotInGroup && database_hosts().size() > 1;
-  if (has_left_group || (error >= kFirstClientError && error <= kLastClientError)) {
+  const bool has_left_group = outcome.error.number == kNotInGroup && database_hosts().size() > 1;
+  if (has_left_group || outcome.fate == MyFate::lost) {
     lose(outcome.error);
   }
 }
@@ -268,9 +258,10 @@ MySession::Answer* MySession::answer_to(MyTicket ticket) {
 }
 
 MyOutcome MySession::outcome(MyTicket ticket) {
-  const Answer* answer = answer_to(ticket);
-  return answer != nullptr ? answer->outcome
-                           : MyOutcome{MyFate::failed, 0, lost_.value_or(MyError{})};
+  if (const Answer* answer = answer_to(ticket)) {
+    return answer->outcome;
+  }
+  return lost_ ? MyOutcome{fate_of(lost_->number), 0, *lost_} : MyOutcome{};
 }
 
 void MySession::forget_answers() {
@@ -280,7 +271,7 @@ void MySession::forget_answers() {
 
 MyResult* MySession::take_rows(MyTicket ticket) {
   Answer* answer = answer_to(ticket);
-  return answer != nullptr ? answer->rows.release() : nullptr;
+  return answer != nullptr && answer->rows ? new MyResult{std::move(answer->rows)} : nullptr;
 }
 
 void MySession::settle() {
@@ -298,6 +289,6 @@ void MySession::lose(MyError reason) {
 
 bool MySession::alive() const {
   // While nothing is outstanding, the only thing to come from the server is its farewell.
-  pollfd incoming{socket(), POLLIN, 0};
+  pollfd incoming{socket_of(handle()), POLLIN, 0};
   return !lost_ && (!sent_.empty() || poll(&incoming, 1, 0) == 0);
 }

@@ -6,43 +6,39 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+constexpr WaitTime kTick = std::chrono::milliseconds(100);
+constexpr WaitTime kTickWhenLate =
+    std::chrono::milliseconds(10);  // a resolver tries server after server
 
-constexpr WaitTime kTick{100};
-constexpr WaitTime kTickWhenLate{10};  // for a resolver, which goes on to the next server
-
-/// Descriptors that are watched while a connection is being made; a process has a handful.
-constexpr int kMostWatched = 64;
-
-Clock::duration waited{0};
+WaitTime waited{0};
 bool is_ticking = false;
 
-// What the signal handler looks at. The process has one thread.
-static_assert(std::atomic<Clock::rep>::is_always_lock_free &&
-              std::atomic<int>::is_always_lock_free);
-constexpr Clock::rep kNone = 0;
+// What the signal handler reads. The process has one thread.
+static_assert(std::atomic<WaitTime::rep>::is_always_lock_free &&
+              std::atomic<std::uint64_t>::is_always_lock_free);
+constexpr WaitTime::rep kNone = 0;
 constexpr int kNewSockets = -1;
-std::atomic<Clock::rep> deadline = kNone;
+std::atomic<WaitTime::rep> deadline = kNone;
 std::atomic<int> watched_socket = kNewSockets;
-std::array<std::atomic<bool>, kMostWatched> was_open{};
+std::atomic<std::uint64_t> open_before = 0;  // a bit for each descriptor; a process has a handful
+constexpr int kMostWatched = 64;
 
 void set_timer(WaitTime time) {
-  constexpr long kMicrosecondsPerMillisecond = 1'000;
   itimerval timer{};
-  timer.it_value.tv_usec = time.count() * kMicrosecondsPerMillisecond;
+  timer.it_value.tv_usec = std::chrono::duration_cast<std::chrono::microseconds>(time).count();
   timer.it_interval = timer.it_value;
   setitimer(ITIMER_REAL, &timer, nullptr);
 }
 
-/// Makes whoever reads from the socket give up. Of a datagram socket that has been shut down a
-/// resolver would go on reading until its own time is up, so a pipe that has ended takes its place.
+/// Ends all reading from the socket. A resolver would keep polling a datagram socket that was shut
+/// down until its own time is up, so a closed pipe takes the place of one.
 void cut_off(int socket) {
   int type = 0;
   socklen_t size = sizeof type;
@@ -61,8 +57,8 @@ void cut_off(int socket) {
 
 /// Calls nothing but what a signal handler may.
 void on_tick(int /*signal*/) {
-  const Clock::rep end = deadline;
-  if (end == kNone || Clock::now().time_since_epoch().count() < end) {
+  const WaitTime::rep end = deadline;
+  if (end == kNone || WaitClock::now().time_since_epoch().count() < end) {
     return;
   }
   const int interrupted_with = errno;
@@ -70,7 +66,7 @@ void on_tick(int /*signal*/) {
     cut_off(watched_socket);
   } else {
     for (int socket = STDERR_FILENO + 1; socket < kMostWatched; ++socket) {
-      if (!was_open[static_cast<std::size_t>(socket)]) {
+      if ((open_before >> socket & 1) == 0) {
         cut_off(socket);
       }
     }
@@ -79,7 +75,7 @@ void on_tick(int /*signal*/) {
   errno = interrupted_with;
 }
 
-void begin(Clock::time_point start, WaitTime limit, int socket) {
+void begin(WaitClock::time_point start, WaitTime limit, int socket) {
   if (!is_ticking) {
     struct sigaction action {};
     action.sa_handler = on_tick;
@@ -97,7 +93,7 @@ void begin(Clock::time_point start, WaitTime limit, int socket) {
 }  // namespace
 
 WaitTime wait_budget_left() {
-  return std::max(kProcessLimit - std::chrono::duration_cast<WaitTime>(waited), WaitTime{0});
+  return std::max(kProcessLimit - waited, WaitTime{0});
 }
 
 void wait_budget_end() {
@@ -111,18 +107,20 @@ void wait_budget_rest() {
   }
 }
 
-BudgetedWait::BudgetedWait(WaitTime limit, int socket) : start_(Clock::now()) {
+BudgetedWait::BudgetedWait(WaitTime limit, int socket) {
   begin(start_, limit, socket);
 }
 
-BudgetedWait::BudgetedWait(WaitTime limit) : start_(Clock::now()) {
+BudgetedWait::BudgetedWait(WaitTime limit) {
+  std::uint64_t open = 0;
   for (int descriptor = 0; descriptor < kMostWatched; ++descriptor) {
-    was_open[static_cast<std::size_t>(descriptor)] = fcntl(descriptor, F_GETFD) >= 0;
+    open |= std::uint64_t{fcntl(descriptor, F_GETFD) >= 0} << descriptor;
   }
+  open_before = open;
   begin(start_, limit, kNewSockets);
 }
 
 BudgetedWait::~BudgetedWait() {
   deadline = kNone;
-  waited += Clock::now() - start_;
+  waited += WaitClock::now() - start_;
 }

@@ -6,12 +6,14 @@
 // the client library restarts its own limits with each byte. Hooks are short; one that waits long on a
 // slow server is better gone than piling up with hundreds of its kind.
 
-using WaitTime = std::chrono::milliseconds;
+using WaitClock = std::chrono::steady_clock;
+using WaitTime = WaitClock::duration;
 
-inline constexpr WaitTime kConnectLimit{3'000};  // to connect: name look-up, greeting, TLS
-inline constexpr WaitTime kFullLimit{10'000};    // to connect to a server that says that it is full
-inline constexpr WaitTime kAnswerLimit{10'000};  // for an answer
-inline constexpr WaitTime kProcessLimit{20'000};  // in all, over all connections
+inline constexpr WaitTime kConnectLimit = std::chrono::seconds(3);  // name look-up, greeting, TLS
+inline constexpr WaitTime kFullLimit =
+    std::chrono::seconds(10);  // while a server says that it is full
+inline constexpr WaitTime kAnswerLimit = std::chrono::seconds(10);
+inline constexpr WaitTime kProcessLimit = std::chrono::seconds(20);  // in all, over all connections
 
 /// What is left of kProcessLimit; 0 when it is used up or a connect has timed out.
 WaitTime wait_budget_left();
@@ -20,10 +22,10 @@ WaitTime wait_budget_left();
 void wait_budget_end();
 
 /// Counts its own lifetime as waiting. When that reaches `limit`, or what is left of kProcessLimit,
-/// the socket is shut down, which makes the library give up at once. At most one lives at a time.
+/// the socket is shut down, and the library returns an error at once. At most one lives at a time.
 ///
-/// A timer that ticks while a process has a connection sees to it, so that a wait costs no system
-/// call. Deadlines are met to within 0.1 seconds.
+/// The deadline is checked by a timer that ticks while the process has a connection: a wait costs no
+/// system call, and ends at most 0.1 seconds late.
 class BudgetedWait {
  public:
   /// Watches `socket`, which has connected.
@@ -38,8 +40,8 @@ class BudgetedWait {
   BudgetedWait& operator=(const BudgetedWait&) = delete;
 
  private:
-  std::chrono::steady_clock::time_point start_;
+  WaitClock::time_point start_ = WaitClock::now();
 };
 
-/// Stops the timer until something is waited for again. For when a connection is gone.
+/// Stops the timer until the next wait. For when the connection is closed.
 void wait_budget_rest();

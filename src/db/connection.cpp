@@ -8,7 +8,7 @@ namespace {
 /// How often a transaction is run again that the server has undone.
 constexpr int kRepetitions = 10;
 
-/// The name under which the trace tells of the connection itself, and of statements without a step.
+/// The operation of trace lines about the connection itself, and about statements without a step.
 constexpr const char* kDatabase = "database";
 
 /// Errors of the server that lose nothing: another process has just made the row; the table of an AP
@@ -16,55 +16,47 @@ constexpr const char* kDatabase = "database";
 constexpr unsigned int kDuplicateRow = 1062;
 constexpr unsigned int kNoTable = 1146;
 
-/// The client library's own errors, all of which end the connection.
-constexpr unsigned int kFirstClientError = 2000;
-constexpr unsigned int kLastClientError = 2999;
-
 }  // namespace
 
 MyOutcome Attempt::outcome() const {
-  MyOutcome outcome = my_mysql_outcome(db_->connection_, ticket_);
-  if (outcome.fate == MyFate::failed) {
-    db_->note(Step(operation_ == nullptr ? kDatabase : operation_), "failed: %u %s",
-              outcome.error.number, outcome.error.text.c_str());
-    db_->report_failure(operation_, outcome, false);
+  MyOutcome outcome = my_mysql_outcome(db->connection_, ticket);
+  if (outcome.fate != MyFate::done && outcome.fate != MyFate::repeat) {
+    db->report_failure(query, outcome, false);
   }
   return outcome;
 }
 
 bool Connection::open() {
-  if (is_open_ && !is_lost_) {
+  if (is_open() && !is_lost_) {
     return true;
   }
   if (is_rehearsing_) {
     return false;
   }
   close();
-  is_open_ = my_mysql_connect(connection_, 0) == 0;
-  if (!is_open_) {
+  if (my_mysql_connect(connection_, 0) != 0) {
     const MyError error = my_mysql_refusal();
     ap_debug_log({kDatabase, key_}, "no connection: %u %s", error.number, error.text.c_str());
     my_report_loss(Loss::event, event_.remedy,
                    M("AP %s: %s because the database cannot be reached (%u: %s)", key_.c_str(),
                      event_.loss, error.number, error.text.c_str()));
   }
-  return is_open_;
+  return is_open();
 }
 
 void Connection::close() {
-  if (!is_open_) {
+  if (!is_open()) {
     return;
   }
   check_unchecked();
-  hint_check::count_dropped(ahead_.size());
+  hint_check::count(0, ahead_.size());
   ahead_.clear();
   my_mysql_close(connection_);
-  is_open_ = false;
   is_lost_ = false;
 }
 
 MyTicket Connection::send(const Statement& statement) {
-  if (!is_open_ || !statement.sound) {
+  if (!is_open() || !statement.sound) {
     return 0;
   }
   const MyTicket ticket = my_mysql_query(connection_, "%s", statement.text.c_str());
@@ -72,26 +64,24 @@ MyTicket Connection::send(const Statement& statement) {
   return ticket;
 }
 
-MyTicket Connection::send(const Step& step, const Statement& statement) {
-  const MyTicket ticket = send(statement);
-  trace(step, statement.text);
-  if (!statement.sound) {
-    trace(step, "not sent: a value would break the statement");
+MyTicket Connection::send(const Query& query) {
+  const MyTicket ticket = send(query.statement);
+  trace(query.step, query.statement.text);
+  if (!query.statement.sound) {
+    trace(query.step, "not sent: a value would break the statement");
   }
   return ticket;
 }
 
-void Connection::run(const Step& step, const Statement& statement) {
-  const MyTicket ticket = send(step, statement);
-  if (!is_open_ || !statement.sound) {
+void Connection::run(const Query& query) {
+  const MyTicket ticket = send(query);
+  if (!is_open() || !query.statement.sound) {
     return;
   }
-  unchecked_.push_back({ticket, step.operation, is_in_transaction_});
-  if (is_traced_) {  // waited for, so that the trace tells of a failure below its statement
-    const MyOutcome outcome = my_mysql_outcome(connection_, ticket);
-    if (outcome.fate != MyFate::done) {
-      trace_failure(step, statement, outcome.error);
-    }
+  if (is_traced_) {  // waited for, so that the trace shows a failure below its statement
+    check(ticket, query, is_in_transaction_);
+  } else {
+    unchecked_.push_back({ticket, query.step.operation, is_in_transaction_});
   }
 }
 
@@ -99,12 +89,8 @@ Rows Connection::answer(const Query& query, Ahead ahead) {
   Rows rows =
       ahead.rows ? *std::move(ahead.rows) : Rows(my_mysql_store_result(connection_, ahead.ticket));
   rows.rewind();
-  if (!rows && is_open_ && query.statement.sound) {
-    const MyOutcome outcome = my_mysql_outcome(connection_, ahead.ticket);
-    trace_failure(query.step, query.statement, outcome.error);
-    if (!query.may_lack_table || outcome.error.number != kNoTable) {
-      report_failure(query.step.operation, outcome, is_in_transaction_);
-    }
+  if (!rows && is_open() && query.statement.sound) {
+    check(ahead.ticket, query, is_in_transaction_);
   }
   return rows;
 }
@@ -112,8 +98,7 @@ Rows Connection::answer(const Query& query, Ahead ahead) {
 Rows Connection::ask(const Query& query) {
   const auto fetched = ahead_.find(query.statement.text);
   if (fetched == ahead_.end()) {
-    const MyTicket ticket = send(query.step, query.statement);
-    return answer(query, {ticket, std::nullopt});
+    return answer(query, {send(query), std::nullopt});
   }
   Ahead ahead = std::move(fetched->second);
   ahead_.erase(fetched);
@@ -134,17 +119,17 @@ Rows Connection::ask_noting_none(const Query& query) {
   return rows;
 }
 
-bool Connection::is_remembered(const Query& query) const {
-  return !is_traced_ && found_.contains(query.statement.text);
+const std::string* Connection::remembered(const Query& query) const {
+  const auto found = found_.find(query.statement.text);
+  return is_traced_ || found == found_.end() ? nullptr : &found->second;
 }
 
 std::optional<std::string> Connection::look_up(const Query& query) {
   is_traced_ = is_tracing();
-  if (is_remembered(query)) {
-    return found_.find(query.statement.text)->second;
+  if (const std::string* text = remembered(query)) {
+    return *text;
   }
-  Rows rows = ask(query);
-  std::optional<std::string> text = rows.first_text();
+  std::optional<std::string> text = ask(query).first_text();
   if (text) {
     found_.insert_or_assign(query.statement.text, *text);
   }
@@ -153,13 +138,13 @@ std::optional<std::string> Connection::look_up(const Query& query) {
 
 void Connection::fetch_ahead(const Query& query) {
   const std::string& text = query.statement.text;
-  if (hint_check::is_without_hints() || is_remembered(query) ||
+  if (hint_check::is_without_hints() || remembered(query) != nullptr ||
       (!is_traced_ && ahead_.contains(text))) {
     return;
   }
   if (const MyTicket ticket = send(query.statement); ticket != 0) {
     ahead_.emplace(text, Ahead{ticket, std::nullopt});
-    hint_check::count_fetched();
+    hint_check::count(1, 0);
   }
 }
 
@@ -169,26 +154,26 @@ Rows& Connection::peek(const Query& query) {
   if (fetched == ahead_.end()) {
     return none;
   }
-  Ahead& ahead = fetched->second;
-  if (!ahead.rows) {
-    ahead.rows.emplace(my_mysql_store_result(connection_, ahead.ticket));
+  auto& [ticket, rows] = fetched->second;
+  if (!rows) {
+    rows.emplace(my_mysql_store_result(connection_, ticket));
   }
-  ahead.rows->rewind();
-  return *ahead.rows;
+  rows->rewind();
+  return *rows;
 }
 
 std::optional<std::string> Connection::peek_look_up(const Query& query) {
-  return is_remembered(query) ? found_.find(query.statement.text)->second
-                              : peek(query).first_text();
+  const std::string* text = remembered(query);
+  return text != nullptr ? *text : peek(query).first_text();
 }
 
 void Connection::in_transaction(const Step& what, const std::function<void()>& body) {
   is_in_transaction_ = true;
   for (int run_number = 0; run_number <= kRepetitions; ++run_number) {
     is_undone_ = false;
-    run(untraced, statement("START TRANSACTION"));
+    run(untraced, "START TRANSACTION");
     body();
-    run(untraced, statement("COMMIT"));
+    run(untraced, "COMMIT");
     check_unchecked();
     if (!is_undone_) {
       break;
@@ -206,7 +191,7 @@ bool Connection::rehearse(const std::function<void()>& body) {
   is_rehearsing_ = true;
   body();
   is_rehearsing_ = false;
-  run(untraced, statement("ROLLBACK"));
+  run(untraced, "ROLLBACK");
   return attempt(untraced, "SET autocommit=1").outcome().fate == MyFate::done;
 }
 
@@ -214,16 +199,6 @@ void Connection::trace(const Step& step, const std::string& text) {
   is_traced_ = is_tracing();
   if (is_traced_ && step.operation != nullptr) {
     ap_debug_log({step.operation, key_, step.line}, "%s%s", step.mark.c_str(), text.c_str());
-  }
-}
-
-void Connection::trace_failure(const Step& step, const Statement& statement,
-                               const MyError& error) const {
-  if (step.operation != nullptr) {
-    note(step, "failed: %u %s", error.number, error.text.c_str());
-  } else {
-    note(Step(kDatabase), "%s failed: %u %s", statement.text.c_str(), error.number,
-         error.text.c_str());
   }
 }
 
@@ -240,34 +215,36 @@ void Connection::note(const Step& step, const char* format, ...) const {
 
 void Connection::check_unchecked() {
   for (const Unchecked& sent : unchecked_) {
-    const MyOutcome outcome = my_mysql_outcome(connection_, sent.ticket);
-    if (outcome.fate != MyFate::done) {
-      report_failure(sent.operation, outcome, sent.in_transaction);
-    }
+    check(sent.ticket, {Step(sent.operation), {}}, sent.in_transaction);
   }
   unchecked_.clear();
 }
 
-void Connection::report_failure(const char* operation, const MyOutcome& outcome,
-                                bool in_transaction) {
-  if (outcome.fate == MyFate::repeat && in_transaction) {
-    is_undone_ = true;
-    return;
+void Connection::check(MyTicket ticket, const Query& query, bool in_transaction) {
+  const MyOutcome outcome = my_mysql_outcome(connection_, ticket);
+  if (outcome.fate != MyFate::done) {
+    report_failure(query, outcome, in_transaction);
   }
-  const MyError& error = outcome.error;
-  if (error.number == kDuplicateRow) {
-    return;
+}
+
+void Connection::report_failure(const Query& query, const MyOutcome& outcome, bool in_transaction) {
+  const char* const operation = query.step.operation;
+  const auto& [number, text] = outcome.error;
+  if (operation != nullptr) {
+    note(query.step, "failed: %u %s", number, text.c_str());
+  } else {
+    note(Step(kDatabase), "%s failed: %u %s", query.statement.text.c_str(), number, text.c_str());
   }
-  const bool is_lost = error.number >= kFirstClientError && error.number <= kLastClientError;
-  is_lost_ = is_lost_ || is_lost;
-  if (is_lost) {
+  if (outcome.fate == MyFate::lost) {
+    is_lost_ = true;
     my_report_loss(Loss::event, event_.remedy,
                    M("AP %s: %s in part because the database connection was lost (%u: %s)",
-                     key_.c_str(), event_.loss, error.number, error.text.c_str()));
-  } else {
-    my_report_loss(
-        Loss::statement, Remedy::none,
-        M("AP %s: %s: a statement was refused (%u: %s)", key_.c_str(),
-          operation == nullptr ? kDatabase : operation, error.number, error.text.c_str()));
+                     key_.c_str(), event_.loss, number, text.c_str()));
+  } else if (outcome.fate == MyFate::repeat && in_transaction) {
+    is_undone_ = true;
+  } else if (number != kDuplicateRow && (number != kNoTable || !query.may_lack_table)) {
+    my_report_loss(Loss::statement, Remedy::none,
+                   M("AP %s: %s: a statement was refused (%u: %s)", key_.c_str(),
+                     operation == nullptr ? kDatabase : operation, number, text.c_str()));
   }
 }

@@ -35,11 +35,12 @@ struct Event {
   Remedy remedy;     // whether the AP's next report makes up for it
 };
 
-/// A query and its place. One function makes it, for asking and for fetching ahead alike.
+/// A statement, mostly a query, and its place. One function makes it, for asking and for fetching
+/// ahead alike.
 struct Query {
   Step step;
   Statement statement;
-  bool may_lack_table = false;  // is no failure: the first report of an AP makes its client table
+  bool may_lack_table = false;  // its client table is made by an AP's first report
 };
 
 template <typename... Values>
@@ -49,40 +50,35 @@ Query query(const Step& step, SqlLiteral<Values...> literal, const Values&... va
 
 class Connection;
 
-/// A statement without rows that has been sent and whose outcome is still to be asked for.
-class Attempt {
- public:
-  Attempt(Connection& db, const char* operation, MyTicket ticket)
-      : db_(&db), operation_(operation), ticket_(ticket) {}
+/// A statement without rows that was sent on `db`, for a caller that needs its outcome.
+struct Attempt {
+  Connection* db;
+  Query query;
+  MyTicket ticket;
 
-  /// Waits for the outcome, which the connection keeps until it is closed. To be called once: a
-  /// statement that failed, and is not just to be repeated, is traced and reported by that.
+  /// Waits for the outcome; the connection keeps it until it is closed. Call it once: it traces and
+  /// reports a failure, unless the statement is to be repeated.
   MyOutcome outcome() const;
-
- private:
-  Connection* db_;
-  const char* operation_;
-  MyTicket ticket_;
 };
 
 /// A database connection. One call sends a statement and traces it, with the same format and values.
-/// A statement that fails never stops the next; what failed, and why, is traced below it. So is a
-/// statement that a value makes unsound, which is not sent. On a connection that is not open,
-/// statements do nothing.
+/// A statement that fails never stops the next; the failure is traced below it, and reported. A
+/// statement that a value makes unsound is not sent, which is traced, too. On a connection that is not
+/// open, statements do nothing.
 ///
 /// Logic asks each query where it needs the answer. `fetch_ahead` is a hint that saves waiting:
 /// without it the same statements run with the same results.
 class Connection {
  public:
   /// A closed connection. `key` is the AP on whose behalf the statements run, the key of their trace
-  /// lines; `event` is what the administrator hears of when the database fails.
+  /// lines; `event` is what is reported as lost when the database fails.
   Connection(std::string key, Event event) : key_(std::move(key)), event_(event) {}
   ~Connection() { close(); }
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
   /// Opens the connection unless it is open; one that the server has dropped is opened again.
-  /// Whether it is open. A failure is traced and reported.
+  /// Returns whether it is open. A failure is traced and reported.
   bool open();
 
   /// Waits for what is outstanding and closes the connection, if it is open.
@@ -94,14 +90,16 @@ class Connection {
   /// Sends a statement that returns no rows.
   template <typename... Values>
   void run(const Step& step, SqlLiteral<Values...> literal, const Values&... values) {
-    run(step, statement<Values...>(literal, values...));
+    run(query<Values...>(step, literal, values...));
   }
 
   /// Sends a statement that returns no rows and whose outcome decides what follows.
   template <typename... Values>
   [[nodiscard]] Attempt attempt(const Step& step, SqlLiteral<Values...> literal,
                                 const Values&... values) {
-    return {*this, step.operation, send(step, statement<Values...>(literal, values...))};
+    Query sent = query<Values...>(step, literal, values...);
+    const MyTicket ticket = send(sent);
+    return {this, std::move(sent), ticket};
   }
 
   /// Asks a query and waits for its rows, unless they have been fetched ahead.
@@ -111,7 +109,7 @@ class Connection {
     return ask(query<Values...>(step, literal, values...));
   }
 
-  /// The same. When there are no rows, the trace says so.
+  /// The same, and traces when there are no rows.
   [[nodiscard]] Rows ask_noting_none(const Query& query);
 
   /// Asks for a fact that does not change while the connection is open: the first column of the
@@ -119,36 +117,37 @@ class Connection {
   /// answered from memory; while tracing is on it is asked again, so that the trace stays true.
   std::optional<std::string> look_up(const Query& query);
 
-  /// Sends a query that will be asked soon; its answer is kept until then. Only for answers that
+  /// Sends a query that will be asked soon, and keeps its answer until then. Only for answers that
   /// nothing sent in between changes. Beyond kMostSentAhead queries at a time nothing is gained.
   void fetch_ahead(const Query& query);
 
   /// What a query that was fetched ahead has found, to know what to fetch next: its rows, which stay
-  /// the connection's until the query is asked. The same for a look-up, its first column. No rows,
-  /// or none, for one that was not fetched.
+  /// the connection's until the query is asked. No rows for a query that was not fetched.
   Rows& peek(const Query& query);
+
+  /// The same for a look-up: its first column, or none.
   std::optional<std::string> peek_look_up(const Query& query);
 
-  /// Runs `body`, whose statements take effect together: other connections see all of it or nothing.
-  /// While the server undoes it in favour of others (a deadlock), it is run again as a whole, at most
-  /// 10 times. `what` says in the trace what is repeated.
+  /// Runs `body` as a transaction: other connections see all of its changes or none. When the server
+  /// undoes it in favour of others (a deadlock), `body` is run again, at most 10 times. `what` says in
+  /// the trace what is repeated.
   void in_transaction(const Step& what, const std::function<void()>& body);
 
   /// Runs `body` on the open connection and undoes what its statements have changed; others never
-  /// see any of it. A connection that is lost meanwhile is not opened again for `body`, which may not
-  /// use in_transaction. Whether all of it ran on the connection.
+  /// see any of it. `body` may not use in_transaction. Returns whether all of it ran: a connection that
+  /// is lost meanwhile is not opened again for it.
   [[nodiscard]] bool rehearse(const std::function<void()>& body);
 
   /// Writes a trace line of the operation, after the step's mark.
   void note(const Step& step, const char* format, ...) const AP_PRINTF(3, 4);
 
-  /// The serial number that the last statement's new row was given; 0 for none.
+  /// The AUTO_INCREMENT number of the last statement's new row; 0 for none.
   std::uint64_t insert_id() { return my_mysql_insert_id(connection_); }
 
  private:
-  friend class Attempt;
+  friend struct Attempt;
 
-  /// A query under way, or its rows once somebody has peeked at them.
+  /// A query that was sent, and its rows once somebody has peeked at them.
   struct Ahead {
     MyTicket ticket = 0;
     std::optional<Rows> rows;
@@ -162,20 +161,20 @@ class Connection {
     bool in_transaction;
   };
 
-  void run(const Step& step, const Statement& statement);
-  MyTicket send(const Step& step, const Statement& statement);
+  bool is_open() const { return connection_.session != nullptr; }
   MyTicket send(const Statement& statement);
-  bool is_remembered(const Query& query) const;
-  Rows answer(const Query& query, Ahead ahead);
-  void trace(const Step& step, const std::string& text);
-  void trace_failure(const Step& step, const Statement& statement, const MyError& error) const;
-  void report_failure(const char* operation, const MyOutcome& outcome, bool in_transaction);
+  MyTicket send(const Query& query);
+  void run(const Query& query);
   void check_unchecked();
+  void check(MyTicket ticket, const Query& query, bool in_transaction);
+  Rows answer(const Query& query, Ahead ahead);
+  const std::string* remembered(const Query& query) const;
+  void trace(const Step& step, const std::string& text);
+  void report_failure(const Query& query, const MyOutcome& outcome, bool in_transaction);
 
   std::string key_;
   Event event_;
   MyConnection connection_;
-  bool is_open_ = false;
   bool is_lost_ = false;
   bool is_in_transaction_ = false;
   bool is_rehearsing_ = false;

@@ -4,12 +4,12 @@
 
 #include "db/rows.h"
 
-// Checks of the hints that Connection::fetch_ahead gets, compiled in with AP_RUN_HINT_CHECKS (the dev
-// preset has it; elsewhere they cost nothing) and switched by the variable AP_RUN_HINTS:
+// Checks of the hints that Connection::fetch_ahead gets. With AP_RUN_HINT_CHECKS, which the dev preset
+// sets, they come from kit/hint_check.cpp; elsewhere they cost nothing. AP_RUN_HINTS switches them:
 //
-//   verify       a query that was answered ahead, or from memory, is asked again where the answer is
-//                taken; a difference ends the process with the statement's text. For tests that run
-//                one hook at a time: another hook may change the answer meanwhile.
+//   verify       a query that was answered ahead is asked again where the answer is taken; a difference
+//                ends the process with the statement's text. For tests that run one hook at a time:
+//                another hook may change the answer meanwhile.
 //   none         hints are not followed
 //   count:FILE   FILE gets a line "<queries fetched ahead> <answers never taken>" when the process
 //                ends
@@ -20,8 +20,9 @@ namespace hint_check {
 
 bool is_verifying();
 bool is_without_hints();
-void count_fetched();
-void count_dropped(std::size_t answers);
+
+/// Adds to the numbers of queries fetched ahead and of answers dropped.
+void count(std::size_t fetched, std::size_t dropped);
 
 /// Ends the process unless both hold the same rows. Rewinds both.
 void expect_same(Rows& taken, Rows& asked_again, const char* statement);
@@ -34,8 +35,7 @@ constexpr bool is_verifying() {
 constexpr bool is_without_hints() {
   return false;
 }
-constexpr void count_fetched() {}
-constexpr void count_dropped(std::size_t /*answers*/) {}
+constexpr void count(std::size_t /*fetched*/, std::size_t /*dropped*/) {}
 inline void expect_same(Rows& /*taken*/, Rows& /*asked_again*/, const char* /*statement*/) {}
 
 #endif

@@ -12,15 +12,17 @@ int get_ap_sn_by_mac(Connection& db, const std::string& mac) {
 }
 
 std::optional<std::string> get_ap_name_by_mac(Connection& db, const std::string& mac) {
-  Rows rows = db.ask(Step("get_ap_name_by_mac"),
-                     "SELECT `Name` FROM `%s`.`ap_list` WHERE `MAC`=UPPER('%s')", AP_INFO, mac);
-  return rows.first_text();
+  return db
+      .ask(Step("get_ap_name_by_mac"), "SELECT `Name` FROM `%s`.`ap_list` WHERE `MAC`=UPPER('%s')",
+           AP_INFO, mac)
+      .first_text();
 }
 
 std::optional<std::string> get_ap_ip_by_mac(Connection& db, const std::string& mac) {
-  Rows rows = db.ask(Step("get_ap_ip_by_mac"),
-                     "SELECT `IP` FROM `%s`.`ap_list` WHERE `MAC`=UPPER('%s')", AP_INFO, mac);
-  return rows.first_text();
+  return db
+      .ask(Step("get_ap_ip_by_mac"), "SELECT `IP` FROM `%s`.`ap_list` WHERE `MAC`=UPPER('%s')",
+           AP_INFO, mac)
+      .first_text();
 }
 
 std::uint32_t profile_in_slot(std::string_view list, int slot) {
