@@ -39,15 +39,15 @@ using Keys = std::initializer_list<const char*>;
 void look_up_list(const Report& report, const std::string& kind, const char* first, Keys numbers,
                   Keys texts) {
   for (int n = 1;; ++n) {
-    const std::string section = kind + format("%02d", n);
-    if (!report.text(section, first)) {
+    const ReportSection section{report, kind + format("%02d", n)};
+    if (!report.text(section.name, first)) {
       break;
     }
     for (const char* key : numbers) {
-      benchmark::DoNotOptimize(report.number<std::int32_t>(section, key));
+      benchmark::DoNotOptimize(section.number<std::int32_t>(key));
     }
     for (const char* key : texts) {
-      benchmark::DoNotOptimize(report.text(section, key));
+      benchmark::DoNotOptimize(report.text(section.name, key));
     }
   }
 }

@@ -13,12 +13,12 @@
 #include "lifecycle/announcement.h"
 #include "platform/controller.h"
 #include "platform/files.h"
+#include "values/mac_address.h"
 #include "values/paths.h"
 
 namespace {
 
 constexpr const char* kOperation = "command";
-constexpr const char* kNoMac = "00:00:00:00:00:00";
 
 /// The firmware image that waits for the AP; empty when nothing does.
 std::string pending_firmware(Ap& ap) {

@@ -24,9 +24,9 @@ Listing<mesh_peer> read_mesh_peers(const Report& report) {
   for (const Band band : kBands) {
     for (int slot = 1; slot <= kSlots; ++slot) {
       read_list(peers, report, M("%02d client %sMESH ", slot, band_prefix(band, "5G ")), "ADDR",
-                [&](const std::string& section) {
-                  return mesh_peer{value_or_marker(report, section, "ADDR", 17),
-                                   value_or_marker(report, section, "RSSI", 9)};
+                [&](const ReportSection& section) {
+                  return mesh_peer{section.text("ADDR", 17, kMissingValue),
+                                   section.text("RSSI", 9, kMissingValue)};
                 });
     }
   }

@@ -13,20 +13,17 @@ namespace {
 
 constexpr const char* kOperation = "update_ap_legal_table_for_refer";
 
-cell_record read_cell(const Report& report, const std::string& section, Band band) {
-  const auto lower_case = [&](const char* key, const char* absent) {
-    return my_tolower(std::string(report.text(section, key).value_or(absent)));
-  };
-  cell_record cell;
-  cell.mac = value_or_marker(report, section, "Address", 17);
-  cell.essid = value_or_marker(report, section, "ESSID", 127);
-  cell.mode = lower_case("Mode", "Master").starts_with("master") ? 0 : 1;
-  cell.channel = frequency_to_channel(band, report.text(section, "Frequency")).value_or(0);
-  cell.quality = value_or_marker(report, section, "Quality", 9);
-  cell.signal = level_value(report, section, "Signal");
-  cell.noise = level_value(report, section, "Noise");
-  cell.encryption = lower_case("Encryption_key", "OFF") == "off" ? 0 : 1;
-  return cell;
+cell_record read_cell(const ReportSection& section, Band band) {
+  const bool is_ap = my_tolower(section.text("Mode", kWhole, "Master")).starts_with("master");
+  const bool is_open = my_tolower(section.text("Encryption_key", kWhole, "OFF")) == "off";
+  return {.mac = section.text("Address", 17, kMissingValue),
+          .essid = section.text("ESSID", 127, kMissingValue),
+          .mode = static_cast<std::uint8_t>(is_ap ? 0 : 1),
+          .channel = frequency_to_channel(band, section.text("Frequency", kWhole, "")),
+          .quality = section.text("Quality", 9, ""),
+          .signal = section.level("Signal"),
+          .noise = section.level("Noise"),
+          .encryption = static_cast<std::uint8_t>(is_open ? 0 : 1)};
 }
 
 /// Finds the AP that a cell is a radio of. Storing cells does not change the answer.
@@ -72,11 +69,11 @@ void store_sighting(Ap& ap, const std::string& owner, const cell_record& cell) {
             "`mode`, `channel`, `quality`, `signal`, `noise`) VALUES (NOW(), %s, %d, UPPER('%s'), "
             "'%s', %u, %u, %u, '%s', '%s', '%s') ",
             AP_CLIENT, SqlNumber{owner}, ap.sn, cell.mac, essid, essid_sn, cell.mode, cell.channel,
-            stored_text(cell.quality), stored_text(cell.signal), stored_text(cell.noise));
+            cell.quality, cell.signal, cell.noise);
 }
 
 /// Stores the cells that are radios of managed APs; returns the others.
-std::vector<const cell_record*> store_sightings(Ap& ap, std::span<const cell_record> cells) {
+std::vector<const cell_record*> store_sightings(Ap& ap, const std::vector<cell_record>& cells) {
   std::vector<const cell_record*> foreign;
   const auto store_cell = [&](const cell_record& cell) {
     Rows owners = ap.db.ask(owner_query(cell));
@@ -97,7 +94,7 @@ Listing<cell_record> read_cells(const Report& report) {
   Listing<cell_record> cells;
   for (const Band band : kBands) {
     read_list(cells, report, M("Cell %s", band_prefix(band, "5G ")), "Address",
-              [&](const std::string& section) { return read_cell(report, section, band); });
+              [&](const ReportSection& section) { return read_cell(section, band); });
   }
   return cells;
 }

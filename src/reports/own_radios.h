@@ -6,7 +6,8 @@
 #include "db/ap.h"
 #include "reports/numbered_sections.h"
 
-/// One of the AP's own radios. A text that the report lacks is kMissingValue.
+/// One of the AP's own radios. A text that the report lacks is empty; BSSID and SSID are kMissingValue
+/// then.
 struct radio_record {
   std::string mac;             // BSSID, cut to 17 bytes
   std::string essid;           // cut to 127 bytes

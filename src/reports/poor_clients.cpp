@@ -25,7 +25,7 @@ Query known_query(const Ap& ap, const poor_client_record& client) {
                AP_POOR_CLIENT, ap.sn, client.mac);
 }
 
-void store(Ap& ap, const poor_client_record& client) {
+void store(Ap& ap, std::uint32_t profile, const poor_client_record& client) {
   const std::uint32_t connected = std::min(client.connection_time, kLatestTime);
   const Rows known = ap.db.ask(known_query(ap, client));
   if (known.count() > 0) {
@@ -33,52 +33,45 @@ void store(Ap& ap, const poor_client_record& client) {
               "UPDATE `%s`.`AP_%03d` SET `utime`=NOW(), `band`='%d', `ssid`='%u', `rssi`='%d', "
               "`status`='%d', `connection_time`=FROM_UNIXTIME('%u'), `confirm`='1' WHERE "
               "`mac`=UPPER('%s')",
-              AP_POOR_CLIENT, ap.sn, client.band, client.ssid, client.rssi, client.status,
-              connected, client.mac);
+              AP_POOR_CLIENT, ap.sn, client.band, profile, client.rssi, client.status, connected,
+              client.mac);
   } else if (known) {
     ap.db.run(Step(kOperation),
               "INSERT INTO `%s`.`AP_%03d` (`mac`, `band`, `ssid`, `rssi`, `status`, `utime`, "
               "`connection_time`) VALUES (UPPER('%s'), %d, %u, %d, %d, NOW(), "
               "FROM_UNIXTIME('%u'))",
-              AP_POOR_CLIENT, ap.sn, client.mac, client.band, client.ssid, client.rssi,
-              client.status, connected);
+              AP_POOR_CLIENT, ap.sn, client.mac, client.band, profile, client.rssi, client.status,
+              connected);
   }
 }
 
 /// Stores the clients of a band under the profile of one of its slots, if it has one.
-void store_slot(Ap& ap, Band band, int slot, std::span<const poor_client_record> clients) {
+void store_slot(Ap& ap, Band band, int slot, const std::vector<poor_client_record>& clients) {
+  const std::uint32_t profile = get_ap_pf_id(ap.db, ap.mac, band, slot);
+  if (profile == 0) {
+    return;
+  }
   const auto fetch_ahead = [&](std::span<const poor_client_record> next) {
-    ap.db.fetch_ahead(profile_slots_query(ap.mac, band));
-    if (ap.sn == 0 || peek_ap_pf_id(ap.db, ap.mac, band, slot) == 0) {
-      return;
-    }
     for (const poor_client_record& client : next) {
       ap.db.fetch_ahead(known_query(ap, client));
     }
   };
-  const auto store_client = [&](poor_client_record client) {
-    client.ssid = get_ap_pf_id(ap.db, ap.mac, band, slot);
-    if (ap.sn != 0 && client.ssid != 0) {
-      store(ap, client);
-    }
-  };
-  store_in_order(clients, &poor_client_record::mac, fetch_ahead, store_client);
+  store_in_order(clients, &poor_client_record::mac, fetch_ahead,
+                 [&](const poor_client_record& client) { store(ap, profile, client); });
 }
 
 }  // namespace
 
 Listing<poor_client_record> read_poor_clients(const Report& report, Band band) {
-  Listing<poor_client_record> clients;
-  clients.most = kMostClients;
+  Listing<poor_client_record> clients{.most = kMostClients};
   read_list(clients, report, M("POOR_CLIENT %s", band_prefix(band, "5G ")), "ADDR",
-            [&](const std::string& section) {
-              poor_client_record client;
-              client.mac = value_or_marker(report, section, "ADDR", 17);
-              client.band = band == Band::five_ghz ? 1 : 0;
-              client.rssi = report.number<std::int32_t>(section, "RSSI");
-              client.status = report.number<std::int32_t>(section, "STATUS");
-              client.connection_time = report.number<std::uint32_t>(section, "CONNECTION_TIME");
-              return client;
+            [&](const ReportSection& section) {
+              return poor_client_record{
+                  .mac = section.text("ADDR", 17, kMissingValue),
+                  .band = band == Band::five_ghz ? 1 : 0,
+                  .rssi = section.number<std::int32_t>("RSSI"),
+                  .status = section.number<std::int32_t>("STATUS"),
+                  .connection_time = section.number<std::uint32_t>("CONNECTION_TIME")};
             });
   return clients;
 }
@@ -95,7 +88,8 @@ void update_ap_poor_client_db(Ap& ap, const Report& report) {
   for (const Band band : kBands) {
     const Listing<poor_client_record> clients = read_poor_clients(report, band);
     trace_unread(ap.db, Step(kOperation), clients);
-    for (int slot = 1; slot <= kSlots; ++slot) {
+    const bool is_stored = ap.sn != 0 && !clients.records.empty();
+    for (int slot = 1; is_stored && slot <= kSlots; ++slot) {
       store_slot(ap, band, slot, clients.records);
     }
   }

@@ -10,7 +10,6 @@
 struct poor_client_record {
   std::string mac;                    // cut to 17 bytes
   std::int32_t band = 0;              // 0: 2.4 GHz, 1: 5 GHz
-  std::uint32_t ssid = 0;             // profile number; not read, it follows from the slot
   std::int32_t rssi = 0;              // link level, as the AP gives it
   std::int32_t status = 0;            // as the AP gives it
   std::uint32_t connection_time = 0;  // when it connected, in seconds since the epoch

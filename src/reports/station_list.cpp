@@ -23,18 +23,16 @@ constexpr const char* kLogging = "ap_client_connection_log";
 
 constexpr unsigned int kStartColumn = 1;  // `stime` of a client table's row
 
-client_record read_station(const Report& report, const std::string& section) {
-  client_record client;
-  client.mac = value_or_marker(report, section, "ADDR", 17);
-  client.aid = report.number<std::uint16_t>(section, "AID");
-  client.channel = report.number<std::uint16_t>(section, "CHAN");
-  client.tx_rate = value_or_marker(report, section, "RATE", 19);
-  client.rx_rate = value_or_marker(report, section, "RXRATE", 19);
-  client.rssi = report.number<std::int32_t>(section, "RSSI");
-  client.idle = report.number<std::uint32_t>(section, "IDLE");
-  client.tx_seq = report.number<std::uint32_t>(section, "TXSEQ");
-  client.rx_seq = report.number<std::uint32_t>(section, "RXSEQ");
-  return client;
+client_record read_station(const ReportSection& section) {
+  return {.mac = section.text("ADDR", 17, kMissingValue),
+          .aid = section.number<std::uint16_t>("AID"),
+          .channel = section.number<std::uint16_t>("CHAN"),
+          .tx_rate = section.text("RATE", 19, kMissingValue),
+          .rx_rate = section.text("RXRATE", 19, kMissingValue),
+          .rssi = section.number<std::int32_t>("RSSI"),
+          .idle = section.number<std::uint32_t>("IDLE"),
+          .tx_seq = section.number<std::uint32_t>("TXSEQ"),
+          .rx_seq = section.number<std::uint32_t>("RXSEQ")};
 }
 
 /// Finds the station's row in the AP's client table.
@@ -51,9 +49,9 @@ bool connection_log_is_on() {
          !setting::is_off(setting::Unit::address, RS(setting::kLogAddress));
 }
 
-Query ssid_query(const client_record& client) {
+Query ssid_query(std::uint32_t profile) {
   return query(Step(kLogging), "SELECT SSID FROM `%s`.`%s` WHERE `SN`=%d", AP_INFO,
-               table_name(InfoTable::ap_profile), static_cast<int>(client.ssid));
+               table_name(InfoTable::ap_profile), static_cast<int>(profile));
 }
 
 Query ap_name_query(const Ap& ap) {
@@ -66,16 +64,9 @@ Query client_name_query(const client_record& client) {
                table_name(InfoTable::client_name), client.mac);
 }
 
-/// Fetches ahead the names of a station's line.
-void fetch_names(Ap& ap, const client_record& client) {
-  ap.db.fetch_ahead(ssid_query(client));
-  ap.db.fetch_ahead(ap_name_query(ap));
-  ap.db.fetch_ahead(client_name_query(client));
-}
-
 void log_connection(Ap& ap, const client_record& client, const std::string& connected_time) {
   const auto cut = [](const std::string& name) { return name.substr(0, 255); };
-  const std::optional<std::string> ssid = ap.db.look_up(ssid_query(client));
+  const std::optional<std::string> ssid = ap.db.look_up(ssid_query(client.ssid));
   const std::optional<std::string> ap_name = ssid ? ap.db.look_up(ap_name_query(ap)) : ssid;
   if (!ap_name) {
     return;
@@ -97,16 +88,19 @@ void fetch_ahead(Ap& ap, std::span<const reported_station> stations) {
     return;
   }
   for (const reported_station& station : stations) {
-    ap.db.fetch_ahead(profile_slots_query(ap.mac, station.band));
     if (is_served(station.client)) {
+      ap.db.fetch_ahead(profile_slots_query(ap.mac, station.band));
       ap.db.fetch_ahead(known_query(ap, station.client));
     }
   }
-  for (const reported_station& station : stations) {
-    if (connection_log_is_on() && ap.db.peek(known_query(ap, station.client)).count() > 0) {
-      client_record client = station.client;
-      client.ssid = peek_ap_pf_id(ap.db, ap.mac, station.band, station.slot);
-      fetch_names(ap, client);
+  if (!connection_log_is_on()) {
+    return;
+  }
+  for (const auto& [band, slot, client] : stations) {
+    if (ap.db.peek(known_query(ap, client)).count() > 0) {
+      ap.db.fetch_ahead(ssid_query(peek_ap_pf_id(ap.db, ap.mac, band, slot)));
+      ap.db.fetch_ahead(ap_name_query(ap));
+      ap.db.fetch_ahead(client_name_query(client));
     }
   }
 }
@@ -161,12 +155,12 @@ void announce_to_kernel(const Ap& ap, const std::string& station) {
 
 void store_station(Ap& ap, const reported_station& station) {
   client_record client = station.client;
-  client.ssid = get_ap_pf_id(ap.db, ap.mac, station.band, station.slot);
   if (!is_served(client)) {
     ap.db.note(Step(kOperation), "%s has an empty rate: left out", client.mac.c_str());
     return;
   }
   if (ap.sn != 0) {
+    client.ssid = get_ap_pf_id(ap.db, ap.mac, station.band, station.slot);
     store_served(ap, client);
   }
   announce_to_kernel(ap, client.mac);
@@ -179,8 +173,8 @@ Listing<reported_station> read_stations(const Report& report) {
   for (const Band band : kBands) {
     for (int slot = 1; slot <= kSlots; ++slot) {
       read_list(stations, report, M("%02d client %s", slot, band_prefix(band, "5G ")), "ADDR",
-                [&](const std::string& section) {
-                  return reported_station{band, slot, read_station(report, section)};
+                [&](const ReportSection& section) {
+                  return reported_station{band, slot, read_station(section)};
                 });
     }
   }
@@ -207,7 +201,7 @@ void update_ap_client_db(Ap& ap, const Report& report) {
     return station.client.mac;
   };
   store_in_order(
-      std::span(stations.records), mac_of, [&](auto next) { fetch_ahead(ap, next); },
+      stations.records, mac_of, [&](auto next) { fetch_ahead(ap, next); },
       [&](const reported_station& station) { store_station(ap, station); });
   if (ap.sn != 0) {
     ap.db.run(Step("confirm_after_update"), "DELETE FROM `%s`.`AP_%03d` WHERE `confirm`=0 ",

@@ -6,15 +6,15 @@
 #include <set>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "platform/database.h"
 #include "platform/text.h"
 #include "values/mac_address.h"
 
-/// How many of `records`, from the first on, may be looked up ahead together: at least one if there
-/// are any. Storing a record changes what is found under its MAC, which `mac_of` tells, so all MACs
-/// are distinct. A text that is no MAC is looked up alone: the server may take it for the same as
-/// another.
+/// How many of `records`, from the first on, may be looked up ahead together; at least one if there
+/// are any. Storing a record changes what is found under its MAC, so the MACs of a batch are distinct.
+/// A text that is no MAC is looked up alone: the server may compare it equal to another.
 template <typename Record, typename MacOf>
 std::size_t count_together(std::span<const Record> records, MacOf mac_of) {
   const std::size_t most = std::min(records.size(), kMostSentAhead);
@@ -31,15 +31,16 @@ std::size_t count_together(std::span<const Record> records, MacOf mac_of) {
   return most;
 }
 
-/// Calls `store` for each record, in order, and `fetch_ahead` for the next few whenever those it has
-/// been called for are stored.
+/// Calls `store` for each record, in order, and `fetch_ahead` in front of each batch of them, with a
+/// span of the batch. `mac_of` yields the MAC of a record.
 template <typename Record, typename MacOf, typename FetchAhead, typename Store>
-void store_in_order(std::span<const Record> records, MacOf mac_of, FetchAhead fetch_ahead,
+void store_in_order(const std::vector<Record>& records, MacOf mac_of, FetchAhead fetch_ahead,
                     Store store) {
-  while (!records.empty()) {
-    const std::span<const Record> next = records.first(count_together(records, mac_of));
+  std::span<const Record> rest = records;
+  while (!rest.empty()) {
+    const std::span<const Record> next = rest.first(count_together(rest, mac_of));
     fetch_ahead(next);
     std::for_each(next.begin(), next.end(), store);
-    records = records.subspan(next.size());
+    rest = rest.subspan(next.size());
   }
 }

@@ -2,34 +2,31 @@
 
 #include "db/schema.h"
 #include "trace/trace_log.h"
+#include "values/mac_address.h"
 
 namespace {
 
 constexpr const char* kSection = "00";
-constexpr const char* kNoMac = "00:00:00:00:00:00";
-
-std::string value_of(const Report& report, const char* key, const char* absent,
-                     std::size_t longest) {
-  return std::string(report.text(kSection, key).value_or(absent).substr(0, longest));
-}
 
 }  // namespace
 
 system_record read_system_status(const Report& report) {
-  return {.mac = value_of(report, "MAC", kNoMac, 17),
-          .cpu = value_of(report, "cpu", "", 9),
-          .memory = value_of(report, "memory", "", 9),
-          .version = value_of(report, "version", "", 255),
-          .uptime = value_of(report, "uptime", "", 31)};
+  const ReportSection section{report, kSection};
+  return {.mac = section.text("MAC", 17, kNoMac),
+          .cpu = section.text("cpu", 9, ""),
+          .memory = section.text("memory", 9, ""),
+          .version = section.text("version", 255, ""),
+          .uptime = section.text("uptime", 31, "")};
 }
 
 void ap_system_parse(Ap& ap, const Report& report) {
   if (!ap.db.open()) {
     return;
   }
+  const ReportSection section{report, kSection};
   for (const char* key : {"MAC", "cpu", "memory", "version", "uptime"}) {
     ap_debug_log({"ap_system_parse", ap.mac}, "%s:%s -> %s", kSection, key,
-                 value_of(report, key, kMissingValue, std::string::npos).c_str());
+                 section.text(key, kWhole, kMissingValue).c_str());
   }
   if (report.text(kSection, "version") == "") {
     return;

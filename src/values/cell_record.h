@@ -3,7 +3,8 @@
 #include <cstdint>
 #include <string>
 
-/// A radio that the AP has heard. A text that the report lacks is kMissingValue.
+/// A radio that the AP has heard. A text that the report lacks is empty; BSSID and SSID are
+/// kMissingValue then.
 struct cell_record {
   std::string mac;              // BSSID, cut to 17 bytes
   std::string essid;            // cut to 127 bytes; absent for a hidden network

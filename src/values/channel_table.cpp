@@ -65,12 +65,11 @@ std::optional<std::string_view> channel_label(std::int64_t number) {
   return std::nullopt;
 }
 
-std::optional<std::uint16_t> frequency_to_channel(Band band,
-                                                  std::optional<std::string_view> value) {
-  std::string digits(first_word(value.value_or(""), 9));
+std::uint16_t frequency_to_channel(Band band, std::string_view value) {
+  std::string digits(first_word(value, 9));
   const std::size_t point = digits.find('.');
   if (point == std::string::npos) {
-    return std::nullopt;
+    return 0;
   }
   digits.erase(point, 1);
   for (const Channel& channel : channels(band)) {
@@ -78,5 +77,5 @@ std::optional<std::uint16_t> frequency_to_channel(Band band,
       return channel.number;
     }
   }
-  return std::nullopt;
+  return 0;
 }

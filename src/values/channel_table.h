@@ -11,6 +11,6 @@ enum class Band { two_four_ghz, five_ghz };
 std::optional<std::string_view> channel_label(std::int64_t number);
 
 /// The channel of a frequency as an AP words it ("2.437 GHz"): the digits of the first word (at
-/// most 9 bytes of it), without its first point, are looked for in the labels of the band. None
-/// without a value, a point or a match.
-std::optional<std::uint16_t> frequency_to_channel(Band band, std::optional<std::string_view> value);
+/// most 9 bytes of it), without its first point, are looked for in the labels of the band. 0 without
+/// a point or a match.
+std::uint16_t frequency_to_channel(Band band, std::string_view value);

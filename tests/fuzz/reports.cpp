@@ -18,7 +18,7 @@ void must_fit(const std::string& text, std::size_t most) {
 
 template <typename Record, typename Check>
 void must_fit(const Listing<Record>& listing, Check check) {
-  must(listing.records.size() <= kMostRecords);
+  must(listing.records.size() <= listing.most);
   for (const Record& record : listing.records) {
     check(record);
   }

@@ -124,7 +124,7 @@ TEST_F(Sections, EveryStatementIsInTheTrace) {
 checkConnectionStatus: SELECT `Status`, `action` FROM `AP_INFO`.`ap_list` WHERE `MAC`=UPPER('00:11:22:33:44:55')
 get_ap_sn_by_mac: SELECT `SN` FROM `AP_INFO`.`ap_list` WHERE `MAC`=UPPER('00:11:22:33:44:55')
 delete_ap_legal_table: DELETE FROM `AP_CLIENT`.`legal` WHERE `ap`=7 AND `refer_ap`=0
-ap_interface_parse: [03] stands behind a gap in the numbering: the list ends before it
+ap_interface_parse: [03] follows a gap in the numbering: the list ends before the gap
 update_ap_legal_table: (1/2) SELECT `ap` FROM `AP_CLIENT`.`legal` WHERE `ap`=7 AND `refer_ap`=0 AND `mac`=UPPER('a1')
 get_profile_sn_by_ssid: SELECT `SN` FROM `AP_INFO`.`ap_profile` WHERE `SSID`='it\'s'
 update_ap_legal_table: (2/2) INSERT INTO `AP_CLIENT`.`legal` (`utime`, `ap`, `mac`, `essid`, `essid_sn`, `mode`, `rate`, `channel`, `transmit_power`, `quality`, `signal`, `noise`, `security`) VALUES (NOW(), 7, UPPER('a1'), 'it\'s', 0, 0, '', 0, '', '', '0', '0', '') 

@@ -42,15 +42,16 @@ TEST_F(Reading, FindsTextsAndNumbers) {
   EXPECT_EQ(report->text("Absent", "ADDR"), std::nullopt);
   EXPECT_EQ(report->text(kSection, "Twice"), "2");
 
-  EXPECT_EQ(report->number<std::int32_t>(kSection, "Hex"), 31);
-  EXPECT_EQ(report->number<std::int32_t>(kSection, "Octal"), 8);
-  EXPECT_EQ(report->number<std::int32_t>(kSection, "Negative"), -71);
-  EXPECT_EQ(report->number<std::int32_t>(kSection, "Word"), 0);
-  EXPECT_EQ(report->number<std::int32_t>(kSection, "Absent"), 0);
-  EXPECT_EQ(report->number<std::int32_t>(kSection, "Wide"), 1);
-  EXPECT_EQ(report->number<std::int32_t>(kSection, "Huge"), -1);
-  EXPECT_EQ(report->number<std::uint32_t>(kSection, "Negative"), 4294967225U);
-  EXPECT_EQ(report->number<std::uint64_t>(kSection, "Wide"), 4294967297U);
+  const ReportSection section{*report, kSection};
+  EXPECT_EQ(section.number<std::int32_t>("Hex"), 31);
+  EXPECT_EQ(section.number<std::int32_t>("Octal"), 8);
+  EXPECT_EQ(section.number<std::int32_t>("Negative"), -71);
+  EXPECT_EQ(section.number<std::int32_t>("Word"), 0);
+  EXPECT_EQ(section.number<std::int32_t>("Absent"), 0);
+  EXPECT_EQ(section.number<std::int32_t>("Wide"), 1);
+  EXPECT_EQ(section.number<std::int32_t>("Huge"), -1);
+  EXPECT_EQ(section.number<std::uint32_t>("Negative"), 4294967225U);
+  EXPECT_EQ(section.number<std::uint64_t>("Wide"), 4294967297U);
 }
 
 TEST_F(Reading, KeysOfManyPieces) {
@@ -98,8 +99,7 @@ TEST_F(Reading, ASectionsOwnNameIsNoValue) {
   const auto report = load("[00]\nMAC = a\n[00:MAC2]\nx = 1\n");
   ASSERT_TRUE(report);
   EXPECT_EQ(report->text("00", "MAC2"), std::nullopt);
-  EXPECT_EQ(report->number<std::int32_t>("00", "MAC2"), 0);
-  EXPECT_EQ(report->number<std::uint64_t>("00", "MAC2"), 0U);
+  EXPECT_EQ((ReportSection{*report, "00"}.number<std::int32_t>("MAC2")), 0);
 }
 
 TEST_F(Reading, SystemStatusIsCutToItsWidths) {
