@@ -8,6 +8,7 @@
 
 #include "db/schema.h"
 #include "platform/text.h"
+#include "trace/trace_log.h"
 #include "values/client_record.h"
 #include "values/decimal.h"
 #include "values/split.h"
@@ -20,8 +21,10 @@ constexpr int kMostRounds = 10;
 
 /// While it lives, this process alone changes the lists, so that APs that hear the same radios and
 /// report at once do not queue up at each row: 64 of them, 300 radios each, would take three times as
-/// long as with radios of their own. The name is locked at the server, which frees it when the
-/// connection ends. Whoever does not get it in time goes on without: every change is safe by itself.
+/// long as with radios of their own. Outcomes are waited for afterwards: the next process goes on when
+/// the server is through, not when this one runs again. The name is locked at the server, which frees
+/// it when the connection ends. Whoever does not get it in time goes on without: every change is safe
+/// by itself.
 class Turn {
  public:
   explicit Turn(Connection& db) : db_(db) {
@@ -36,6 +39,10 @@ class Turn {
   Connection& db_;
 };
 
+/// Radios that one statement changes. It locks their rows while it runs, a millisecond or so; all APs
+/// lock in the order of the MACs, so that no two wait for each other.
+constexpr std::size_t kTogether = 16;
+
 /// Runs rounds of changes until one says that it is done everywhere. A round gets its number, from 1.
 void in_rounds(const Connection& db, const char* operation,
                const std::function<bool(int number)>& round) {
@@ -44,30 +51,61 @@ void in_rounds(const Connection& db, const char* operation,
   }
 }
 
-/// Withdraws the AP from a row whose list was read as `list`: writes `left` in its place.
-Attempt shorten_list(Connection& db, const std::string& list, const std::string& left,
-                     const std::string& mac) {
-  return db.attempt(Step(kWithdrawing, "(3/3) "),
-                    "UPDATE `%s`.`illegal` SET `ap_sn`='%s', `utime`=NOW() WHERE "
-                    "`mac`=UPPER('%s') AND `ap_sn`='%s'",
-                    AP_CLIENT, left, mac, list);
+/// A radio that other APs hear, too, and its list as it was read, with and without the AP.
+struct Shared {
+  std::string mac;
+  std::string list;
+  std::string left;
+};
+
+/// A statement that takes the AP out of the lists of `radios` radios.
+struct Shortening {
+  Attempt attempt;
+  std::uint64_t radios;
+
+  /// Whether another AP's statement has kept it from taking effect, at one of them at least.
+  bool is_incomplete() const {
+    const MyOutcome outcome = attempt.outcome();
+    return outcome.fate == MyFate::repeat ||
+           (outcome.fate == MyFate::done && outcome.changed_rows < radios);
+  }
+};
+
+/// Writes the lists that are left, one by one.
+std::vector<Shortening> shorten_as_read(Connection& db, const std::vector<Shared>& radios) {
+  std::vector<Shortening> sent;
+  const Turn turn(db);
+  for (const Shared& radio : radios) {
+    sent.push_back({db.attempt(Step(kWithdrawing, "(3/3) "),
+                               "UPDATE `%s`.`illegal` SET `ap_sn`='%s', `utime`=NOW() WHERE "
+                               "`mac`=UPPER('%s') AND `ap_sn`='%s'",
+                               AP_CLIENT, radio.left, radio.mac, radio.list),
+                    1});
+  }
+  return sent;
 }
 
-/// The same for a row that others are busy with: the server shortens the list that it finds, unless
-/// that is the AP alone.
-Attempt shorten_any_list(Connection& db, int sn, const std::string& mac) {
-  return db.attempt(Step(kWithdrawing, "(3/3) "),
-                    "UPDATE `%s`.`illegal` SET `ap_sn`=TRIM(BOTH ',' FROM REPLACE(CONCAT(',', "
-                    "`ap_sn`, ','), ',%d,', ',')), `utime`=NOW() WHERE `mac`=UPPER('%s') AND "
-                    "`ap_sn`!='%d'",
-                    AP_CLIENT, sn, mac, sn);
-}
-
-/// Whether another AP's statement has kept ours from taking effect.
-bool came_to_nothing(const Attempt& attempt) {
-  const MyOutcome outcome = attempt.outcome();
-  return outcome.fate == MyFate::repeat ||
-         (outcome.fate == MyFate::done && outcome.changed_rows == 0);
+/// Has the server shorten the lists that it finds, unless they are the AP alone, several at a time.
+std::vector<Shortening> shorten_as_found(Connection& db, int sn,
+                                         const std::vector<Shared>& radios) {
+  std::vector<Shortening> sent;
+  const Turn turn(db);
+  Statement macs;
+  std::uint64_t count = 0;
+  for (const Shared& radio : radios) {
+    macs.text += (macs.text.empty() ? "" : ", ") + statement("'%s'", radio.mac).text;
+    if (++count == kTogether || &radio == &radios.back()) {
+      sent.push_back(
+          {db.attempt(Step(kWithdrawing, "(3/3) "),
+                      "UPDATE `%s`.`illegal` SET `ap_sn`=TRIM(BOTH ',' FROM REPLACE(CONCAT(',', "
+                      "`ap_sn`, ','), ',%d,', ',')), `utime`=NOW() WHERE `mac` IN (%s) AND "
+                      "FIND_IN_SET('%d', `ap_sn`) > 0 AND LOCATE(',', `ap_sn`) > 0",
+                      AP_CLIENT, sn, macs, sn),
+           std::exchange(count, 0)});
+      macs.text.clear();
+    }
+  }
+  return sent;
 }
 
 /// Whether the AP is now withdrawn everywhere.
@@ -79,34 +117,23 @@ bool withdraw(Connection& db, int sn, int round) {
             "SELECT `ap_sn`, `mac` FROM `%s`.`illegal` WHERE FIND_IN_SET('%d', `ap_sn`) > 0",
             AP_CLIENT, sn));
   bool is_done = own_rows.outcome().fate != MyFate::repeat;
-  const std::string alone = std::to_string(sn);
-  Statement macs;  // of the lists that have others besides
+  std::vector<Shared> radios;
   for (const Row& row : rows) {
-    if (row.text(0) != alone) {
-      macs.text += (macs.text.empty() ? "" : ", ") + statement("'%s'", row.text(1)).text;
-    } else {
-      is_done = false;  // a row of this AP alone that has been made since the DELETE
+    std::string list = row.text(0);
+    std::string left = without_hearer(list, sn);
+    // A row of this AP alone has been made since the DELETE.
+    is_done = is_done && list != std::to_string(sn);
+    if (!left.empty() && left != list) {
+      radios.push_back({row.text(1), std::move(list), std::move(left)});
     }
   }
-  if (macs.text.empty()) {
+  if (radios.empty()) {
     return is_done;
   }
-  // The query above reads the whole table, which many may do at once. By the time of our turn the
-  // lists may be others.
-  const Turn turn(db);
-  std::vector<Attempt> shortened;
-  for (const Row& row :
-       db.ask(untraced, "SELECT `ap_sn`, `mac` FROM `%s`.`illegal` WHERE `mac` IN (%s)", AP_CLIENT,
-              macs)) {
-    const std::string list = row.text(0);
-    const std::string left = without_hearer(list, sn);
-    if (!left.empty() && left != list) {
-      shortened.push_back(round == 1 ? shorten_list(db, list, left, row.text(1))
-                                     : shorten_any_list(db, sn, row.text(1)));
-    }
-    is_done = is_done && list != alone;  // the others have withdrawn meanwhile
-  }
-  return std::none_of(shortened.begin(), shortened.end(), came_to_nothing) && is_done;
+  // The trace shows each list that is written.
+  const std::vector<Shortening> sent =
+      round == 1 && is_tracing() ? shorten_as_read(db, radios) : shorten_as_found(db, sn, radios);
+  return std::none_of(sent.begin(), sent.end(), std::mem_fn(&Shortening::is_incomplete)) && is_done;
 }
 
 using Cells = std::vector<const cell_record*>;
@@ -133,16 +160,15 @@ Attempt store(Connection& db, int sn, const Cells& cells) {
       AP_CLIENT, rows, sn, sn);
 }
 
-/// Radios that one statement stores. It locks their rows while it runs, a millisecond or so; all APs
-/// lock in the order of the MACs, so that no two wait for each other.
-constexpr std::size_t kTogether = 16;
-
 /// Stores all of `parts`; afterwards these are the ones that the server has undone. Whether none is.
 bool store_all(Connection& db, int sn, std::vector<Cells>& parts) {
   std::vector<std::pair<Attempt, Cells>> sent;
   sent.reserve(parts.size());
-  for (Cells& part : parts) {
-    sent.emplace_back(store(db, sn, part), std::move(part));
+  {
+    const Turn turn(db);
+    for (Cells& part : parts) {
+      sent.emplace_back(store(db, sn, part), std::move(part));
+    }
   }
   parts.clear();
   for (auto& [attempt, part] : sent) {
@@ -185,7 +211,6 @@ void store_foreign_radios(Connection& db, int sn, std::span<const cell_record* c
     parts.back().push_back(cell);
   }
   if (!parts.empty()) {
-    const Turn turn(db);
     in_rounds(db, kStoring, [&](int /*round*/) { return store_all(db, sn, parts); });
   }
 }

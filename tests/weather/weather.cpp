@@ -756,6 +756,12 @@ TEST_F(Weather, SharedRadiosTakeAtMostTwiceAsLong) {
   }
   const double different = crowd_with_radios(false);
   const double shared = crowd_with_radios(true);
+  EXPECT_EQ(sql_value(M("SELECT COUNT(*) FROM AP_CLIENT.illegal i WHERE %d = (SELECT COUNT(*) FROM "
+                        "AP_INFO.ap_list WHERE FIND_IN_SET(SN, i.ap_sn)) AND %d = "
+                        "LENGTH(ap_sn) - LENGTH(REPLACE(ap_sn, ',', ''))",
+                        crowd(), crowd() - 1)),
+            "302")
+      << "radios whose list names every AP once";
   std::printf("the same foreign radios: %.1f s, different ones: %.1f s\n", shared, different);
   EXPECT_LT(shared, 2 * different);
 }
