@@ -3,10 +3,14 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
+#include <cstring>
 #include <tuple>
 
 #include "ini/ini_file.h"
+#include "platform/system_log.h"
+#include "platform/text.h"
 #include "store.h"
 #include "values/decimal.h"
 #include "values/paths.h"
@@ -27,19 +31,41 @@ FileState file_state() {
   return std::tuple(info.st_ino, info.st_size, info.st_mtim.tv_sec, info.st_mtim.tv_nsec);
 }
 
-const std::optional<IniFile>& store() {
-  static std::optional<IniFile> values;
-  static FileState parsed;
-  const FileState now = file_state();
-  if (now != parsed) {
-    const std::optional<std::string> text =
-        read_regular_file(paths::kSettings, kMostBytes, Links::follow);
-    std::string complaint;
-    values = text && text->size() <= kMostBytes ? IniFile::parse(*text, paths::kSettings, complaint)
-                                                : std::nullopt;
-    parsed = now;
+struct Store {
+  std::optional<IniFile> values;
+  std::string refusal;  // why there are none; empty for no file
+};
+
+Store read_store() {
+  errno = 0;
+  const std::optional<std::string> text =
+      read_regular_file(paths::kSettings, kMostBytes, Links::follow);
+  if (!text) {
+    const char* const reason = errno == 0 ? "no regular file" : std::strerror(errno);
+    return {std::nullopt,
+            errno == ENOENT ? "" : M("%s cannot be read (%s)", paths::kSettings, reason)};
   }
-  return values;
+  if (text->size() > kMostBytes) {
+    return {std::nullopt, M("%s is larger than %zu bytes", paths::kSettings, kMostBytes)};
+  }
+  std::string complaint;
+  std::optional<IniFile> values = IniFile::parse(*text, paths::kSettings, complaint);
+  return values ? Store{std::move(values), ""}
+                : Store{std::nullopt, complaint.substr(0, complaint.find('\n'))};
+}
+
+const Store& store() {
+  static std::optional<Store> known;
+  static FileState read;
+  if (const FileState now = file_state(); !known || now != read) {
+    known = read_store();
+    read = now;
+    if (!known->refusal.empty()) {
+      my_report_loss(Loss::settings, Remedy::none,
+                     known->refusal + ": every setting has its default");
+    }
+  }
+  return *known;
 }
 
 int clamped(const std::optional<std::string>& text) {
@@ -49,8 +75,13 @@ int clamped(const std::optional<std::string>& text) {
 }  // namespace
 
 std::optional<std::string> store_text(const std::string& section, const std::string& key) {
-  const char* text = store() ? store()->find(section, key) : nullptr;
+  const std::optional<IniFile>& values = store().values;
+  const char* text = values ? values->find(section, key) : nullptr;
   return text == nullptr ? std::nullopt : std::optional<std::string>(text);
+}
+
+std::string my_settings_refusal() {
+  return store().refusal;
 }
 
 int RI(int number) {

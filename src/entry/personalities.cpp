@@ -10,6 +10,7 @@
 #include "lifecycle/leave.h"
 #include "lifecycle/scan_announcement.h"
 #include "platform/controller.h"
+#include "platform/settings.h"
 #include "steering/block_table.h"
 #include "trace/trace_log.h"
 #include "values/decimal.h"
@@ -35,6 +36,9 @@ void trace_arguments(const char* personality, const char* key, int argc, char** 
 template <typename Body>
 void for_ap(const char* mac, Event event, Body body) {
   if (mac != nullptr && is_mac(mac)) {
+    if (const std::string refusal = is_tracing() ? my_settings_refusal() : ""; !refusal.empty()) {
+      ap_debug_log({"settings", mac}, "%s: every setting has its default", refusal.c_str());
+    }
     Ap ap(mac, event);
     body(ap);
   }

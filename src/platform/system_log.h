@@ -17,6 +17,7 @@ enum class Loss {
   file,        // a small file: a lock, a marker
   upload,      // a report or capability file
   controller,  // what the controller was to be told
+  settings,    // every setting: the defaults hold
   count
 };
 

@@ -1,3 +1,5 @@
+#include <syslog.h>
+
 #include <csignal>
 #include <filesystem>
 #include <thread>
@@ -122,6 +124,38 @@ TEST_F(ReportCycle, AReportThatCannotBeParsedIsRemovedAndAnswered) {
   EXPECT_EQ(report(link), 0);
   EXPECT_TRUE(exists(target));
   EXPECT_EQ(sql_value("SELECT fw_version FROM AP_INFO.ap_list"), "old");
+}
+
+TEST_F(ReportCycle, SettingsThatCannotBeReadAreToldOnce) {
+  const std::string path = "/etc/ap-run/platform.ini";
+  const auto complaints = [&] {
+    std::filesystem::resize_file("/recorded/syslog", 0);
+    EXPECT_EQ(report(deliver_report("")), 0);
+    EXPECT_NE(content(slot_of(kMac)).find("\nautoRF=0\n"), std::string::npos) << "the default";
+    std::filesystem::remove(slot_of(kMac));
+    syslog(LOG_DEBUG, "end");
+    EXPECT_TRUE(eventually([] { return content("/recorded/syslog").ends_with("end\n"); }));
+    Lines found;
+    for (const std::string& line : lines_of(content("/recorded/syslog"))) {
+      if (line.find(": every setting has its default") != std::string::npos) {
+        found.push_back(line.substr(line.find(path)));
+      }
+    }
+    return found;
+  };
+  EXPECT_EQ(complaints(), Lines{}) << "no file";
+  std::filesystem::create_directory(path);
+  const std::string none =
+      path + " cannot be read (no regular file): every setting has its default";
+  EXPECT_EQ(complaints(), Lines{none});
+  trace_on(kMac);
+  EXPECT_EQ(complaints(), (Lines{none, none})) << "the trace goes there, too";
+  std::filesystem::remove(path);
+  for (const std::string& last : {std::string(1100, '1'), std::string("1\n\0", 3)}) {
+    configure("[settings]\n91=" + last);
+    EXPECT_EQ(complaints().size(), 2U);
+  }
+  EXPECT_EQ(trace_of(kMac, "settings").size(), 3U);
 }
 
 TEST_F(ReportCycle, NoRegularFileMeansStartAndEnd) {
