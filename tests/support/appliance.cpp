@@ -172,6 +172,8 @@ void HookTest::TearDown() {
     fs::copy(directory, kept + directory,
              fs::copy_options::recursive | fs::copy_options::copy_symlinks, ignored);
   }
-  std::cout << "Run it alone:  tests/run " << full_name(test) << "\nIts files:     " << kept
-            << " below the kept directory\n";
+  const char* const extent = std::getenv("AP_RUN_WEATHER");  // of tests/weather
+  const bool is_whole = extent != nullptr && std::string_view(extent) == "all";
+  std::cout << "Run it alone:  " << (is_whole ? "AP_RUN_WEATHER=all " : "") << "tests/run "
+            << full_name(test) << "\nIts files:     " << kept << " below the kept directory\n";
 }
