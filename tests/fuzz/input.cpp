@@ -5,7 +5,9 @@
 
 #include <cctype>
 #include <cstdlib>
+#include <fstream>
 #include <map>
+#include <sstream>
 #include <string>
 
 #include "ini/ini_file.h"
@@ -80,6 +82,24 @@ void must_be_closed(const Statement& statement) {
     }
   }
   must(!is_quoted);
+}
+
+std::size_t width_of(const std::string& table, const std::string& column) {
+  static const std::string schema = [] {
+    std::ostringstream text;
+    text << std::ifstream("/source/schema/10-ap-info.sql").rdbuf()
+         << std::ifstream("/source/schema/20-ap-client.sql").rdbuf();
+    return text.str();
+  }();
+  static std::map<std::pair<std::string, std::string>, std::size_t> known;
+  const auto [width, is_new] = known.try_emplace({table, column});
+  if (is_new) {
+    const std::size_t start = schema.find(".`" + table + "` (\n");
+    const std::size_t at = schema.find("\n  `" + column + "` ", start);
+    must(start != std::string::npos && at != std::string::npos);
+    width->second = std::strtoul(schema.c_str() + schema.find('(', at) + 1, nullptr, 10);
+  }
+  return width->second;
 }
 
 std::optional<Report> report_of(const std::uint8_t* data, std::size_t size) {
