@@ -51,7 +51,8 @@ void explain_demand(const Findings& found, const Names& names, Lines& lines) {
   }
   const Share share = share_of(demand);
   lines.push_back(M("even share: %d = (users:%d + diff:%d) / (aps:%d + 1)%s", share.max,
-                    demand.users, demand.diff, demand.aps, share.whole ? "" : ", rounded up"));
+                    demand.users, demand.diff, demand.aps,
+                    share.max == share.avg ? "" : ", rounded up"));
   lines.push_back(
       stations_to_move(demand) > 0
           ? M("up to %d may move: %d - %d", stations_to_move(demand), demand.users, share.max)

@@ -14,14 +14,12 @@
 #include <system_error>
 
 #include "platform/files.h"
-#include "platform/system_log.h"
 #include "trace/trace_log.h"
 #include "values/decimal.h"
 #include "values/paths.h"
 
 namespace {
 
-constexpr int kTries = kSlotPatience;         // a second apart
 constexpr std::int64_t kAbandonedAfter = 60;  // seconds; writing takes milliseconds
 
 /// How an attempt to write a command ended: an error number of the system, 0 when the command is in
@@ -69,18 +67,18 @@ Ending take_slot(const std::string& slot, const std::string& text) {
 }
 
 void report_lost(const Ap& ap, const std::string& slot, Ending ending, Remedy remedy) {
-  const std::string reason = ending == EEXIST ? M("the slot stayed taken for %d seconds", kTries)
-                                              : std::string(std::strerror(ending));
-  ap_debug_log({"ap_conf_set", ap.mac}, "command lost: %s: %s", slot.c_str(), reason.c_str());
-  my_report_loss(Loss::command, remedy,
-                 M("AP %s: command lost: %s: %s", ap.mac.c_str(), slot.c_str(), reason.c_str()));
+  const std::string reason = ending == EEXIST
+                                 ? M("the slot stayed taken for %d seconds", kSlotPatience)
+                                 : std::string(std::strerror(ending));
+  report_loss({"ap_conf_set", ap.mac}, Loss::command, remedy,
+              "command lost: " + slot + ": " + reason);
 }
 
 /// Queues what `text` yields at the time of writing. Whether it came to that.
 bool queue(Ap& ap, CommandSlot slot, Remedy remedy, const std::function<std::string()>& text) {
   const std::string path = slot_path(ap.mac, slot);
   Ending ending = EEXIST;
-  for (int attempt = 0; attempt < kTries && ending == EEXIST; ++attempt) {
+  for (int attempt = 0; attempt < kSlotPatience && ending == EEXIST; ++attempt) {
     ending = take_slot(path, text());
     if (ending == EEXIST) {
       ap.give_connection_back();

@@ -8,7 +8,6 @@
 #include "platform/files.h"
 #include "platform/firewall.h"
 #include "platform/settings.h"
-#include "platform/system_log.h"
 #include "trace/trace_log.h"
 #include "values/paths.h"
 #include "values/settings.h"
@@ -44,11 +43,9 @@ void open_firewall(const Ap& ap, const std::string& ip) {
       const int status =
           my_iptables(4, "[%s]%s(),L:%d=> %s", "ap-run", kOperation, marker++, command.c_str());
       if (status != 0 && action == "-A") {
-        ap_debug_log({kOperation, ap.mac}, "ended with %d", status);
-        my_report_loss(Loss::firewall, Remedy::none,
-                       M("AP %s: its address %s is not let in to fetch its update: \"%s\" ended "
-                         "with %d",
-                         ap.mac.c_str(), ip.c_str(), command.c_str(), status));
+        report_loss({kOperation, ap.mac}, Loss::firewall, Remedy::none,
+                    M("its address %s is not let in to fetch its update: \"%s\" ended with %d",
+                      ip.c_str(), command.c_str(), status));
       }
     }
   }

@@ -4,7 +4,6 @@
 
 #include "platform/files.h"
 #include "platform/shell.h"
-#include "platform/system_log.h"
 #include "trace/trace_log.h"
 #include "values/paths.h"
 
@@ -18,10 +17,8 @@ bool ap_lock_take(const std::string& mac) {
     return false;
   }
   if (my_system("> %s/%s", paths::kLocks, mac.c_str()) != 0) {
-    ap_debug_log({"ap_lock_take", mac}, "the lock cannot be made in %s", paths::kLocks);
-    my_report_loss(Loss::file, Remedy::next_report,
-                   M("AP %s: reports are not kept apart: the lock cannot be made in %s",
-                     mac.c_str(), paths::kLocks));
+    report_loss({"ap_lock_take", mac}, Loss::file, Remedy::next_report,
+                M("reports are not kept apart: the lock cannot be made in %s", paths::kLocks));
   }
   return true;
 }

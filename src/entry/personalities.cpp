@@ -79,7 +79,6 @@ void down(int argc, char** argv) {
   for_ap(mac, {"leave not recorded", Remedy::none}, [&](Ap& ap) {
     ap_lock_remove(mac);
     ap_block_remove(ap, Quiet::no, "down");
-    drop_ap_client_table(ap);
     ap_down_record(ap);
     ap.db.close();
     scan_announce();

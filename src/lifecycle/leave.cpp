@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char* kOperation = "ap_down_record";
 
-/// An AP that was there for less than this many seconds has not come far enough to be missed.
+/// An AP that leaves in less than this many seconds has hardly come up: its leave is not announced.
 constexpr int kShortestStay = 80;
 
 void record_leave(Ap& ap) {
@@ -57,6 +57,9 @@ void forget_reports(Ap& ap) {
 void ap_down_record(Ap& ap) {
   if (ap.db.open()) {
     ap.look_up();
+    ap.db.run(Step("drop_ap_client_table"), "DROP TABLE IF EXISTS `%s`.`AP_%03d`", AP_CLIENT,
+              ap.sn);
+    ap.look_up();  // for the trace, which shows a look-up before each of the two operations
     record_leave(ap);
     forget_reports(ap);
   }

@@ -2,14 +2,12 @@
 
 #include <algorithm>
 
-#include "platform/system_log.h"
 #include "platform/text.h"
 #include "trace/trace_log.h"
 
 std::optional<Report> Report::load(const std::string& path, const std::string& key) {
   const auto refuse = [&](const std::string& reason) {
-    ap_debug_log({"report_load", key}, "%s", reason.c_str());
-    my_report_loss(Loss::upload, Remedy::next_report, M("AP %s: %s", key.c_str(), reason.c_str()));
+    report_loss({"report_load", key}, Loss::upload, Remedy::next_report, reason);
     return std::nullopt;
   };
   const std::optional<std::string> text = read_regular_file(path, kMostBytes, Links::refuse);

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// In whose name the blocks of an AP are lifted.
+/// Who lifts the blocks of an AP, for the trace.
 constexpr const char* kCaller = "command";
 
 std::string steering_lines(Ap& ap, const std::string& releases, Quiet quiet, Findings& found) {
@@ -23,7 +23,7 @@ std::string steering_lines(Ap& ap, const std::string& releases, Quiet quiet, Fin
                        : M("type=%d\n%s", static_cast<int>(CommandType::steering), lines.c_str());
 }
 
-/// Whether stations are steered, under that mode of the MAC filter.
+/// Whether stations are steered.
 bool is_balancing(int filter_mode) {
   return RI(setting::kLoadBalancing) != 0 && filter_mode != setting::kMacFilterAlone;
 }
@@ -39,7 +39,7 @@ std::string answer_lines(Ap& ap, int filter_mode, const std::string& releases, Q
   std::string lines = is_balancing(filter_mode) ? steering_lines(ap, releases, quiet, found) : "";
   lines += RI(setting::kAutoRf) == 0 ? "autoRF=0\n" : ap_auto_rf_rule(ap, found.hearing.emplace());
   if (filter_mode != 0) {
-    ap_block_remove(ap, Quiet::yes, kCaller);  // the filter says who may use the AP
+    ap_block_remove(ap, Quiet::yes, kCaller);  // the filter alone decides who may use the AP
   }
   return lines + ap_mac_filter_conf(ap.mac);
 }

@@ -6,31 +6,28 @@
 
 namespace {
 
-/// Fills in how the others hear the AP, as far as that decides.
-void listen(Ap& ap, Hearing& hearing) {
-  hearing.strongly = ap.db
-                         .ask(Step("isStrength", "(1/1) "),
-                              "SELECT `refer_ap` FROM `%s`.`legal` WHERE `ap`=%d AND `refer_ap`>0 "
-                              "AND `signal`>%d GROUP BY `ap`",
-                              AP_CLIENT, ap.sn, limits::kAutoRfSignal)
-                         .count();
+/// Asks how the others hear the AP, as far as that decides.
+Hearing listen(Ap& ap) {
+  const auto count = [&](const Query& query) { return ap.db.ask(query).count(); };
+  Hearing hearing;
+  hearing.strongly = count(query(Step("isStrength", "(1/1) "),
+                                 "SELECT `refer_ap` FROM `%s`.`legal` WHERE `ap`=%d AND "
+                                 "`refer_ap`>0 AND `signal`>%d GROUP BY `ap`",
+                                 AP_CLIENT, ap.sn, limits::kAutoRfSignal));
   if (hearing.strongly > 0) {
-    return;
+    return hearing;
   }
-  hearing.at_all = ap.db
-                       .ask(Step("isWeakness", "(1/2) "),
-                            "SELECT COUNT(`refer_ap`) FROM `%s`.`legal` WHERE `ap`=%d AND "
-                            "`refer_ap`>0 GROUP BY `ap`",
-                            AP_CLIENT, ap.sn)
-                       .count();
+  hearing.at_all = count(query(Step("isWeakness", "(1/2) "),
+                               "SELECT COUNT(`refer_ap`) FROM `%s`.`legal` WHERE `ap`=%d AND "
+                               "`refer_ap`>0 GROUP BY `ap`",
+                               AP_CLIENT, ap.sn));
   if (hearing.at_all > 0) {
-    hearing.weakly = ap.db
-                         .ask(Step("isWeakness", "(2/2) "),
-                              "SELECT `refer_ap` FROM `%s`.`legal` WHERE `ap`=%d AND `refer_ap`>0 "
-                              "AND `signal`<%d GROUP BY `ap`",
-                              AP_CLIENT, ap.sn, limits::kAutoRfSignal)
-                         .count();
+    hearing.weakly = count(query(Step("isWeakness", "(2/2) "),
+                                 "SELECT `refer_ap` FROM `%s`.`legal` WHERE `ap`=%d AND "
+                                 "`refer_ap`>0 AND `signal`<%d GROUP BY `ap`",
+                                 AP_CLIENT, ap.sn, limits::kAutoRfSignal));
   }
+  return hearing;
 }
 
 }  // namespace
@@ -47,7 +44,7 @@ std::string ap_auto_rf_rule(Ap& ap, Hearing& hearing) {
     return "";
   }
   ap.look_up();
-  listen(ap, hearing);
+  hearing = listen(ap);
   const PowerStep step = power_step(hearing);
   return step == PowerStep::none ? "" : M("autoRF=%d\n", static_cast<int>(step));
 }

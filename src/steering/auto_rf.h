@@ -5,18 +5,17 @@
 
 #include "db/ap.h"
 
-/// How well the other APs hear an AP: whether rows of that kind exist (the number of groups, 0 or
-/// 1).
+/// How the other APs hear an AP: whether (1) or not (0) at least one hears it so.
 struct Hearing {
   std::uint64_t strongly = 0;  // above the level
   std::uint64_t at_all = 0;
   std::uint64_t weakly = 0;  // below the level
 };
 
-/// What an AP is told to do with its radio power: the value of the "autoRF" line.
+/// How an AP is to change its radio power: the value of the "autoRF" line.
 enum class PowerStep { down = -1, none = 0, up = 1 };
 
-/// Down for an AP that somebody hears strongly, up for one that is heard and only weakly.
+/// Down for an AP that another hears strongly, up for one that is heard, but only weakly.
 PowerStep power_step(const Hearing& hearing);
 
 /// Whether the AP should step its radio power down (another managed AP hears it above -70 dBm) or

@@ -53,7 +53,7 @@ void fetch_ahead(Ap& ap, std::span<const Refused> stations) {
   }
 }
 
-/// Writes the stations of the AP `other_sn` to the trace; without tracing they are not asked for.
+/// Writes the stations of the AP `other_sn` to the trace. While tracing is off they are not read.
 void ap_client_count(Connection& db, int other_sn) {
   if (!is_tracing()) {
     return;
@@ -78,8 +78,8 @@ bool serves(Connection& db, int neighbour, const Refused& station, const SqlText
   return found;
 }
 
-/// The number of the neighbour that serves the station, which stays refused then; 0 for none. None
-/// when its SSID is not known: it stays refused, too.
+/// The number of the neighbour that serves the station; 0 when there is none, so that its block is
+/// lifted. None when its SSID is not known.
 std::optional<int> keeper_of(Ap& ap, const Refused& station) {
   const std::optional<SqlText> ssid = get_profile_ssid_by_sn(ap.db, station.profile);
   if (!ssid) {
@@ -94,23 +94,17 @@ std::optional<int> keeper_of(Ap& ap, const Refused& station) {
   return 0;
 }
 
-/// The stations that the AP refuses.
-std::vector<Refused> refused_stations(Ap& ap) {
-  Rows blocks = ap.db.ask_noting_none(
-      query(Step(kOperation, "(1/2) "),
-            "SELECT `ssid`, `mac` FROM `%s`.`block` WHERE `refer_ap_sn`=%d", AP_CLIENT, ap.sn));
-  std::vector<Refused> stations;
-  for (const Row& row : blocks) {
-    stations.push_back({row.number(0), row.text(1), std::nullopt});
-  }
-  return stations;
-}
-
 }  // namespace
 
 std::string ap_release_block_rule(Ap& ap, Findings& found) {
   ap.look_up();
-  std::vector<Refused>& stations = found.blocks = refused_stations(ap);
+  Rows blocks = ap.db.ask_noting_none(
+      query(Step(kOperation, "(1/2) "),
+            "SELECT `ssid`, `mac` FROM `%s`.`block` WHERE `refer_ap_sn`=%d", AP_CLIENT, ap.sn));
+  std::vector<Refused>& stations = found.blocks;
+  for (const Row& row : blocks) {
+    stations.push_back({row.number(0), row.text(1), std::nullopt});
+  }
   NumberedLines lines("release");
   for (std::size_t i = 0; i < stations.size(); ++i) {
     if (i % kMostSentAhead == 0) {

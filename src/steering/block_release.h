@@ -5,7 +5,7 @@
 #include "db/ap.h"
 #include "steering/findings.h"
 
-/// Looks at every station that the AP refuses: it may come back unless it sits at a managed AP that
-/// this AP hears on the same SSID. Lifts those blocks and returns their "release" lines.
-/// A block whose profile has no SSID stays. `found.blocks` tells of each.
+/// Lifts the blocks of the AP whose stations no managed AP serves that this AP hears on the same SSID.
+/// Returns their "release" lines. A block whose profile has no SSID stays. `found.blocks` gets every
+/// block of the AP.
 std::string ap_release_block_rule(Ap& ap, Findings& found);

@@ -21,27 +21,25 @@ constexpr const char* kSnrStage = "ap_block_snr_rule";
 /// Bytes of a text column that a record keeps.
 constexpr std::size_t kLongestText = 19;
 
-/// The columns of a client table that make a record.
+// Columns of the queries below.
 constexpr unsigned int kIdleColumn = 8;
-constexpr unsigned int kFiveGhzColumn = 11;  // after them
+constexpr unsigned int kFiveGhzColumn = 11;
 
-/// The station in a row of an AP's client table, columns in the order of the record but for `utime`,
-/// the second.
+/// The station in a row of an AP's client table. The columns have the order of the record, with `utime`
+/// in the second place.
 client_record read_client(const Row& row) {
   const auto text = [&](unsigned int column) { return row.text(column).substr(0, kLongestText); };
   const auto number = [&](unsigned int column) { return decimal(row[column].value_or("")); };
-  client_record client;
-  client.mac = text(0);
-  client.ssid = cut_to<std::uint32_t>(number(2));
-  client.aid = cut_to<std::uint16_t>(number(3));
-  client.channel = cut_to<std::uint16_t>(number(4));
-  client.tx_rate = text(5);
-  client.rx_rate = text(6);
-  client.rssi = cut_to<std::int32_t>(number(7));
-  client.idle = cut_to<std::uint32_t>(number(kIdleColumn));
-  client.tx_seq = cut_to<std::uint32_t>(number(9));
-  client.rx_seq = cut_to<std::uint32_t>(number(10));
-  return client;
+  return {.mac = text(0),
+          .ssid = cut_to<std::uint32_t>(number(2)),
+          .aid = cut_to<std::uint16_t>(number(3)),
+          .channel = cut_to<std::uint16_t>(number(4)),
+          .tx_rate = text(5),
+          .rx_rate = text(6),
+          .rssi = cut_to<std::int32_t>(number(7)),
+          .idle = cut_to<std::uint32_t>(number(kIdleColumn)),
+          .tx_seq = cut_to<std::uint32_t>(number(9)),
+          .rx_seq = cut_to<std::uint32_t>(number(10))};
 }
 
 /// A station that could be refused.
@@ -83,25 +81,26 @@ void fetch_ahead(Ap& ap, std::span<const Candidate> candidates) {
   for (const Candidate& candidate : candidates) {
     ap.db.fetch_ahead(alternatives(candidate));
   }
-  std::vector<const std::string*> servable;  // MACs
   for (const Candidate& candidate : candidates) {
     if (ap.db.peek(alternatives(candidate)).count() > 0) {
-      servable.push_back(&candidate.client.mac);
       ap.db.fetch_ahead(block_exists_query(candidate.client.mac));
     }
   }
-  for (const std::string* mac : servable) {
-    if (ap.db.peek(block_exists_query(*mac)).count() == 0) {
-      ap.db.fetch_ahead(block_add_query(*mac));
+  for (const Candidate& candidate : candidates) {
+    const Rows& blocks = ap.db.peek(block_exists_query(candidate.client.mac));
+    if (blocks && blocks.count() == 0) {
+      ap.db.fetch_ahead(block_add_query(candidate.client.mac));
     }
   }
 }
 
-/// Refuses the station if another AP would serve it and no AP refuses it yet; `lines` tells.
+/// Refuses the station, with a line, if another AP would serve it and no AP refuses it yet.
 void consider(Ap& ap, int ret, const Candidate& candidate, NumberedLines& lines,
-              Findings::Candidate& found) {
+              Findings& findings) {
   const Step second(kSnrStage, "(2/2) ");
   const std::string& mac = candidate.client.mac;
+  Findings::Candidate& found = findings.candidates.emplace_back(
+      Findings::Candidate{mac, candidate.client.rssi, 0, Findings::Fate::no_neighbour});
   const SqlText ssid = get_profile_ssid_by_sn(ap.db, candidate.profile()).value_or(SqlText());
   Rows others = ap.db.ask_noting_none(alternatives_query(ap.sn, ssid, candidate));
   if (const std::optional<Row> loudest = others.next()) {
@@ -111,7 +110,7 @@ void consider(Ap& ap, int ret, const Candidate& candidate, NumberedLines& lines,
   bool is_refused = false;  // by any AP
   for (std::uint64_t i = 0; i < others.count() && lines.count() < ret; ++i) {
     if (is_refused && !is_tracing()) {
-      return;  // the looks at the table that remain would only tell the trace the same
+      return;  // the queries that remain would only repeat that in the trace
     }
     is_refused = ap_block_exists(ap.db, mac);
     if (!is_refused && ap_block_add(ap.db, ap.sn, candidate.client)) {
@@ -135,8 +134,8 @@ std::string ap_block_idle_rule(Ap& ap, int ret, Findings& found) {
             AP_CLIENT, ap.sn, limits::kIdle, ret));
   NumberedLines lines("kick");
   for (const Row& row : rows) {
-    const auto& [mac, idle] = found.kicks.emplace_back(
-        Findings::Kick{row.text(0).substr(0, kLongestText), row.number(kIdleColumn)});
+    const auto& [mac, idle] =
+        found.kicks.emplace_back(Findings::Kick{row.text(0), row.number(kIdleColumn)});
     ap.db.note(step, "%s has been idle for %d seconds", mac.c_str(), idle);
     lines.add(mac);
     ap.db.note(step, "@@ %s", lines.text().c_str());
@@ -155,18 +154,17 @@ std::string ap_block_snr_rule(Ap& ap, int ret, Findings& found) {
     candidates.push_back({read_client(row), row.number(kFiveGhzColumn) != 0});
   }
   NumberedLines lines("block");
-  std::size_t fetched = 0;
-  for (std::size_t i = 0; i < candidates.size() && lines.count() < ret; ++i) {
-    if (i == fetched) {  // no more than can still be refused: all of these will be considered
-      const auto room = static_cast<std::size_t>(ret - lines.count());
-      const std::size_t more = std::min({candidates.size() - i, room, kMostSentAhead});
-      fetch_ahead(ap, std::span<const Candidate>(candidates).subspan(i, more));
-      fetched += more;
+  std::span<const Candidate> rest = candidates;
+  while (!rest.empty() && lines.count() < ret) {
+    // No more than can still be refused: all of these will be considered.
+    const auto room = static_cast<std::size_t>(ret - lines.count());
+    const std::span<const Candidate> next =
+        rest.first(std::min({rest.size(), room, kMostSentAhead}));
+    fetch_ahead(ap, next);
+    for (const Candidate& candidate : next) {
+      consider(ap, ret, candidate, lines, found);
     }
-    const client_record& client = candidates[i].client;
-    consider(ap, ret, candidates[i], lines,
-             found.candidates.emplace_back(
-                 Findings::Candidate{client.mac, client.rssi, 0, Findings::Fate::no_neighbour}));
+    rest = rest.subspan(next.size());
   }
   return lines.text();
 }

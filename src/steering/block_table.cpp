@@ -5,7 +5,6 @@
 #include "control/command_file.h"
 #include "db/schema.h"
 #include "platform/shell.h"
-#include "platform/system_log.h"
 #include "trace/trace_log.h"
 
 namespace {
@@ -13,45 +12,11 @@ namespace {
 constexpr const char* kAdding = "ap_block_add";
 constexpr const char* kLifting = "ap_block_remove";
 
-/// The step mark of the lifting, which says who asked for it.
 std::string lifting_mark(int step, const char* caller) {
   return M("        (%d/2 callby:%s) ", step, caller);
 }
 
 }  // namespace
-
-Query client_amount_query(int sn) {
-  Query amount =
-      query(Step("get_ap_client_amount"), "SELECT COUNT(*) FROM `%s`.`AP_%03d`", AP_CLIENT, sn);
-  amount.may_lack_table = true;
-  return amount;
-}
-
-int get_ap_client_amount(Connection& db, int sn) {
-  const Query counted = client_amount_query(sn);
-  Rows rows = db.ask(counted);
-  const std::optional<Row> row = rows.next();
-  if (!row) {
-    return 0;
-  }
-  const int amount = row->number(0);
-  db.note(counted.step, "amount:%d", amount);
-  return amount;
-}
-
-void ap_block_count(Connection& db, const char* caller, int caller_line) {
-  if (!is_tracing()) {
-    return;
-  }
-  Rows rows = db.ask(untraced, "SELECT `mac`, `refer_ap_sn` FROM `%s`.`block`", AP_CLIENT);
-  const int count = static_cast<int>(rows.count());
-  int number = 0;
-  for (const Row& row : rows) {
-    db.note(Step("ap_block_count"),
-            "**BLOCK LIST** (%d/%d) callby=>%s:%d, client_mac:%s, block_ap:%s", ++number, count,
-            caller, caller_line, row.text(0).c_str(), row.text(1).c_str());
-  }
-}
 
 Query block_exists_query(const std::string& client_mac) {
   return query(Step("ap_block_exists"), "SELECT * FROM `%s`.`block` WHERE `mac`='%s'", AP_CLIENT,
@@ -85,18 +50,6 @@ bool ap_block_add(Connection& db, int sn, const client_record& client) {
   return true;
 }
 
-bool ap_release_rule(Ap& ap, int ssid_sn) {
-  const Step step("ap_release_rule", "        (1/1) ");
-  ap.look_up();
-  const Rows blocks =
-      ap.db.ask(step, "SELECT * FROM `%s`.`block` WHERE `ssid`=%d AND `refer_ap_sn`=%d", AP_CLIENT,
-                ssid_sn, ap.sn);
-  if (blocks && blocks.count() == 0) {
-    ap.db.note(step, "no matched");
-  }
-  return blocks.count() > 0;
-}
-
 void ap_block_remove_client(Ap& ap, const std::string& client_mac, const char* caller) {
   if (ap.db.open() && ap.look_up() != 0) {
     ap.db.run(Step(kLifting, lifting_mark(1, caller)),
@@ -122,17 +75,7 @@ void ap_block_remove(Ap& ap, Quiet quiet, const char* caller) {
   const bool is_run = my_system("%s", command.c_str()) >= 0;
   ap_debug_log({kLifting, ap.mac}, "%s%s", lifting_mark(2, caller).c_str(), command.c_str());
   if (!is_run) {
-    ap_debug_log({kLifting, ap.mac}, "the command could not be run, or died");
-    my_report_loss(
-        Loss::command, Remedy::none,
-        M("AP %s: command lost: %s could not be run, or died", ap.mac.c_str(), command.c_str()));
+    report_loss({kLifting, ap.mac}, Loss::command, Remedy::none,
+                "command lost: " + command + " could not be run, or died");
   }
-}
-
-void drop_ap_client_table(Ap& ap) {
-  if (!ap.db.open()) {
-    return;
-  }
-  ap.look_up();
-  ap.db.run(Step("drop_ap_client_table"), "DROP TABLE IF EXISTS `%s`.`AP_%03d`", AP_CLIENT, ap.sn);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+
 #include "steering/limits.h"
 
 // How many stations a crowded AP should pass on, from the station counts of the AP and of the
@@ -16,7 +18,11 @@ struct Demand {
   explicit Demand(int amount) : users(amount - limits::kClientQuota) {}
 
   /// Counts in a neighbour that serves `clients` stations.
-  void add_neighbour(int clients);
+  void add_neighbour(int clients) {
+    ++aps;
+    avail += std::max(0, limits::kClientQuota - clients);
+    diff += clients - limits::kClientQuota;
+  }
 
   /// Whether the neighbours have room for all that is too many.
   bool fits() const { return aps > 0 && users <= avail; }
@@ -24,12 +30,17 @@ struct Demand {
 
 /// The share of each AP, the crowded one among them, when the surplus is spread evenly.
 struct Share {
-  int avg;     // the quotient, truncated toward zero
-  bool whole;  // nothing remains of the division
-  int max;     // the quotient, one more when something remains
+  int avg;  // the quotient, truncated toward zero
+  int max;  // the same, or one more when something remains of the division
 };
 
-Share share_of(const Demand& demand);
+inline Share share_of(const Demand& demand) {
+  const int surplus = demand.users + demand.diff;
+  const int avg = surplus / (demand.aps + 1);
+  return {avg, surplus % (demand.aps + 1) == 0 ? avg : avg + 1};
+}
 
 /// How many stations to move; 0 or less for none.
-int stations_to_move(const Demand& demand);
+inline int stations_to_move(const Demand& demand) {
+  return demand.fits() ? demand.users : demand.users - share_of(demand).max;
+}

@@ -5,21 +5,57 @@
 #include "db/registry.h"
 #include "db/schema.h"
 #include "steering/block_stages.h"
-#include "steering/block_table.h"
 #include "steering/demand.h"
 #include "steering/limits.h"
+#include "trace/trace_log.h"
 
 namespace {
 
 constexpr const char* kOperation = "ap_load_balance_rule";
 
-/// With a single station nobody is in anybody's way.
+/// The number of stations with which no AP needs to refuse any.
 constexpr int kLoneClient = 1;
 
 /// Line markers under which the block table is traced at the start and at the end of a pass.
 /// Administrators' scripts know them.
 constexpr int kAtStart = 535;
 constexpr int kAtEnd = 560;
+
+/// Counts the stations in the client table of an AP.
+Query client_amount_query(int sn) {
+  Query amount =
+      query(Step("get_ap_client_amount"), "SELECT COUNT(*) FROM `%s`.`AP_%03d`", AP_CLIENT, sn);
+  amount.may_lack_table = true;
+  return amount;
+}
+
+/// The number of stations; 0 when the AP has no client table.
+int get_ap_client_amount(Connection& db, int sn) {
+  const Query counted = client_amount_query(sn);
+  Rows rows = db.ask(counted);
+  const std::optional<Row> row = rows.next();
+  const int amount = row ? row->number(0) : 0;
+  if (row) {
+    db.note(counted.step, "amount:%d", amount);
+  }
+  return amount;
+}
+
+/// Writes the whole block table to the trace, under a line marker. While tracing is off it is not
+/// read.
+void ap_block_count(Connection& db, int line_marker) {
+  if (!is_tracing()) {
+    return;
+  }
+  Rows rows = db.ask(untraced, "SELECT `mac`, `refer_ap_sn` FROM `%s`.`block`", AP_CLIENT);
+  const int count = static_cast<int>(rows.count());
+  int number = 0;
+  for (const Row& row : rows) {
+    db.note(Step("ap_block_count"),
+            "**BLOCK LIST** (%d/%d) callby=>%s:%d, client_mac:%s, block_ap:%s", ++number, count,
+            kOperation, line_marker, row.text(0).c_str(), row.text(1).c_str());
+  }
+}
 
 /// How many of the AP's `amount` stations to move to the managed APs that it hears.
 int get_available_demand(Ap& ap, int amount, Findings& found) {
@@ -42,7 +78,7 @@ int get_available_demand(Ap& ap, int amount, Findings& found) {
     const Share share = share_of(demand);
     ap.db.note(second, "avg:%d = (users:%d + diff:%d) / (aps:%d + 1)", share.avg, demand.users,
                demand.diff, demand.aps);
-    ap.db.note(second, "max:%d = %s", share.max, share.whole ? "avg" : "avg + 1");
+    ap.db.note(second, "max:%d = %s", share.max, share.max == share.avg ? "avg" : "avg + 1");
     ap.db.note(second, "ret:%d = users:%d - max:%d", ret, demand.users, share.max);
   }
   return ret;
@@ -59,25 +95,32 @@ std::string relieve(Ap& ap, int amount, Findings& found) {
   return kicks + ap_block_snr_rule(ap, ret, found);
 }
 
+/// Whether the AP refuses at least one station of an SSID profile.
+bool ap_release_rule(Ap& ap, int profile) {
+  const Step step("ap_release_rule", "        (1/1) ");
+  ap.look_up();
+  const Rows blocks =
+      ap.db.ask(step, "SELECT * FROM `%s`.`block` WHERE `ssid`=%d AND `refer_ap_sn`=%d", AP_CLIENT,
+                profile, ap.sn);
+  if (blocks && blocks.count() == 0) {
+    ap.db.note(step, "no matched");
+  }
+  return blocks.count() > 0;
+}
+
 /// Makes the query for who hears, or is heard on, an SSID.
 using HearingQuery = Query (*)(const Step& step, int sn, const std::string& ssid);
 
-/// The SSIDs that the AP broadcasts.
-std::vector<std::string> own_ssids(Ap& ap, const Step& step) {
-  Rows own = ap.db.ask_noting_none(query(
-      step, "SELECT `essid` FROM `%s`.`legal` WHERE `ap`=%d AND `refer_ap`=0", AP_CLIENT, ap.sn));
-  std::vector<std::string> ssids;
-  for (const Row& row : own) {
-    ssids.push_back(row.text(0));
-  }
-  return ssids;
-}
-
-/// One rule, under its name: the check for each SSID of the AP. Tells `found` which SSID is lost.
+/// Whether, for an SSID that the AP broadcasts, it holds blocks and the query finds nobody; `found`
+/// gets the SSID. The trace shows it as `operation`.
 bool check(Ap& ap, const char* operation, HearingQuery hearing_query, Findings& found) {
   const Step second(operation, "(2/2) ");
-  const std::vector<std::string> ssids = own_ssids(ap, Step(operation, "(1/2) "));
-  for (const std::string& ssid : ssids) {
+  Rows own = ap.db.ask_noting_none(
+      query(Step(operation, "(1/2) "),
+            "SELECT `essid` FROM `%s`.`legal` WHERE `ap`=%d AND `refer_ap`=0", AP_CLIENT, ap.sn));
+  std::vector<std::string> ssids;
+  for (const Row& row : own) {
+    const std::string& ssid = ssids.emplace_back(row.text(0));
     ap.db.fetch_ahead(profile_sn_query(ssid));
     ap.db.fetch_ahead(hearing_query(second, ap.sn, ssid));
   }
@@ -107,9 +150,9 @@ Query heard_by_itself(const Step& step, int sn, const std::string& ssid) {
                AP_CLIENT, sn, SqlText::escaped_or_empty(ssid), limits::kKeepSignal);
 }
 
-/// Whether the AP has to give up all its blocks, because the stations that it refuses may find nobody
-/// else: for one of its SSIDs it holds blocks, and no other AP hears it there (the SSID rule), or it
-/// hears nobody above -75 dBm itself (the signal rule).
+/// Whether all blocks of the AP must go, because stations that it refuses may find no other AP: for one
+/// of its SSIDs it holds blocks, and no other AP hears it there (the SSID rule), or it hears none above
+/// -75 dBm itself (the signal rule).
 bool must_release_all(Ap& ap, Findings& found) {
   found.is_heard_by_nobody = check(ap, "ap_release_ssid_rule", heard_by_others, found);
   if (found.is_heard_by_nobody) {
@@ -119,7 +162,7 @@ bool must_release_all(Ap& ap, Findings& found) {
   return check(ap, "ap_release_signal_rule", heard_by_itself, found);
 }
 
-/// The stages from the AP's station count to the lines, or to the finding that all blocks must go.
+/// The lines for an AP that serves `amount` stations; none when all its blocks must go.
 std::string balance(Ap& ap, int amount, Findings& found) {
   found.release_all = amount == kLoneClient;
   if (found.release_all) {
@@ -145,9 +188,9 @@ std::string ap_load_balance_rule(Ap& ap, Findings& found) {
   }
   ap.look_up();
   const int amount = get_ap_client_amount(ap.db, ap.sn);
-  ap_block_count(ap.db, kOperation, kAtStart);
+  ap_block_count(ap.db, kAtStart);
   found.amount = amount;
   std::string lines = balance(ap, amount, found);
-  ap_block_count(ap.db, kOperation, kAtEnd);
+  ap_block_count(ap.db, kAtEnd);
   return lines;
 }

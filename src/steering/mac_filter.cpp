@@ -1,10 +1,9 @@
 #include "steering/mac_filter.h"
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
+#include <optional>
 
-#include "platform/files.h"
+#include "ini/ini_file.h"
 #include "platform/settings.h"
 #include "trace/trace_log.h"
 #include "values/mac_address.h"
@@ -17,6 +16,7 @@ namespace {
 constexpr const char* kOperation = "ap_mac_filter_conf";
 constexpr std::size_t kLongestPiece = 254;
 constexpr std::size_t kGroup = 16;
+constexpr std::size_t kNoLimit = std::string::npos - 1;  // of the file's size
 
 /// Cuts the next piece off `text`, its line end included.
 std::string_view take_piece(std::string_view& text) {
@@ -28,16 +28,13 @@ std::string_view take_piece(std::string_view& text) {
 
 /// The addresses that the file names; none when it cannot be read.
 std::vector<std::string> filtered_addresses(const std::string& key) {
-  std::ifstream file;
-  if (isRegularFile(paths::kMacFilterList)) {
-    file.open(paths::kMacFilterList, std::ios::binary);
-  }
-  if (!file.is_open()) {
+  const std::optional<std::string> text =
+      read_regular_file(paths::kMacFilterList, kNoLimit, Links::follow);
+  if (!text) {
     ap_debug_log({kOperation, key}, "%s cannot be read", paths::kMacFilterList);
     return {};
   }
-  const std::string text{std::istreambuf_iterator<char>(file), {}};
-  MacFilter filter = read_mac_filter(text);
+  MacFilter filter = read_mac_filter(*text);
   for (const std::string& field : filter.refused) {
     ap_debug_log({kOperation, key}, "not an address: %s", field.c_str());
   }
@@ -60,10 +57,7 @@ MacFilter read_mac_filter(std::string_view text) {
 }
 
 std::string mac_filter_lines(int mode, const std::vector<std::string>& addresses) {
-  std::string lines = my_string("", "macFilterControl=%d\n", mode);
-  if (mode == 0) {
-    return lines;
-  }
+  std::string lines = M("macFilterControl=%d\n", mode);
   for (std::size_t first = 0; first < addresses.size(); first += kGroup) {
     std::string group;
     for (std::size_t i = first; i < std::min(first + kGroup, addresses.size()); ++i) {

@@ -61,3 +61,8 @@ void ap_debug_log(const TraceSite& site, const char* format, ...) {
     syslog(LOG_DEBUG, "[%s:%d] %s", site.operation, site.line, message.c_str());
   }
 }
+
+void report_loss(const TraceSite& site, Loss loss, Remedy remedy, const std::string& what) {
+  ap_debug_log(site, "%s", what.c_str());
+  my_report_loss(loss, remedy, M("AP %s: %s", site.key, what.c_str()));
+}

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "platform/system_log.h"
 #include "platform/text.h"
 
 // The trace log: what an administrator reads to see what was decided for an AP, and why.
@@ -36,3 +37,6 @@ bool is_tracing();
 /// stay, so a value that may hold one passes visible_text. A key that holds a slash names no file. Never
 /// fails: what cannot be written is dropped.
 void ap_debug_log(const TraceSite& site, const char* format, ...) AP_PRINTF(2, 3);
+
+/// Traces what an event has lost, and why, and reports it as a loss of the AP that is the site's key.
+void report_loss(const TraceSite& site, Loss loss, Remedy remedy, const std::string& what);

@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <set>
 #include <thread>
 
 #include "steering/auto_rf.h"
@@ -93,6 +94,7 @@ TEST_F(Steering, AllBlocksAreLiftedForALoneStationOrAnSsidOutOfHearing) {
       {"DELETE FROM AP_CLIENT.AP_001 LIMIT 3", false, 2},
       {"DELETE FROM AP_CLIENT.AP_001 LIMIT 5", true, 2},
       {"DROP TABLE AP_CLIENT.AP_001", false, 2}};
+  std::set<std::string> release_rule;
   for (const auto& [change, released, left] : cases) {
     SetUp();
     sql(change);
@@ -104,7 +106,16 @@ TEST_F(Steering, AllBlocksAreLiftedForALoneStationOrAnSsidOutOfHearing) {
     EXPECT_EQ(trace_of(kMac, "ap_load_balance_rule").size(), released ? 1U : 0U);
     EXPECT_EQ(trace_of(kMac, "get_available_demand").empty(),
               std::string(change).find("AP_001") != std::string::npos);
+    const Lines lines = trace_of(kMac, "ap_release_rule");
+    release_rule.insert(lines.begin(), lines.end());
   }
+  const std::string step = "        (1/1) ";
+  const std::string blocks_of = step + "SELECT * FROM `AP_CLIENT`.`block` WHERE `ssid`=";
+  EXPECT_EQ(release_rule, (std::set{blocks_of + "1 AND `refer_ap_sn`=1",
+                                    blocks_of + "2 AND `refer_ap_sn`=1", step + "no matched"}));
+  EXPECT_EQ(trace_of(kMac, "get_ap_client_amount"),
+            (Lines{"SELECT COUNT(*) FROM `AP_CLIENT`.`AP_001`",
+                   "failed: 1146 Table 'AP_CLIENT.AP_001' doesn't exist"}));
 }
 
 TEST_F(Steering, AQueryThatFailsIsNotTakenForNobodyHears) {
