@@ -9,6 +9,7 @@
 #include <set>
 
 #include "ini/ini_file.h"
+#include "known_settings.h"
 #include "platform/files.h"
 #include "platform/settings.h"
 #include "platform/text.h"
@@ -22,35 +23,8 @@ namespace {
 constexpr std::size_t kMostBytes = 1'048'576;
 constexpr const char* kMail = "mail";
 
-struct KnownSetting {
-  const char* section;
-  setting::Info info;
-};
-
-/// All settings of the program, then those that only this platform knows.
-const std::vector<KnownSetting>& known_settings() {
-  static const std::vector<KnownSetting> settings = [] {
-    std::vector<KnownSetting> all;
-    for (const setting::Info& info : setting::known_settings()) {
-      all.push_back({info.key == setting::kSystemPorts ? "named" : "settings", info});
-    }
-    const auto add_text = [&](const char* section, const char* key, const char* initial,
-                              const char* meaning) {
-      all.push_back({section, {key, key, setting::Unit::text, initial, meaning, meaning}});
-    };
-    add_text("controller", "default_profile_sn", "1", "SSID profiles of a new AP");
-    add_text("controller", "default_ap_wired", "1", "wired setting of a new AP");
-    add_text("check", "absent", "", "helper programs that this appliance lacks by design");
-    add_text(kMail, "field1", "", "sender of notice mails");
-    add_text(kMail, "field3", "", "first recipient of notice mails");
-    add_text(kMail, "field4", "", "second recipient of notice mails");
-    return all;
-  }();
-  return settings;
-}
-
-std::string meaning(const setting::Info& info, const std::string& value) {
-  if (setting::is_off(info.unit, value)) {
+std::string meaning(const KnownSetting& info, const std::string& value) {
+  if (info.off != nullptr && is_off(info.unit, value)) {
     return info.off;
   }
   const int mode = decimal_int(value);
@@ -72,7 +46,7 @@ bool is_known(const std::string& section, const std::string& key) {
   const auto& known = known_settings();
   return std::regex_match(section + " " + key, kOthers) ||
          std::any_of(known.begin(), known.end(), [&](const KnownSetting& setting) {
-           return section == setting.section && key == my_tolower(setting.info.key);
+           return section == setting.section && key == my_tolower(setting.key);
          });
 }
 
@@ -121,10 +95,9 @@ Findings check_file() {
 std::vector<Setting> effective_settings() {
   std::vector<Setting> settings;
   for (const KnownSetting& known : known_settings()) {
-    const auto& [section, info] = known;
-    const std::optional<std::string> text = store_text(section, info.key);
-    const std::string value = text.value_or(info.initial);
-    settings.push_back({section, info.key, text.has_value(), value, meaning(info, value)});
+    const std::optional<std::string> text = store_text(known.section, known.key);
+    const std::string value = text.value_or(known.initial);
+    settings.push_back({known.section, known.key, text.has_value(), value, meaning(known, value)});
   }
   return settings;
 }
@@ -140,16 +113,16 @@ Findings check_settings(const std::vector<Setting>& settings) {
   Findings findings = check_file();
   for (std::size_t i = 0; i < settings.size(); ++i) {
     const Setting& setting = settings[i];
-    const setting::Info& info = known_settings()[i].info;
+    const KnownSetting& info = known_settings()[i];
     add(findings,
         amiss(
-            {{setting::is_number(info.unit) && !std::regex_match(setting.value, kNumber),
+            {{is_number(info.unit) && !std::regex_match(setting.value, kNumber),
               {Severity::warning, "setting-no-number",
                "[" + setting.section + "] " + setting.key + " = " + setting.value +
                    " is no number and counts as " + std::to_string(decimal_int(setting.value)) +
                    ".",
                "Give it a number in " + file + "."}},
-             {info.unit == setting::Unit::priority && !setting.set && is_used(info.key),
+             {info.unit == Unit::priority && !setting.set && is_used(info.key),
               {Severity::note, "log-priority-unset",
                "Setting " + setting.key + " (" + info.name +
                    ") is not set, so its messages are emergencies, which system logs show on every "

@@ -16,45 +16,40 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// With what a child begins: its descriptors, signals and session.
-class Beginning {
- public:
-  /// `input`: the descriptor that becomes its standard input.
-  explicit Beginning(int input) {
-    posix_spawn_file_actions_init(&actions_);
-    posix_spawn_file_actions_adddup2(&actions_, input, STDIN_FILENO);
-    for (const int output : {STDOUT_FILENO, STDERR_FILENO}) {
-      posix_spawn_file_actions_addopen(&actions_, output, "/dev/null", O_WRONLY, 0);
-    }
-    posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
+/// A child's descriptors, signals and session.
+struct ChildSetup {
+  posix_spawn_file_actions_t actions{};
+  posix_spawnattr_t attributes{};
 
-    posix_spawnattr_init(&attributes_);
+  /// `input`: the descriptor that becomes its standard input.
+  explicit ChildSetup(int input) {
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
+    for (const int output : {STDOUT_FILENO, STDERR_FILENO}) {
+      posix_spawn_file_actions_addopen(&actions, output, "/dev/null", O_WRONLY, 0);
+    }
+    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
+
+    posix_spawnattr_init(&attributes);
     sigset_t signals;
     sigfillset(&signals);
-    posix_spawnattr_setsigdefault(&attributes_, &signals);
+    posix_spawnattr_setsigdefault(&attributes, &signals);
     sigemptyset(&signals);
-    posix_spawnattr_setsigmask(&attributes_, &signals);
+    posix_spawnattr_setsigmask(&attributes, &signals);
     posix_spawnattr_setflags(
-        &attributes_,
+        &attributes,
         static_cast<short>(POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSID));
   }
-  ~Beginning() {
-    posix_spawn_file_actions_destroy(&actions_);
-    posix_spawnattr_destroy(&attributes_);
+  ~ChildSetup() {
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
   }
-  Beginning(const Beginning&) = delete;
-  Beginning& operator=(const Beginning&) = delete;
-
-  const posix_spawn_file_actions_t* actions() const { return &actions_; }
-  const posix_spawnattr_t* attributes() const { return &attributes_; }
-
- private:
-  posix_spawn_file_actions_t actions_{};
-  posix_spawnattr_t attributes_{};
+  ChildSetup(const ChildSetup&) = delete;
+  ChildSetup& operator=(const ChildSetup&) = delete;
 };
 
-/// A descriptor from which `input` is read; negative when there is none to be had. An unnamed file,
-/// not a pipe: the child may be slow or may not read at all.
+/// A descriptor from which `input` is read; negative on failure. An unnamed file, not a pipe: the
+/// child may be slow or may not read at all.
 int open_input(const std::string& input) {
   if (input.empty()) {
     return open("/dev/null", O_RDONLY | O_CLOEXEC);
@@ -72,8 +67,7 @@ int wait_for(pid_t child, ChildLimit limit) {
   constexpr std::chrono::milliseconds kPause{5};
   const Clock::time_point end = Clock::now() + limit;
   bool is_killed = false;
-  // A child that has ended is found by asking again: a hook waits for one child at a time and
-  // rarely with a limit, so a signal or a descriptor for it would cost more than it gives.
+  // Polling is enough: a hook waits for one child at a time, and rarely with a limit.
   for (;;) {
     int status = 0;
     const pid_t ended = waitpid(child, &status, limit == kNoLimit || is_killed ? 0 : WNOHANG);
@@ -108,9 +102,9 @@ int run_child(const std::vector<std::string>& words, const std::string& input, C
   if (input_file < 0) {
     return -1;
   }
-  const Beginning beginning(input_file);
+  const ChildSetup setup(input_file);
   pid_t child = 0;
-  const int error = posix_spawn(&child, arguments[0], beginning.actions(), beginning.attributes(),
+  const int error = posix_spawn(&child, arguments[0], &setup.actions, &setup.attributes,
                                 arguments.data(), environ);
   close(input_file);
   return error == 0 ? wait_for(child, limit) : -1;

@@ -14,9 +14,8 @@
 
 namespace {
 
-/// This platform has no controller to talk to: a call is one line of a log file, in one write, so
-/// that lines of several processes stay whole. A line that cannot be
-/// written is reported as a loss.
+/// This platform has no controller: a call is one line of a log file, in one write, so that lines of
+/// several processes stay whole. A line that cannot be written is reported as a loss.
 void record_call(const std::string& line) {
   my_mysql_settle();  // a real controller would look at what has just been written
   const std::string whole = line + "\n";

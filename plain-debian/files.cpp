@@ -33,7 +33,7 @@ bool isRegularFile(const std::string& path) {
   if (stat(path.c_str(), &info) == 0) {
     return S_ISREG(info.st_mode);
   }
-  // Whoever asks takes what cannot be seen for missing.
+  // The caller takes it for missing.
   if (errno != ENOENT && errno != ENOTDIR && errno != ENAMETOOLONG && errno != ELOOP) {
     my_report_loss(Loss::file, Remedy::none,
                    M("%s cannot be looked at: %s", path.c_str(), std::strerror(errno)));
@@ -47,8 +47,7 @@ bool isDirectory(const std::string& path) {
 }
 
 std::int64_t my_file_create_time(const std::string& path) {
-  // The time of the last change, not of the file's birth: a stale lock that is taken again is
-  // truncated, not made anew, and has to count from then on.
+  // Not the time of its creation: taking a stale lock only truncates the file, and makes it young.
   struct stat info {};
   return stat(path.c_str(), &info) == 0 ? static_cast<std::int64_t>(info.st_mtim.tv_sec) : -1;
 }

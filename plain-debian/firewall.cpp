@@ -9,13 +9,13 @@
 
 namespace {
 
-constexpr int kRunTextBehindArrow = 4;  // the only mode that the system uses
+constexpr int kRunTextAfterArrow = 4;  // the only mode that the system uses
 constexpr std::string_view kArrow = "=> ";
 
-/// The exit status of iptables for "another one is at work", which it says at once. Then it is
-/// tried again: in a firmware round many APs are let in at the same moment.
+/// The exit status of iptables, without waiting, while another is at work. It is tried again: in a
+/// firmware round many APs are let in at the same moment.
 constexpr int kBusy = 4;
-constexpr int kMostPauses = 20;  // in all that a process does
+constexpr int kMostPauses = 20;  // per process
 constexpr std::chrono::milliseconds kPause{100};
 
 int run_firewall(const std::vector<std::string>& words) {
@@ -36,7 +36,7 @@ int my_iptables(int mode, const char* format, ...) {
   va_start(values, format);
   const std::optional<std::string> text = my_format(format, values);
   va_end(values);
-  if (mode != kRunTextBehindArrow || !text) {
+  if (mode != kRunTextAfterArrow || !text) {
     return -1;
   }
   const std::size_t arrow = text->find(kArrow);

@@ -80,12 +80,12 @@ std::string header_text(std::string_view text) {
   return value;
 }
 
-/// An address as it may stand in a header: everything from the first line end on is dropped.
+/// An address for a header: without everything from the first line end on.
 std::string address(const std::string& text) {
   return text.substr(0, text.find_first_of("\r\n"));
 }
 
-/// The lines of a text as a mail program takes them: it makes the line ends of the transport itself.
+/// `text` with line feeds for line ends: the mail program makes those of the transport itself.
 std::string with_line_feeds(std::string text) {
   for (std::size_t at = text.find("\r\n"); at != std::string::npos; at = text.find("\r\n", at)) {
     text.erase(at, 1);

@@ -17,8 +17,6 @@ std::optional<PortRecord> interface_read_shm(int port) {
 }
 
 std::optional<std::string> my_cgi_encrypt_BigEndian(std::string_view text) {
-  // No cipher: the bytes as hexadecimal digits, the high half of each byte first. An appliance
-  // whose receivers expect an enciphered body links a platform library of its own.
   std::string body;
   body.reserve(text.size() * 2);
   for (const char byte : text) {

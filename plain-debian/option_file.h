@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-// What has to be known of the option file of the database before the client library reads it.
+// What must be known of the database's option file before the client library reads it.
 
 /// A server of the list in `host=a:3306,b:3306`.
 struct DatabaseHost {
@@ -11,10 +11,9 @@ struct DatabaseHost {
   unsigned int port = 0;  // 0: as the option file has it
 };
 
-/// The servers to try, in this order. Where the option file names several, these; else a single one
-/// without a name. A list in a file that the option file includes counts as one name.
+/// The servers to try, in this order: those that the option file lists; without a list a single one
+/// without a name. A list in an included file counts as one name.
 std::vector<DatabaseHost> database_hosts();
 
-/// Whether the option file may ask for TLS: an option whose name or value speaks of it, or another
-/// file that is read as well.
+/// Whether the option file may ask for TLS: a line contains "ssl" or "tls", or includes another file.
 bool may_ask_for_tls();

@@ -5,6 +5,7 @@
 
 #include "child.h"
 #include "platform/database.h"
+#include "values/shell_word.h"
 
 namespace {
 
@@ -13,14 +14,10 @@ namespace {
 std::optional<std::string> emptied_file(const std::string& line) {
   constexpr std::string_view kRedirection = "> ";
   const std::string file = line.starts_with(kRedirection) ? line.substr(kRedirection.size()) : "";
-  const bool is_plain = file.find_first_not_of(
-                            "ABCDEFGHIJKLMNOPQRSTUVWXYZ"
-                            "abcdefghijklmnopqrstuvwxyz"
-                            "0123456789._:/+@%=,-") == std::string::npos;
-  return is_plain && !file.empty() ? std::optional(file) : std::nullopt;
+  return !file.empty() && shell_word(file) == file ? std::optional(file) : std::nullopt;
 }
 
-/// Does as the shell does, and returns the status with which it would end.
+/// Does what the shell would do, and returns its exit status.
 int empty_file(const std::string& file) {
   my_mysql_settle();
   constexpr int kShellFailure = 2;
@@ -39,7 +36,7 @@ int my_system(const char* format, ...) {
   if (!line) {
     return -1;
   }
-  // Every event takes its lock so: a shell for it would cost more than the start of the hook.
+  // Each report takes its lock in this way; a shell for it would cost more than starting the hook.
   if (const std::optional<std::string> file = emptied_file(*line)) {
     return empty_file(*file);
   }

@@ -1,7 +1,6 @@
 #include "db/statement.h"
 
 #include <algorithm>
-#include <charconv>
 
 #include "platform/database.h"
 
@@ -15,19 +14,14 @@ namespace sql_form {
 namespace {
 
 void append_number(std::string& text, const Argument& value, const FormatPlace& place) {
-  std::array<char, 24> digits{};
-  char* const end = digits.data() + digits.size();
-  const std::to_chars_result result =
-      value.kind == Kind::signed_number
-          ? std::to_chars(digits.data(), end, static_cast<std::int64_t>(value.number))
-          : std::to_chars(digits.data(), end, value.number);
-  std::string_view number(digits.data(), static_cast<std::size_t>(result.ptr - digits.data()));
-  const std::size_t missing = place.width - std::min(place.width, number.size());
-  if (place.zero_filled && number.front() == '-') {
-    text += '-';
-    number.remove_prefix(1);
+  std::string digits = value.kind == Kind::signed_number
+                           ? std::to_string(static_cast<std::int64_t>(value.number))
+                           : std::to_string(value.number);
+  if (digits.size() < place.width) {
+    const std::size_t sign = place.zero_filled && digits.front() == '-' ? 1 : 0;
+    digits.insert(sign, place.width - digits.size(), place.zero_filled ? '0' : ' ');
   }
-  text.append(missing, place.zero_filled ? '0' : ' ').append(number);
+  text += digits;
 }
 
 /// Appends a value; whether it could be.

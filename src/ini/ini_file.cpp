@@ -8,9 +8,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -103,25 +103,19 @@ class Loader {
 
 /// The complaint with our names for the file and its lines: "in <loaded> (3)" becomes "in <name>
 /// (103)" when `lines_before` are in earlier pieces.
-std::string translated(const std::string& complaint, const std::string& loaded,
-                       const std::string& name, long lines_before) {
-  const std::size_t at = complaint.find(loaded);
-  if (at == std::string::npos) {
-    return complaint.empty() ? name + " cannot be parsed" : complaint;
+std::string translated(std::string complaint, const std::string& loaded, const std::string& name,
+                       long lines_before) {
+  if (const std::size_t at = complaint.find(loaded); at != std::string::npos) {
+    std::string rest = complaint.substr(at + loaded.size());
+    if (rest.starts_with(" (")) {
+      char* end = nullptr;
+      const long line = std::strtol(rest.c_str() + 2, &end, 10);
+      rest = " (" + std::to_string(line + lines_before) + end;
+    }
+    complaint = complaint.substr(0, at) + name + rest;
   }
-  std::string text = complaint.substr(0, at) + name;
-  std::string rest = complaint.substr(at + loaded.size());
-  long line = 0;
-  if (rest.starts_with(" (")) {
-    const char* const last = rest.data() + rest.size();
-    const char* const end = std::from_chars(rest.data() + 2, last, line).ptr;
-    rest = " (" + std::to_string(line + lines_before) + std::string(end, last);
-  }
-  text += rest;
-  while (text.ends_with('\n')) {
-    text.pop_back();
-  }
-  return text;
+  complaint.erase(complaint.find_last_not_of('\n') + 1);
+  return complaint.empty() ? name + " cannot be parsed" : complaint;
 }
 
 }  // namespace

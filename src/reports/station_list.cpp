@@ -45,8 +45,7 @@ Query known_query(const Ap& ap, const client_record& client) {
 // station, AP and SSID.
 
 bool connection_log_is_on() {
-  return RI(setting::kClientLog) != 0 &&
-         !setting::is_off(setting::Unit::address, RS(setting::kLogAddress));
+  return RI(setting::kClientLog) != 0 && !setting::is_unset_address(RS(setting::kLogAddress));
 }
 
 Query ssid_query(std::uint32_t profile) {

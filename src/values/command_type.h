@@ -1,7 +1,7 @@
 #pragma once
 
-/// What the controller has the program do, and the program an AP: the first argument of `ap-command`
-/// and the `type` line of a command file. Numbers 0, 6 and 7 mean nothing.
+/// A command to the program, the first argument of `ap-command`, or to an AP, the `type` line of a
+/// command file. Numbers 0, 6 and 7 mean nothing.
 enum class CommandType {
   report = 1,       // store a report and answer it
   reboot = 2,       // reboot the AP

@@ -13,8 +13,8 @@ inline std::int64_t decimal(std::string_view text) {
   return std::strtoll(std::string(text).c_str(), nullptr, 10);
 }
 
-/// The low bits of `value` that fit into `Narrow`: where a record's field is narrower than the
-/// number read for it, the number wraps.
+/// The low bits of `value` that fit into `Narrow`: a number that is too large for a record's field
+/// wraps.
 template <typename Narrow, typename Wide>
 constexpr Narrow cut_to(Wide value) {
   return static_cast<Narrow>(value);

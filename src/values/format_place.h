@@ -3,8 +3,7 @@
 #include <cstddef>
 #include <string_view>
 
-// The places in a printf-like literal, for statements and command lines, which check theirs while
-// compiling.
+// The places in a printf-like literal. Statements and command lines check theirs at compile time.
 
 struct FormatPlace {
   char conversion = '\0';  // 's', 'd', ...; NUL for a "%" that ends the literal

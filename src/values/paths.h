@@ -1,11 +1,11 @@
 #pragma once
 
-// The paths that more than one file knows: the program, ap-check and the lab. A path that is part of
-// a command line stands there, to be found with grep.
+// The paths that more than one file uses: the program, ap-check and the lab. A path in a command line
+// is written there, to be found with grep.
 
 namespace paths {
 
-/// The slots of commands for APs, which the controller fetches.
+/// Command files for APs, which the controller fetches.
 inline constexpr const char* kCommands = "/database/ap/command";
 /// A file for each AP whose trace is kept. The directory itself turns tracing on.
 inline constexpr const char* kTraces = "/database/ap/debug";
@@ -23,7 +23,7 @@ inline constexpr const char* kReports = "/database/ap/reports";
 inline constexpr const char* kSupport = "/database/ap/support";
 /// What APs may download.
 inline constexpr const char* kDownloads = "/var/ap_update";
-/// A marker for each AP whose leave mobile users were told of.
+/// A marker for each AP whose leave was announced to mobile users.
 inline constexpr const char* kNotices = "/var/log/notice";
 /// Configurations for APs.
 inline constexpr const char* kSyncFiles = "/var/tmp/sync";

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <string>
-#include <vector>
+#include <string_view>
 
 // The settings that the program asks the appliance for, by number (RI, RS) or by name
-// (RETURN_DEF_INT). What each means is told by known_settings().
+// (RETURN_DEF_INT). Names, units, defaults and meanings are in admin/known_settings.cpp.
 
 namespace setting {
 
@@ -20,27 +19,12 @@ inline constexpr int kClientLogPriority = 126;
 inline constexpr int kMacFilter = 135;
 inline constexpr const char* kSystemPorts = "SYSTEM_PORT_NUM";
 
-/// The mode of the MAC filter in which the filter alone says who may be where.
+/// The mode of the MAC filter in which only the filter decides which AP a station may use.
 inline constexpr int kMacFilterAlone = 1;
 
-enum class Unit { on_off, mode, port_number, priority, count, address, text };
-
-struct Info {
-  std::string key;      // the number or the name
-  const char* name;     // what the manual calls it
-  Unit unit;            // priority: facility * 8 + severity
-  const char* initial;  // what holds when it is not set
-  const char* meaning;  // of a value that is not off
-  const char* off;      // meaning of a value that is
-};
-
-/// Every setting that the program uses: the numbered ones in their order, then the named one.
-const std::vector<Info>& known_settings();
-
-/// Whether settings of this unit are numbers.
-bool is_number(Unit unit);
-
-/// Whether `value`, as the appliance stores it, is off: 0, no text, an address of zeros only.
-bool is_off(Unit unit, const std::string& value);
+/// Whether an address, as the appliance stores it, is unset: all zeros.
+inline bool is_unset_address(std::string_view address) {
+  return address == "0.0.0.0" || address == "0000:0000:0000:0000:0000:0000:0000:0000";
+}
 
 }  // namespace setting

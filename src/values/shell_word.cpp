@@ -5,7 +5,7 @@ namespace {
 constexpr std::string_view kHarmless =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._:/+@%=,-";
 
-/// What the shell does not take as it is between double quotes.
+/// What has a meaning to the shell between double quotes.
 constexpr std::string_view kActiveInQuotes = "\\\"$`";
 
 }  // namespace

@@ -4,10 +4,10 @@
 #include <string_view>
 #include <vector>
 
-// Taking texts apart. The pieces are views of the text that was given.
+// The results are views of the given text.
 
-/// The fields of `text` between separators, at most `most` of them: the last of so many takes the
-/// rest, separators included. A text without a separator is one field, also the empty one.
+/// The fields of `text` between separators, at most `most` of them: the last one then takes the rest,
+/// separators included. A text without a separator, even an empty one, is one field.
 std::vector<std::string_view> str_split(std::string_view text, char separator, std::size_t most);
 
 /// The first word of `text`, between blanks (space, tab, line ends and the like); empty when there

@@ -10,16 +10,14 @@ constexpr std::string_view kHexDigits = "0123456789ABCDEF";
 constexpr unsigned char kFirstPrintable = 0x20;
 constexpr unsigned char kDelete = 0x7F;
 
-enum class LineFeeds { stay, shown };
-
-std::string visible(std::string_view text, LineFeeds line_feeds) {
+/// `text` with control bytes shown, but for those in `kept`.
+std::string visible(std::string_view text, std::string_view kept) {
   std::string shown;
   shown.reserve(text.size());
   for (const char letter : text) {
     const auto byte = static_cast<unsigned char>(letter);
-    const bool stays =
-        letter == '\n' ? line_feeds == LineFeeds::stay : byte >= kFirstPrintable && byte != kDelete;
-    if (stays) {
+    const bool is_control = byte < kFirstPrintable || byte == kDelete;
+    if (!is_control || kept.find(letter) != std::string_view::npos) {
       shown += letter;
     } else {
       shown.append("\\x").append(1, kHexDigits[byte / 16]).append(1, kHexDigits[byte % 16]);
@@ -37,8 +35,9 @@ bool is_control(std::string_view letter) {
 struct Lead {
   unsigned char first, last;  // range of first bytes
   std::size_t length;
-  unsigned char second_from, second_to;  // range of second bytes; narrower than 80 to BF where that
-                                         // keeps overlong forms, surrogates and 110000 on out
+  unsigned char second_from,
+      second_to;  // range of second bytes, without overlong forms, surrogates
+                  // and what is beyond 10FFFF
 };
 
 constexpr Lead kLeads[] = {
@@ -49,11 +48,11 @@ constexpr Lead kLeads[] = {
 }  // namespace
 
 std::string visible_text(std::string_view text) {
-  return visible(text, LineFeeds::shown);
+  return visible(text, "");
 }
 
 std::string visible_lines(std::string_view text) {
-  return visible(text, LineFeeds::stay);
+  return visible(text, "\n");
 }
 
 std::string printable_text(std::string_view text) {
