@@ -106,11 +106,12 @@ class HostList : public HookTest {
         {"mariadbd", "--defaults-file=/source/lab/database.cnf", "--datadir=/tmp/second",
          "--socket=/tmp/second.socket", "--pid-file=/tmp/second.pid", "--skip-networking=0",
          "--bind-address=127.0.0.1", "--port=4003", "--read-only", "--skip-grant-tables",
-         "--log-error=/tmp/second.log"},
+         "--log-error=/tmp/second.log", "--binlog-format=ROW", "--wsrep-on=ON",
+         "--wsrep-provider=/usr/lib/galera/libgalera_smm.so", "--wsrep-cluster-address=gcomm://"},
         {}});
     sql("CREATE OR REPLACE USER hook@'%' IDENTIFIED BY 'hook'");
     sql("GRANT ALL ON *.* TO hook@'%'");
-    EXPECT_TRUE(eventually([] { return exists("/tmp/second.pid"); }));
+    EXPECT_TRUE(eventually([] { return exists("/tmp/second.socket") && at_second("DO 1"); }));
   }
   ~HostList() override {
     sql("DROP USER hook@'%'");
@@ -122,12 +123,21 @@ class HostList : public HookTest {
     close(silent_);
   }
 
+  /// Whether the second server, which is a group of its own, runs these statements.
+  static bool at_second(const std::string& statements) {
+    return kit::run({"mariadb", "--socket=/tmp/second.socket", "-e", statements}).status == 0;
+  }
+
+  static void name_servers(const std::string& list) {
+    write_file("/etc/ap-run/database.cnf",
+               "[client]\nprotocol=tcp\nuser=hook\npassword=hook\nhost = " + list + "\n");
+  }
+
   /// Whether a hook with this list registers a new AP, and after how many seconds it ends.
   static std::pair<bool, double> registers(const std::string& list) {
     sql("DELETE FROM AP_INFO.ap_list");
     std::filesystem::remove(slot_of(kMac));
-    write_file("/etc/ap-run/database.cnf",
-               "[client]\nprotocol=tcp\nuser=hook\npassword=hook\nhost = " + list + "\n");
+    name_servers(list);
     const kit::Stopwatch watch;
     EXPECT_EQ(run_hook({"ap-command", "1", deliver_report("[00]\n"), kAddress, kMac}), 0);
     return {sql_value("SELECT COUNT(*) FROM AP_INFO.ap_list") == "1", watch.ms() / 1000};
@@ -141,6 +151,7 @@ TEST_F(HostList, LeadsToTheFirstServerThatIsReady) {
   const std::string closed = "127.0.0.1:4001";
   const std::string silent = "127.0.0.1:4002";
   const std::string read_only = "127.0.0.1:4003";
+  const std::string& minority = read_only;
   const std::string good = "127.0.0.1:4004";
   const auto expect = [&](const std::string& list, bool is_registered, double from, double to) {
     const auto [registered, time] = registers(list);
@@ -158,6 +169,27 @@ TEST_F(HostList, LeadsToTheFirstServerThatIsReady) {
   EXPECT_NE(content("/recorded/syslog").find("(1290: The server 127.0.0.1 is read-only)"),
             std::string::npos)
       << content("/recorded/syslog");
+
+  // As a node that has lost the others: it lets clients in, and answers SELECT 1, but no table.
+  const std::string leave = "SET GLOBAL wsrep_reject_queries=ALL";
+  EXPECT_TRUE(at_second("SET GLOBAL read_only=OFF; " + leave));
+  expect(minority + "," + good, true, 0, 0.7);
+  expect(closed + "," + minority, false, 0, 0.7);
+  EXPECT_NE(content("/recorded/syslog").find("cannot be reached (1047: "), std::string::npos);
+  // It leaves while a hook waits for one of its tables: what comes next is stored on the next server.
+  const std::string known = "REPLACE INTO AP_INFO.ap_list SET SN=7, Status=1, MAC='" + kMac + "'";
+  sql(known);
+  EXPECT_TRUE(at_second("SET GLOBAL wsrep_reject_queries=NONE; " + known));
+  std::thread leaving(at_second, "LOCK TABLES AP_CLIENT.legal WRITE; DO SLEEP(1); " + leave);
+  std::this_thread::sleep_for(milliseconds(500));
+  name_servers(minority + "," + good);
+  std::filesystem::remove(slot_of(kMac));
+  EXPECT_EQ(run_hook({"ap-command", "1", deliver_report("[00]\n"), kAddress, kMac}), 0);
+  leaving.join();
+  EXPECT_NE(content("/recorded/syslog").find("refused (1047: "), std::string::npos);
+  EXPECT_EQ(sql_value("SELECT COUNT(*) FROM AP_CLIENT.AP_007"), "0") << "the table has been made";
+  EXPECT_TRUE(at_second("SET GLOBAL read_only=ON, GLOBAL wsrep_reject_queries=NONE"));
+
   NEEDS_NAMESPACES("proot lets a stopped process run on");
   kill(second_->id(), SIGSTOP);
   expect(read_only + ",[::1]:4004," + good, true, 0.9, 2);
