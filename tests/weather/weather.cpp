@@ -754,16 +754,21 @@ TEST_F(Weather, SharedRadiosTakeAtMostTwiceAsLong) {
   if (!is_whole()) {
     GTEST_SKIP() << "takes longer; ./check --weather tries it";
   }
-  const double different = crowd_with_radios(false);
-  const double shared = crowd_with_radios(true);
+  std::vector<double> ratios;
+  for (int pair = 0; pair < 3; ++pair) {  // another load of the machine in between spoils one
+    const double different = crowd_with_radios(false);
+    const double shared = crowd_with_radios(true);
+    std::printf("the same foreign radios: %.1f s, different ones: %.1f s\n", shared, different);
+    ratios.push_back(shared / different);
+  }
   EXPECT_EQ(sql_value(M("SELECT COUNT(*) FROM AP_CLIENT.illegal i WHERE %d = (SELECT COUNT(*) FROM "
                         "AP_INFO.ap_list WHERE FIND_IN_SET(SN, i.ap_sn)) AND %d = "
                         "LENGTH(ap_sn) - LENGTH(REPLACE(ap_sn, ',', ''))",
                         crowd(), crowd() - 1)),
             "302")
       << "radios whose list names every AP once";
-  std::printf("the same foreign radios: %.1f s, different ones: %.1f s\n", shared, different);
-  EXPECT_LT(shared, 2 * different);
+  std::sort(ratios.begin(), ratios.end());
+  EXPECT_LT(ratios[1], 2);
 }
 
 std::string numbered(int count, const std::function<std::string(int)>& section) {
