@@ -113,7 +113,8 @@ TEST_F(Database, AFailureStandsBelowItsStatement) {
   trace_on(kMac);
   TestConnection db;
   db.run(Step("one"), "INSERT INTO AP_INFO.nowhere VALUES ('%s')", "x");
-  EXPECT_FALSE(db.ask(Step("two", "(1/2) "), "SELECT nothing FROM AP_INFO.ap_list"));
+  EXPECT_FALSE(
+      db.ask_noting_none(query(Step("two", "(1/2) "), "SELECT nothing FROM AP_INFO.ap_list")));
   db.run(untraced, "DROP TABLE AP_INFO.nowhere");
   db.run(Step("three"), "UPDATE AP_INFO.ap_list SET Name='%s'", AsReceived{"it's"});
   const std::string missing = "failed: 1146 Table 'AP_INFO.nowhere' doesn't exist";

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <filesystem>
 #include <regex>
 
 #include "support/appliance.h"
@@ -63,6 +64,20 @@ TEST_F(Entry, AMacThatIsNoneEndsAfterTheTraceLines) {
   EXPECT_TRUE(exists("/database/ap/precious"));
   EXPECT_EQ(names_in("/database/ap/command"), Lines{});
   EXPECT_EQ(names_in("/database/ap/lock"), Lines{});
+}
+
+TEST_F(Entry, AJoinRemovesWhatDeadWritersHaveLeft) {
+  const std::string commands = "/database/ap/command/";
+  const std::string alive = "." + std::to_string(getpid());
+  for (const std::string& name : {std::string(".99999998"), std::string(".99999999"), alive}) {
+    write_file(commands + name, "");
+    set_age(commands + name, std::chrono::seconds(name == ".99999999" ? 0 : 90));
+  }
+  EXPECT_EQ(run_hook({"ap-up", kAddress, kMac}), 0);
+  for (const std::string& name : {alive, std::string(".99999999")}) {
+    EXPECT_TRUE(std::filesystem::remove(commands + name)) << name;
+  }
+  EXPECT_FALSE(exists(commands + ".99999998"));
 }
 
 TEST_F(Entry, JoiningAndLeavingLiftTheLock) {

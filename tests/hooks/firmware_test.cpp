@@ -105,6 +105,13 @@ TEST_F(Firmware, ABusyFirewallIsAskedAgain) {
   EXPECT_EQ(hook.finish().status, 0);
   EXPECT_GT(calls_of("iptables").size(), 4U);
   EXPECT_EQ(offer_of("ap-2.1.bin"), offer("3", kImage, kAddress));
+  set_ap("IP='" + kAddress + "'");
+  write_file("/recorded/iptables.behaviour", "exit 1\n");
+  EXPECT_EQ(run_hook(kBringImage), 0);
+  fs::remove("/recorded/iptables.behaviour");
+  EXPECT_TRUE(eventually([] {
+    return content("/recorded/syslog").find(" -j ACCEPT\" ended with 1\n") != std::string::npos;
+  }));
 }
 
 TEST_F(Firmware, AnotherApGetsItsImageThroughTheToolAndAfterThatItsSyncFile) {

@@ -198,11 +198,15 @@ TEST_F(ReportCycle, ALockHoldsForTenMinutes) {
   EXPECT_TRUE(exists(path));
   EXPECT_TRUE(exists(lock));
   EXPECT_FALSE(exists(slot_of(kMac)));
-  set_age(lock, seconds(600));
-  EXPECT_EQ(report(path), 0);
-  EXPECT_FALSE(exists(path));
-  EXPECT_FALSE(exists(lock));
-  EXPECT_TRUE(exists(slot_of(kMac)));
+  for (const seconds stale : {seconds(600), seconds(-60)}) {
+    write_file(lock, "");
+    write_file(path, "");
+    set_age(lock, stale);
+    EXPECT_EQ(report(path), 0);
+    EXPECT_FALSE(exists(path));
+    EXPECT_FALSE(exists(lock));
+    EXPECT_TRUE(std::filesystem::remove(slot_of(kMac)));
+  }
 }
 
 TEST_F(ReportCycle, ACycleThatDiesLeavesItsLock) {

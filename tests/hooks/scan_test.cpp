@@ -48,4 +48,23 @@ TEST_F(HookTest, AScanIsAnnouncedThroughEveryPort) {
   }
 }
 
+TEST_F(HookTest, AScanEndsAtTheLastPortOfTheMoment) {
+  NEEDS_NAMESPACES("virtual cables belong to a network of one's own");
+  const std::string ports =
+      "[port 1]\nname = one\n[port 2]\nname = two\n[named]\nSYSTEM_PORT_NUM = ";
+  configure(ports + "2\n");
+  write_file("/etc/ap-run/database.cnf", "[client]\nsocket=/nowhere\n");  // sends nothing, either
+  const int first = far_end("one");
+  const int second = far_end("two");
+  kit::Child hook({"/usr/bin/strace",
+                   {"strace", "-o", "/dev/null", "-e", "inject=sendto:delay_exit=500000",
+                    "/usr/sbin/ap-down", kMac},
+                   {"ASAN_OPTIONS=detect_leaks=0"}});  // strace and the leak checker both trace
+  std::string packet(2048, '\0');
+  EXPECT_TRUE(eventually([&] { return recv(first, packet.data(), packet.size(), 0) > 0; }));
+  configure(ports + "1\n");
+  EXPECT_EQ(hook.finish().status, 0);
+  EXPECT_EQ(recv(second, packet.data(), packet.size(), 0), -1);
+}
+
 }  // namespace

@@ -58,7 +58,8 @@ TEST_F(Sections, AWholeReportAndWhatHasGoneFromTheNext) {
       "[Cell 5G 02]\nAddress=0c:00:00:00:00:05\nESSID=later\nMode=Ad-Hoc\nEncryption_key=on\n"
       "[01 client MESH 01]\nADDR=ab\nRSSI=31\n[03 client 5G MESH 01]\nADDR=cd\nRSSI=9\n"
       "[TRACEROUTE]\n00=192.0.2.1\n01=192.0.2.2 64\n"
-      "[POOR_CLIENT 01]\nADDR=0e:00:00:00:00:01\nRSSI=9\nSTATUS=1\nCONNECTION_TIME=5994967296\n";
+      "[POOR_CLIENT 01]\nADDR=0e:00:00:00:00:01\nRSSI=9\nSTATUS=1\nCONNECTION_TIME=5994967296\n"
+      "[POOR_CLIENT 02]\nADDR=0e:00:00:00:00:02\nCONNECTION_TIME=4294967295\n";
   Lines expected;
   for (int i = 1; i <= 64; ++i) {
     const int slot = (i - 1) / 16 + 1;  // 1 to 3 of 2.4 GHz, then 1 of 5 GHz
@@ -70,6 +71,7 @@ TEST_F(Sections, AWholeReportAndWhatHasGoneFromTheNext) {
         M("station|0D:00:00:00:00:%02X|%d|%d|6|%dM||%d|0|0|0|1", i, profiles[slot - 1], i, i, -i));
   }
   expected.push_back("poor|0E:00:00:00:00:01|0|3|9|1|1700000000");
+  expected.push_back("poor|0E:00:00:00:00:02|0|3|0|0|2147483647");
   expected.push_back("mesh|" + kMac + "|Lobby|AB,CD|31,9|192.0.2.1|64|192.0.2.2");
   expected.push_back("legal|7|0|0A:00:00:00:00:07|Office|1|0|54 Mb/s|6|20 dBm|42/94|-45|-95|WPA2");
   expected.push_back("legal|8|0|0A:00:00:00:00:08|Guest|2|0||0|||0|0|");
@@ -81,14 +83,14 @@ TEST_F(Sections, AWholeReportAndWhatHasGoneFromTheNext) {
     expected.push_back(M("illegal|%s7|0C:00:00:00:%02X:%02X|n%d|0|0||-%d|0|0", i == 5 ? "8," : "",
                          i / 256, i % 256, i, i % 90));
   }
-  expected[70 + 4] = "illegal|8,7|0C:00:00:00:00:05|later|1|0||0|0|1";
+  expected[71 + 4] = "illegal|8,7|0C:00:00:00:00:05|later|1|0||0|0|1";
 
   report(text);
   EXPECT_EQ(stored(), expected);
   sql("UPDATE AP_CLIENT.AP_007 SET stime='2024-01-01 10:00:00', utime=0");
   sql("UPDATE AP_CLIENT.illegal SET utime=0");
   report(text);
-  expected[65] = "mesh|" + kMac + "|Lobby|ab,cd|31,9|192.0.2.1|64|192.0.2.2";
+  expected[66] = "mesh|" + kMac + "|Lobby|ab,cd|31,9|192.0.2.1|64|192.0.2.2";
   EXPECT_EQ(stored(), expected);
   EXPECT_EQ(sql_rows("SELECT DISTINCT stime, utime > NOW() - INTERVAL 1 MINUTE FROM "
                      "AP_CLIENT.AP_007"),
@@ -99,8 +101,8 @@ TEST_F(Sections, AWholeReportAndWhatHasGoneFromTheNext) {
       "[01 client 01]\nADDR=0d:00:00:00:00:02\nRATE=1M\nRXRATE=2M\n"
       "[01 client 02]\nADDR=0d:00:00:00:00:03\nRATE=\n"
       "[Cell 01]\nAddress=0c:00:00:00:00:06\n");
-  EXPECT_EQ(stored(), (Lines{"station|0D:00:00:00:00:02|1|0|0|1M|2M|0|0|0|0|1", expected[65],
-                             expected[67], "illegal|8|0C:00:00:00:00:05|later|1|0||0|0|1",
+  EXPECT_EQ(stored(), (Lines{"station|0D:00:00:00:00:02|1|0|0|1M|2M|0|0|0|0|1", expected[66],
+                             expected[68], "illegal|8|0C:00:00:00:00:05|later|1|0||0|0|1",
                              "illegal|7|0C:00:00:00:00:06||0|0||0|0|0"}));
 }
 
@@ -206,6 +208,11 @@ TEST_F(Sections, KnownStationsAreLoggedUnlessAddressOrSettingForbidIt) {
                           line("b", "b", "Channel=\"0\" Rate=\"^o^\""),
                           line(third.c_str(), third.c_str(), "Channel=\"0\" Rate=\"65M\""),
                           line(fourth.c_str(), fourth.c_str(), "Channel=\"0\" Rate=\"65M\"")}));
+  trace_on(kMac);
+  report("[02 client 01]\nADDR=no profile\n");
+  EXPECT_EQ(trace_of(kMac, "ap_client_connection_log"),
+            Lines{"SELECT SSID FROM `AP_INFO`.`ap_profile` WHERE `SN`=0"})
+      << "no name is asked for";
 }
 
 TEST_F(Sections, StationsAreAnnouncedToTheKernel) {

@@ -82,6 +82,26 @@ TEST_F(Steering, APassTellsItsWholeStory) {
   EXPECT_EQ(blocks().size(), 3U);
 }
 
+TEST_F(Steering, AStationThatIsNotAddedIsTriedWithTheNextNeighbour) {
+  std::filesystem::remove_all("/database/ap/debug");
+  // Another AP's block that only the second look sees, the one of ap_block_add.
+  sql("INSERT INTO AP_CLIENT.block (mac, refer_ap_sn) VALUES ('02:00:00:00:00:0A', 9)");
+  sql("RENAME TABLE AP_CLIENT.block TO AP_CLIENT.blocks");
+  sql("CREATE FUNCTION AP_CLIENT.is_second() RETURNS INT BEGIN SET @look=IFNULL(@look, 0)+1; "
+      "RETURN @look=2; END");
+  sql("CREATE VIEW AP_CLIENT.block AS SELECT * FROM AP_CLIENT.blocks WHERE "
+      "mac!='02:00:00:00:00:0A' OR AP_CLIENT.is_second()");
+  {
+    Ap ap(kMac, kTest);
+    Findings found;
+    EXPECT_EQ(ap_load_balance_rule(ap, found), kMoves);
+  }
+  sql("DROP VIEW AP_CLIENT.block");
+  sql("DROP FUNCTION AP_CLIENT.is_second");
+  sql("RENAME TABLE AP_CLIENT.blocks TO AP_CLIENT.block");
+  EXPECT_EQ(blocks()[1], "02:00:00:00:00:0A|1");
+}
+
 TEST_F(Steering, AllBlocksAreLiftedForALoneStationOrAnSsidOutOfHearing) {
   // A change of the building, whether all is lifted, and the blocks left for the caller to lift.
   const std::tuple<const char*, bool, std::size_t> cases[] = {

@@ -54,6 +54,17 @@ TEST(Stations, AreReadSlotBySlotUpToAGap) {
             Lines{"[01 client 04] follows a gap in the numbering: the list ends before the gap"});
 }
 
+TEST(Cells, AreReadUpToALimit) {
+  std::string text;
+  for (int i = 1; i <= 8'193; ++i) {
+    text += M("[Cell %02d]\nAddress=%d\n", i, i);
+  }
+  const Listing<cell_record> cells = read_cells(report_of(text));
+  EXPECT_EQ(cells.records.size(), 8'192U);
+  EXPECT_EQ(cells.unread,
+            Lines{"[Cell 8193] is beyond the 8192 that are read: the list ends before it"});
+}
+
 TEST(Radios, AreCutAndReadWithTheirMeshInterfaces) {
   const std::string v(300, 'v');
   std::string own =
