@@ -31,16 +31,16 @@ std::string slot_path(const std::string& mac, CommandSlot slot) {
            slot == CommandSlot::download ? kDownloadEnding : "");
 }
 
-/// The path under which this process writes, beside the slots. The leading point keeps the
-/// controller, which looks for names that begin with the prefix, away from it.
+/// The path at which this process writes. The controller ignores it: only names of commands begin with
+/// the prefix.
 std::string own_path() {
   return M("%s/.%d", paths::kCommands, static_cast<int>(getpid()));
 }
 
-/// Writes `text` beside the slots and puts it into its place with `put`, which sets errno.
+/// Writes `text` to a file of this process and moves it into place with `put`, which sets errno.
 Ending write_command(const std::string& text, const std::function<int(const char* from)>& put) {
   const std::string path = own_path();
-  unlink(path.c_str());  // left behind by a process of the same number that died
+  unlink(path.c_str());  // of a process of the same number that died
   const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
   if (file < 0) {
     return errno;
@@ -74,7 +74,7 @@ void report_lost(const Ap& ap, const std::string& slot, Ending ending, Remedy re
               "command lost: " + slot + ": " + reason);
 }
 
-/// Queues what `text` yields at the time of writing. Whether it came to that.
+/// Queues what `text` returns, which is called for each attempt. Whether it has been queued.
 bool queue(Ap& ap, CommandSlot slot, Remedy remedy, const std::function<std::string()>& text) {
   const std::string path = slot_path(ap.mac, slot);
   Ending ending = EEXIST;
@@ -107,7 +107,7 @@ void ap_conf_set(Ap& ap, const std::string& content, CommandSlot slot, Remedy re
 void command_reboot(const Ap& ap) {
   const std::string slot = command_slot(ap.mac);
   const Ending ending =
-      write_command(M("[command]\ntype=%d\n", static_cast<int>(CommandType::reboot)),
+      write_command("[command]\ntype=" + number_of(CommandType::reboot) + "\n",
                     [&](const char* from) { return std::rename(from, slot.c_str()); });
   if (ending != 0) {
     report_lost(ap, slot, ending, Remedy::none);
@@ -116,8 +116,8 @@ void command_reboot(const Ap& ap) {
 
 void command_release_all(Ap& ap) {
   queue(ap, CommandSlot::ordinary, Remedy::none, [] {
-    return M("[command]\ntype=%d\ntime=%lu\n", static_cast<int>(CommandType::release_all),
-             static_cast<unsigned long>(std::time(nullptr)));
+    return "[command]\ntype=" + number_of(CommandType::release_all) +
+           "\ntime=" + std::to_string(std::time(nullptr)) + "\n";
   });
 }
 

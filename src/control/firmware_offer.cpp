@@ -1,7 +1,6 @@
 #include "control/firmware_offer.h"
 
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <unistd.h>
 
 #include "db/registry.h"
@@ -51,10 +50,6 @@ void open_firewall(const Ap& ap, const std::string& ip) {
   }
 }
 
-bool is_taken(const std::string& path) {
-  return faccessat(AT_FDCWD, path.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0;
-}
-
 }  // namespace
 
 std::string support_marker(const std::string& mac) {
@@ -64,7 +59,7 @@ std::string support_marker(const std::string& mac) {
 DownloadOffer download_offer(CommandType type, const std::string& base_name, int port) {
   DownloadOffer offer;
   offer.link = M("%s/%s", paths::kDownloads, base_name.c_str());
-  offer.command = M("type=%d\nwget_filename=%s\nwget_port=%d\n", static_cast<int>(type),
+  offer.command = M("type=%s\nwget_filename=%s\nwget_port=%d\n", number_of(type).c_str(),
                     base_name.c_str(), port);
   offer.refusal = refusal(base_name, offer);
   return offer;
@@ -84,23 +79,22 @@ int wum_update_check(Ap& ap, const std::optional<std::string>& ap_ip, const std:
   if (slash == std::string::npos) {
     return 1;
   }
+  const auto decline = [&](const std::string& reason) {
+    ap_debug_log({kOperation, ap.mac}, "declined: %s", reason.c_str());
+    return 0;
+  };
   const DownloadOffer offer =
       download_offer(type, file_path.substr(slash + 1), RI(setting::kDownloadPort));
   if (offer.refusal) {
-    ap_debug_log({kOperation, ap.mac}, "declined: %s", offer.refusal->c_str());
-    return 0;
+    return decline(*offer.refusal);
   }
   const std::string ip =
       (ap_ip || !ap.db.open() ? ap_ip : get_ap_ip_by_mac(ap.db, ap.mac)).value_or("");
   if (!is_ap_address(ip)) {
-    ap_debug_log({kOperation, ap.mac}, "declined: no address to open the firewall for: \"%s\"",
-                 visible_text(ip).c_str());
-    return 0;
+    return decline("no address to open the firewall for: \"" + visible_text(ip) + "\"");
   }
   open_firewall(ap, ip);
-  if (!is_taken(offer.link)) {
-    my_symlink(file_path, offer.link);
-  }
+  my_symlink(file_path, offer.link);
   ap_conf_set(ap, offer.command, CommandSlot::download, Remedy::none);
   return 1;
 }

@@ -37,8 +37,8 @@ void bring_sync_file(Ap& ap, const std::string& ip) {
     return;
   }
   kill_update_tool(ap.mac, "");
-  run_command({kOperation, ap.mac}, "/usr/sbin/wum -c update -m %s -i %s -t %d > /dev/null 2>&1 &",
-              ap.mac, file, static_cast<int>(CommandType::sync));
+  run_command({kOperation, ap.mac}, "/usr/sbin/wum -c update -m %s -i %s -t %s > /dev/null 2>&1 &",
+              ap.mac, file, number_of(CommandType::sync));
 }
 
 }  // namespace
@@ -66,8 +66,8 @@ void check_updates(Ap& ap, const std::string& ip) {
   if (const std::string firmware = pending_firmware(ap); !firmware.empty()) {
     if (isRegularFile(firmware)) {
       ap.give_connection_back();
-      run_command({kOperation, ap.mac}, "/usr/sbin/ap-command %d %s %s",
-                  static_cast<int>(CommandType::firmware), firmware, ap.mac);
+      run_command({kOperation, ap.mac}, "/usr/sbin/ap-command %s %s %s",
+                  number_of(CommandType::firmware), firmware, ap.mac);
       return;
     }
     setAction(ap, ApAction::none, std::nullopt, "fw_upgrade");

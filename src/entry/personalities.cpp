@@ -1,5 +1,9 @@
 #include "entry/personalities.h"
 
+#include <algorithm>
+#include <array>
+#include <string_view>
+
 #include "control/command_file.h"
 #include "db/ap.h"
 #include "entry/firmware_update.h"
@@ -19,10 +23,8 @@
 
 namespace {
 
-/// Argument `index` of the program; null when there are fewer.
-const char* argument(int argc, char** argv, int index) {
-  return index < argc ? argv[index] : nullptr;
-}
+/// The program's arguments as far as they are used, its name first; null for those that are missing.
+using Arguments = std::array<const char*, 5>;
 
 /// Writes a trace line for each argument, numbered from 0, under `key` (null for none).
 void trace_arguments(const char* personality, const char* key, int argc, char** argv) {
@@ -44,13 +46,6 @@ void for_ap(const char* mac, Event event, Body body) {
   }
 }
 
-/// The type that `text` names; one that means nothing, for a missing or unknown text.
-CommandType command_type(const char* text) {
-  const std::int64_t number = text == nullptr ? 0 : decimal(text);
-  const bool is_known = number >= 0 && number <= static_cast<int>(CommandType::mark_updating);
-  return static_cast<CommandType>(is_known ? number : 0);
-}
-
 void reboot(Ap& ap) {
   command_reboot(ap);
   setAction(ap, ApAction::reboot, std::nullopt, "command");
@@ -60,22 +55,18 @@ void reboot(Ap& ap) {
   AH_deleteRelative(ap.mac);
 }
 
-}  // namespace
-
-void up(int argc, char** argv) {
-  const char* mac = argument(argc, argv, 2);
-  trace_arguments("up", mac, argc, argv);
+void up(const Arguments& arguments) {
+  const char* mac = arguments[2];
   for_ap(mac, {"join not recorded", Remedy::next_report}, [&](Ap& ap) {
     ap_lock_remove(mac);
     remove_abandoned_commands();
     ap_block_remove(ap, Quiet::no, "up");
-    ap_up_register(ap, argv[1], ap_info_load(mac));
+    ap_up_register(ap, arguments[1], ap_info_load(mac));
   });
 }
 
-void down(int argc, char** argv) {
-  const char* mac = argument(argc, argv, 1);
-  trace_arguments("down", mac, argc, argv);
+void down(const Arguments& arguments) {
+  const char* mac = arguments[1];
   for_ap(mac, {"leave not recorded", Remedy::none}, [&](Ap& ap) {
     ap_lock_remove(mac);
     ap_block_remove(ap, Quiet::no, "down");
@@ -85,17 +76,11 @@ void down(int argc, char** argv) {
   });
 }
 
-void history(int argc, char** argv) {
-  trace_arguments("history", argument(argc, argv, 2), argc, argv);
-}
+void history(const Arguments& /*arguments*/) {}  // trace lines only
 
-void command(int argc, char** argv) {
-  const char* first = argument(argc, argv, 2);
-  const char* second = argument(argc, argv, 3);
-  const char* third = argument(argc, argv, 4);
-
-  trace_arguments("command", first, argc, argv);
-  switch (command_type(argument(argc, argv, 1))) {
+void command(const Arguments& arguments) {
+  const auto& [program, type, first, second, third] = arguments;
+  switch (static_cast<CommandType>(decimal(type))) {
     case CommandType::report:
       for_ap(third, {"report dropped", Remedy::next_report},
              [&](Ap& ap) { report_cycle(ap, first, second); });
@@ -127,5 +112,29 @@ void command(int argc, char** argv) {
       break;
     case CommandType::steering:
       break;
+  }
+}
+
+struct Personality {
+  const char* name;  // in the trace without "ap-"
+  std::size_t key;   // of the trace: which argument is the AP's MAC
+  void (*handle)(const Arguments&);
+};
+
+constexpr Personality kPersonalities[] = {
+    {"ap-up", 2, up}, {"ap-down", 1, down}, {"ap-history", 2, history}, {"ap-command", 2, command}};
+
+}  // namespace
+
+void handle_event(int argc, char** argv) {
+  Arguments arguments{};
+  std::copy_n(argv, std::min<std::size_t>(static_cast<std::size_t>(argc), arguments.size()),
+              arguments.begin());
+  const std::string_view path = argv[0];
+  for (const Personality& personality : kPersonalities) {
+    if (path.substr(path.rfind('/') + 1) == personality.name) {
+      trace_arguments(personality.name + 3, arguments[personality.key], argc, argv);
+      personality.handle(arguments);
+    }
   }
 }

@@ -53,7 +53,7 @@ void register_unknown_ap(Ap& ap, const std::string& ip) {
   }
 }
 
-/// An AP that reports is there, whatever the registry says.
+/// An AP that reports is connected, whatever the registry says.
 void mark_connected(Ap& ap) {
   if (ap.db.open()) {
     ap.db.run(Step(kOperation),
@@ -63,7 +63,7 @@ void mark_connected(Ap& ap) {
   }
 }
 
-/// Stores what the report says and lifts the blocks that it makes needless: their "release" lines.
+/// Stores the report and lifts the blocks that are no longer needed; returns their "release" lines.
 std::string store_report(Ap& ap, const std::string& path, int filter_mode, Findings& found) {
   const std::optional<Report> report = Report::load(path, ap.mac);
   if (!report) {
@@ -84,13 +84,13 @@ void answer_report(Ap& ap, const std::string& path, const std::string& ip) {
   checkConnectionStatus(ap, ip);
   Findings found;
   const std::string releases = store_report(ap, path, filter_mode, found);
-  ap.db.close();  // all of it is stored before the report goes
+  ap.db.close();  // all of it is stored before the report is removed
   if (access(paths::kKeepReports, F_OK) != 0) {
     my_rm("%s", path.c_str());
   }
   std::string lines = answer_lines(ap, filter_mode, releases, Quiet::no, found);
   ap.db.close();
-  lines = my_string(std::move(lines), "time=%lu\n", static_cast<unsigned long>(std::time(nullptr)));
+  lines += "time=" + std::to_string(std::time(nullptr)) + "\n";
   ap_debug_log({kOperation, ap.mac}, "[%s] cmd_content: %s", ap.mac.c_str(), lines.c_str());
   ap_conf_set(ap, lines, CommandSlot::ordinary, Remedy::next_report);
 }

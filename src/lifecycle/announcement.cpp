@@ -70,7 +70,6 @@ std::string marker(const std::string& mac) {
   return M("%s/%s", paths::kNotices, mac.c_str());
 }
 
-/// Whether the mobile users are told.
 bool is_pushed(const Ap& ap, NoticeEvent event) {
   return event == NoticeEvent::leave || access(marker(ap.mac).c_str(), F_OK) == 0;
 }
@@ -96,9 +95,9 @@ void ap_connection_log(Ap& ap, const std::string& message) {
             CONNTRACK_LOG, SqlNumber{my_getDate(0)}, SqlName::exported(table), "ap-run",
             kApControllerLog, message);
   run_command({"ap_connection_log", ap.mac},
-              "/usr/sbin/send_logmsg -u -d %s -t %s -m \"<%d>[ Connection Log - AP Controller ] "
+              "/usr/sbin/send_logmsg -u -d %s -t %s -m \"<%s>[ Connection Log - AP Controller ] "
               "%s\" > /dev/null &",
-              CONNTRACK_LOG.text(), table, RI(setting::kLogPriority), message);
+              CONNTRACK_LOG.text(), table, std::to_string(RI(setting::kLogPriority)), message);
 }
 
 }  // namespace

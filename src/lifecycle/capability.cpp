@@ -10,7 +10,6 @@
 #include "control/shell_command.h"
 #include "platform/files.h"
 #include "platform/text.h"
-#include "values/channel_table.h"
 #include "values/decimal.h"
 #include "values/paths.h"
 #include "values/split.h"
@@ -21,7 +20,7 @@ constexpr const char* kSystem = "SYSTEM";
 
 constexpr std::size_t kLongestValue = 1023;
 constexpr std::size_t kMostEntries = 60;
-constexpr std::size_t kMostDigits = 18;  // of a number that stands in a statement without quotes
+constexpr std::size_t kMostDigits = 18;  // of a number, which is not quoted in a statement
 
 /// The list of an AP that cannot raise its power.
 constexpr std::string_view kNoHighPower = "0,0,0,0,0,0";
@@ -35,16 +34,16 @@ struct Part {
 };
 
 struct BandNames {
+  Band band;
   const char* section;
   SqlName prefix;  // of its columns
   std::span<const Part> parts;
-  ChannelListHead head;  // of its channel values
 };
 
-constexpr Part kWhole[] = {{"", ""}};
+constexpr Part kWholeBand[] = {{"", ""}};
 constexpr Part kSubBands[] = {{"1", "_1"}, {"2", "_2"}, {"3", "_3"}, {"4", "_4"}};
-constexpr BandNames kBandNames[] = {{"2.4G", "", kWhole, ChannelListHead::none},
-                                    {"5G", "5G_", kSubBands, ChannelListHead::power_and_band}};
+constexpr BandNames kBandNames[] = {{Band::two_four_ghz, "2.4G", "", kWholeBand},
+                                    {Band::five_ghz, "5G", "5G_", kSubBands}};
 
 using Value = std::optional<std::string>;
 
@@ -71,11 +70,9 @@ void add_system(Capability& capability, const Report& report) {
   if (const Value poe = value_of(report, kSystem, "poe_passthru")) {
     assign(capability.initial, statement("poe"), decimal(*poe) == 0 ? kUnable : "0");
   }
-  std::string ports = value_of(report, kSystem, "ethernet_num").value_or("0");
-  if (!is_decimal_number(ports)) {
-    ports = "0";
-  }
-  capability.refresh = statement("%s, `wired_max`=%s", capability.refresh, SqlNumber{ports});
+  const std::string ports = value_of(report, kSystem, "ethernet_num").value_or("");
+  capability.refresh = statement("%s, `wired_max`=%s", capability.refresh,
+                                 SqlNumber{is_decimal_number(ports) ? ports : "0"});
   capability.fetches_updates = decimal(value_of(report, kSystem, "wget_update").value_or("")) != 0;
 }
 
@@ -101,12 +98,12 @@ void add_band(Capability& capability, const Report& report, const BandNames& ban
   }
   for (const Part& part : band.parts) {
     const ChannelList channels =
-        channel_list_parse(value(M("channel%s", part.key)).value_or(""), band.head);
+        channel_list_parse(value(M("channel%s", part.key)).value_or(""), band.band);
     if (channels.labels.empty()) {
       continue;
     }
     const Statement list = column("channel_list", part.column);
-    if (band.head == ChannelListHead::power_and_band) {
+    if (band.band == Band::five_ghz) {
       assign(refresh, statement("%s_toTxpower", list), std::to_string(channels.to_txpower));
       assign(refresh, statement("%s_band", list), std::to_string(channels.band));
     }
@@ -148,12 +145,12 @@ int mode_mask(std::string_view name) {
 
 }  // namespace
 
-ChannelList channel_list_parse(std::string_view text, ChannelListHead head) {
+ChannelList channel_list_parse(std::string_view text, Band band) {
   ChannelList channels;
-  std::size_t position = 0;
+  std::size_t position = band == Band::five_ghz ? 0 : 2;
   for (const std::string_view entry : channel_entries(text)) {
     const std::size_t at = position++;
-    if (head == ChannelListHead::power_and_band && at < 2) {
+    if (at < 2) {
       (at == 0 ? channels.to_txpower : channels.band) = decimal_int(entry);
     } else if (const std::optional<std::string_view> label = channel_label(decimal(entry))) {
       channels.labels.append(channels.labels.empty() ? "" : ",").append(*label);

@@ -5,12 +5,13 @@
 
 #include "db/statement.h"
 #include "reports/report.h"
+#include "values/channel_table.h"
 
-// What an AP says of itself when it joins: a capability file, /database/ap/info/<MAC>, with the
+// An AP's description of itself when it joins: a capability file, /database/ap/info/<MAC>, with the
 // sections SYSTEM, 2.4G, 5G and OPERATION. The controller writes it before the join; the join reads
 // and removes it.
 
-/// What a capability file means for the AP's row in the registry: assignments that each begin with
+/// What a capability file changes in the AP's row of the registry: assignments that each begin with
 /// ", " and can follow another one in a statement. Empty for nothing.
 struct Capability {
   Statement refresh;             // written at every join
@@ -30,18 +31,16 @@ struct ChannelList {
   std::string labels;  // comma list; empty for none
 };
 
-/// Whether the first two entries of a channel value mean something other than channels.
-enum class ChannelListHead { none, power_and_band };
+/// Parses "x,1,,6,,11,": what comes before the first comma and after the last is skipped; entries are
+/// separated by ",,", and at most 60 are read. The first two of a 5 GHz value are no channels, but
+/// `to_txpower` and `band`.
+ChannelList channel_list_parse(std::string_view text, Band band);
 
-/// Takes apart "x,1,,6,,11,": what comes before the first comma and after the last is skipped;
-/// entries are joined by ",,", of which at most 60 are taken.
-ChannelList channel_list_parse(std::string_view text, ChannelListHead head);
-
-/// The comma list of mode masks for a comma list of mode names: the letters of a name add up, b 1,
-/// g 2, n 4, a 8, ac 16, others nothing. At most 60 names; the last one takes the rest.
+/// The comma list of mode masks for a comma list of mode names. A mask is the sum of b 1, g 2, n 4, a 8,
+/// ac 16; other letters count for nothing. At most 60 names; the last one takes the rest.
 std::string wireless_mode_mask_list(std::string_view text);
 
 /// Reads the AP's capability file, if there is one, sets or clears its support marker accordingly
-/// and removes the file, also one that cannot be read. While /database/ap/info/debug exists, the
-/// files stay. The MAC has to be well formed.
+/// and removes the file, even one that cannot be read, unless /database/ap/info/debug exists. The MAC
+/// has to be well formed.
 Capability ap_info_load(const std::string& mac);

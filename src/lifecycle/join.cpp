@@ -102,8 +102,8 @@ void ap_up_register(Ap& ap, const std::string& ip, const Capability& capability)
   Statement refresh = capability.refresh;
   std::optional<KnownAp> known = known_ap(std::move(rows));
   if (!known && insert(ap, ip, capability) == 0) {
-    // Another process may have been quicker. Only one of the two has read what the AP says of
-    // itself, so for an AP that was new a moment ago all of it is written.
+    // Another process may have been quicker. Only one of the two has read the capability file, so all
+    // of it is written.
     known = known_ap(look_up(ap));
     refresh = statement("%s%s", capability.initial, capability.refresh);
   }

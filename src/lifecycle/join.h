@@ -5,17 +5,16 @@
 #include "db/ap.h"
 #include "lifecycle/capability.h"
 
-/// An AP has joined from the address `ip`, or has turned out to be back: makes its row in the
-/// registry or marks it as connected, tells the controller, and announces an AP that was not
-/// recorded as connected (mail, push, connection log). Of `capability` a new AP gets both parts, a
-/// known one the refreshed part. An AP whose firmware image is pending stays recorded as not
-/// connected until the update is through.
+/// Records that the AP has joined from the address `ip`: makes its row in the registry or marks it as
+/// connected, tells the controller, and announces an AP that was not recorded as connected (mail, push,
+/// connection log). Of `capability` a new AP gets both parts, a known one the refreshed part. An AP
+/// with a pending firmware image stays recorded as not connected until the update is done.
 ///
-/// When two processes register the same new AP at once, the one that comes second finds its row
-/// made and goes on as for a known AP, without announcing it again. The MAC has to be well formed.
+/// When two processes register the same new AP at once, the second finds the row and treats the AP as
+/// known, without announcing it again. The MAC has to be well formed.
 void ap_up_register(Ap& ap, const std::string& ip, const Capability& capability);
 
-/// Brings an AP back that reports from the address `ip` while it is recorded as not connected and
-/// nothing has been ordered for it: lifts its blocks and has it join again, without a capability
-/// file. The MAC has to be well formed.
+/// For an AP that reports from the address `ip`, but is recorded as not connected with no action
+/// ordered: lifts its blocks and registers it again, without a capability file. The MAC has to be well
+/// formed.
 void checkConnectionStatus(Ap& ap, const std::string& ip);

@@ -17,7 +17,7 @@ namespace {
 constexpr in_addr_t kGroup = 0xE0000064;  // 224.0.0.100
 constexpr in_port_t kPort = 10235;
 
-constexpr int kMostPorts = 4096;  // far beyond any appliance: a slip in the settings ends, too
+constexpr int kMostPorts = 4096;  // far beyond any appliance; bounds a wrong setting
 constexpr int kTunnelMode = 1;    // of a port that belongs to bridge 0
 constexpr const char* kTunnelBridge = "brgre";
 
@@ -47,7 +47,7 @@ void scan_announce() {
   if (udp < 0) {
     return;
   }
-  // The number is read before each port: it may change while the announcement is on its way.
+  // The number is read before each port: it may change meanwhile.
   for (int port = 1; port <= std::min(RETURN_DEF_INT(setting::kSystemPorts), kMostPorts); ++port) {
     if (const std::optional<PortRecord> record = interface_read_shm(port)) {
       send_through(udp, scan_device(*record, RS(setting::kBridgedPort)), *body);

@@ -8,7 +8,7 @@ namespace {
 
 constexpr const char* kOperation = "update_ap_mesh_client_db";
 
-/// Appends an item to a comma list; none is one without items.
+/// Appends an item to a comma list; none is a list without items.
 void append(std::optional<std::string>& list, std::string_view item) {
   if (list) {
     list->append(1, ',').append(item);

@@ -44,7 +44,7 @@ bool hides_ssid(const cell_record& cell) {
   return cell.essid == kMissingValue;
 }
 
-/// Fetches ahead what storing each of these cells will ask.
+/// Fetches ahead the queries of `store_sightings` for these cells.
 void fetch_ahead(Ap& ap, std::span<const cell_record> cells) {
   for (const cell_record& cell : cells) {
     ap.db.fetch_ahead(owner_query(cell));

@@ -7,12 +7,11 @@
 /// Reads the sections "Cell 01" and "Cell 5G 01" (band, number).
 Listing<cell_record> read_cells(const Report& report);
 
-/// Replaces what the AP has heard before by the cells of the report. A radio that a managed AP has
-/// reported as its own becomes a sighting in `legal`; one that is heard hidden is stored under its
-/// owner's SSID. Any other is foreign (foreign_radios.h). A radio listed twice keeps the later
-/// values. Nothing happens for an AP that is not registered. The sightings change together: no other
-/// process sees the AP hear only some of them.
+/// Replaces what the AP has heard by the cells of the report. A radio that a managed AP has reported as
+/// its own becomes a sighting in `legal`, under its owner's SSID when it hides it. Any other is foreign
+/// (foreign_radios.h). Of a radio listed twice, the later values stay. Does nothing for an AP that is
+/// not registered. The sightings change together: no other process sees only some of them.
 void update_ap_legal_table_for_refer(Ap& ap, const Report& report);
 
-/// Takes out the sightings of AP `sn`.
+/// Deletes the sightings of AP `sn`.
 void delete_ap_legal_table_for_refer(Connection& db, int sn);

@@ -25,11 +25,11 @@ struct radio_record {
 /// interfaces, "MESH_01" and "5G_MESH_01".
 Listing<radio_record> read_radios(const Report& report);
 
-/// Makes the AP's own rows of `legal` those of the report, in which radios whose SSID is given, but
-/// empty, do not count. A BSSID listed twice keeps the later values; one that another AP has
-/// claimed before stays that AP's. Does nothing for an AP that is not registered. The rows change
-/// together: no other process sees the AP without radios.
+/// Makes the AP's own rows of `legal` the radios of the report, without those whose SSID is given, but
+/// empty. Of a BSSID listed twice, the later values stay; one that another AP has reported before stays
+/// that AP's. Does nothing for an AP that is not registered. The rows change together: no other process
+/// sees the AP without radios.
 void ap_interface_parse(Ap& ap, const Report& report);
 
-/// Takes out the own radios of AP `sn`.
+/// Deletes the own radios of AP `sn`.
 void delete_ap_legal_table(Connection& db, int sn);

@@ -11,12 +11,11 @@ namespace {
 
 constexpr const char* kOperation = "update_ap_poor_client_db";
 
-/// How many are read of a band: four times what the largest AP serves. Each is stored up to eight
-/// times.
+/// How many are read per band, as each is stored up to eight times: four times what the largest AP has.
 constexpr std::size_t kMostClients = 2'048;
 
-/// The latest time that every server's clock can hold, in seconds since the epoch: 19 January 2038.
-/// From a later one a server makes NULL, and refuses the row.
+/// The latest time that every server can hold, in seconds since the epoch: 19 January 2038. A later one
+/// becomes NULL at some servers, which then refuse the row.
 constexpr std::uint32_t kLatestTime = 2'147'483'647;
 
 /// Finds the client's row in the AP's poor-client table.

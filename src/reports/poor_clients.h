@@ -18,9 +18,8 @@ struct poor_client_record {
 /// Reads the sections "POOR_CLIENT 5G 01" (band, number) of one band.
 Listing<poor_client_record> read_poor_clients(const Report& report, Band band);
 
-/// Makes the AP's poor-client table anew from the report. The sections do not tell the SSID slot:
-/// each station is stored once for every slot of its band that has a profile, and keeps the profile
-/// of the highest; a band without profiles stores none. A time beyond 2038 is stored as the latest
-/// that a server can hold. Nothing is stored for an AP that is not registered, but a table of AP 0 is
-/// made.
+/// Makes the AP's poor-client table anew from the report. The sections do not name the SSID slot: each
+/// station is stored once for every slot of its band that has a profile, and keeps the profile of the
+/// highest; in a band without profiles none is stored. A time after 2038 is stored as the latest that a
+/// server can hold. For an AP that is not registered nothing is stored, but a table of AP 0 is made.
 void update_ap_poor_client_db(Ap& ap, const Report& report);

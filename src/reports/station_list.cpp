@@ -41,7 +41,7 @@ Query known_query(const Ap& ap, const client_record& client) {
                ap.sn, client.mac);
 }
 
-// The client connection log: a line in the system log for a station that stays, with the names of
+// The client connection log: a line in the system log for each known station, with the names of
 // station, AP and SSID.
 
 bool connection_log_is_on() {
@@ -133,7 +133,7 @@ void store_served(Ap& ap, const client_record& client) {
   }
 }
 
-/// Writes the station's MAC in lower case and a line feed, in one write, to the kernel's file, if there
+/// Writes the station's MAC in lower case and a line feed, in one write, to the kernel's list, if there
 /// is one. A text that is no MAC is traced instead.
 void announce_to_kernel(const Ap& ap, const std::string& station) {
   if (!is_mac(station)) {

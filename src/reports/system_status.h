@@ -19,7 +19,7 @@ struct system_record {
 system_record read_system_status(const Report& report);
 
 /// Stores the system status in the registry row of the AP that the report names, when its firmware
-/// version differs from the stored one; a report whose version is there but empty stores nothing.
-/// `ap` is the AP that delivered the report. The values go unescaped into the statement; one that
-/// would break it is traced and not sent.
+/// version differs from the stored one; stores nothing when the version is given, but empty. `ap` is
+/// the AP that delivered the report. The values are not escaped: a statement that they would break is
+/// traced and not sent.
 void ap_system_parse(Ap& ap, const Report& report);

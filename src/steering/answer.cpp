@@ -19,8 +19,7 @@ std::string steering_lines(Ap& ap, const std::string& releases, Quiet quiet, Fin
     return "";
   }
   const std::string lines = releases + moves;
-  return lines.empty() ? ""
-                       : M("type=%d\n%s", static_cast<int>(CommandType::steering), lines.c_str());
+  return lines.empty() ? "" : "type=" + number_of(CommandType::steering) + "\n" + lines;
 }
 
 /// Whether stations are steered.

@@ -122,8 +122,7 @@ void consider(Ap& ap, int ret, const Candidate& candidate, NumberedLines& lines,
   }
 }
 
-}  // namespace
-
+/// Disconnects the longest idle stations: their "kick" lines.
 std::string ap_block_idle_rule(Ap& ap, int ret, Findings& found) {
   const Step step(kIdleStage, "(1/1) ");
   Rows rows = ap.db.ask_noting_none(
@@ -143,10 +142,7 @@ std::string ap_block_idle_rule(Ap& ap, int ret, Findings& found) {
   return lines.text();
 }
 
-void fetch_block_candidates(Ap& ap) {
-  ap.db.fetch_ahead(candidates_query(ap.sn));
-}
-
+/// Refuses the stations with the best link that another AP would serve: their "block" lines.
 std::string ap_block_snr_rule(Ap& ap, int ret, Findings& found) {
   Rows rows = ap.db.ask_noting_none(candidates_query(ap.sn));
   std::vector<Candidate> candidates;
@@ -167,4 +163,12 @@ std::string ap_block_snr_rule(Ap& ap, int ret, Findings& found) {
     rest = rest.subspan(next.size());
   }
   return lines.text();
+}
+
+}  // namespace
+
+std::string send_away(Ap& ap, int ret, Findings& found) {
+  ap.db.fetch_ahead(candidates_query(ap.sn));
+  const std::string kicks = ap_block_idle_rule(ap, ret, found);
+  return kicks + ap_block_snr_rule(ap, ret, found);
 }

@@ -70,8 +70,8 @@ void ap_block_remove(Ap& ap, Quiet quiet, const char* caller) {
   if (access(command_slot(ap.mac).c_str(), F_OK) == 0) {
     ap.give_connection_back();  // the child will wait for the slot
   }
-  const std::string command = M("/usr/sbin/ap-command %d 127.0.0.1 %s",
-                                static_cast<int>(CommandType::release_all), ap.mac.c_str());
+  const std::string command =
+      "/usr/sbin/ap-command " + number_of(CommandType::release_all) + " 127.0.0.1 " + ap.mac;
   const bool is_run = my_system("%s", command.c_str()) >= 0;
   ap_debug_log({kLifting, ap.mac}, "%s%s", lifting_mark(2, caller).c_str(), command.c_str());
   if (!is_run) {

@@ -24,11 +24,11 @@ Query block_add_query(const std::string& client_mac);
 /// Whether the AP is told when all its blocks are lifted.
 enum class Quiet { no, yes };
 
-/// Lifts the block of `client_mac` at the AP; the AP is not told here. Nothing happens for an AP
+/// Deletes the block of `client_mac` at the AP, without a command to the AP. Does nothing for an AP
 /// that is not registered. `caller` is for the trace.
 void ap_block_remove_client(Ap& ap, const std::string& client_mac, const char* caller);
 
 /// Lifts all blocks of the AP and, unless quiet, queues the command that tells it so, in a child
-/// process, and waits for that (15 seconds at most). Nothing happens for an AP that is not registered.
-/// The AP's MAC has to be well formed.
+/// process, and waits for that (15 seconds at most). Does nothing for an AP that is not registered. The
+/// AP's MAC has to be well formed.
 void ap_block_remove(Ap& ap, Quiet quiet, const char* caller);

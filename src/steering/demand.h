@@ -4,8 +4,8 @@
 
 #include "steering/limits.h"
 
-// How many stations a crowded AP should pass on, from the station counts of the AP and of the
-// managed APs that it hears.
+// How many stations should leave a crowded AP, from the station counts of the AP and of the managed
+// APs that it hears.
 
 /// The numbers of one decision.
 struct Demand {

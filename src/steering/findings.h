@@ -7,8 +7,8 @@
 #include "steering/auto_rf.h"
 #include "steering/demand.h"
 
-/// What the rules have found out about an AP, and from which numbers they have decided. The cycle
-/// reads `release_all` alone; the rest is for whoever explains the decision.
+/// What the rules have decided for an AP, and from which numbers. The cycle reads only `release_all`;
+/// the rest explains the decision to people.
 struct Findings {
   struct Neighbour {
     int sn;
@@ -32,15 +32,15 @@ struct Findings {
                                 // the block is lifted; none: the profile has no SSID
   };
 
-  std::vector<Block> blocks;  // the stations that the AP refuses, when its report has been stored
-  std::optional<int> amount;  // its stations; none: load balancing is off
+  std::vector<Block> blocks;          // the stations that the AP refused before this report
+  std::optional<int> amount;          // its stations; none: load balancing is off
   std::vector<Neighbour> neighbours;  // of a crowded AP: those it hears
   std::optional<Demand> demand;       // of a crowded AP
   std::vector<Kick> kicks;
   std::vector<Candidate> candidates;  // those that were considered, best link first
   bool release_all = false;           // all its blocks are to go
-  // The SSID that was the reason; none: it serves one station.
+  // The SSID on which it is out of reach; none: all blocks go because it serves one station.
   std::optional<std::string> lost_ssid;
-  bool is_heard_by_nobody = false;  // on that SSID; else it hears nobody well enough itself
+  bool is_heard_by_nobody = false;  // on that SSID; else it hears no AP well enough itself
   std::optional<Hearing> hearing;   // none: auto-RF is off
 };

@@ -87,12 +87,7 @@ int get_available_demand(Ap& ap, int amount, Findings& found) {
 /// The "kick" and "block" lines of a crowded AP.
 std::string relieve(Ap& ap, int amount, Findings& found) {
   const int ret = get_available_demand(ap, amount, found);
-  if (ret <= 0) {
-    return "";
-  }
-  fetch_block_candidates(ap);
-  const std::string kicks = ap_block_idle_rule(ap, ret, found);
-  return kicks + ap_block_snr_rule(ap, ret, found);
+  return ret > 0 ? send_away(ap, ret, found) : "";
 }
 
 /// Whether the AP refuses at least one station of an SSID profile.

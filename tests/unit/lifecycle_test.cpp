@@ -54,9 +54,9 @@ TEST(CapabilityFile, ListsAreTakenApart) {
   for (int i = 0; i < 61; ++i) {
     many += i == 59 ? ",6," : i == 60 ? ",1," : ",0,";
   }
-  EXPECT_EQ(channel_list_parse(many, ChannelListHead::none).labels, "6 (2437 MHz)");
+  EXPECT_EQ(channel_list_parse(many, Band::two_four_ghz).labels, "6 (2437 MHz)");
   for (const char* none : {"", ",", ",,", "x,6", "6", "x,,,,", "x,15,,35,,169,,-1,,a,"}) {
-    EXPECT_EQ(channel_list_parse(none, ChannelListHead::none).labels, "") << none;
+    EXPECT_EQ(channel_list_parse(none, Band::two_four_ghz).labels, "") << none;
   }
 }
 
