@@ -2,6 +2,7 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 
@@ -95,6 +96,7 @@ int show_once(const Options& options) try {
   const std::string text = look_text(options);
   const bool again = options.watch > 0;
   const char* clear = again && !options.json && isatty(STDOUT_FILENO) != 0 ? "\x1b[H\x1b[2J" : "";
+  std::signal(SIGPIPE, SIG_DFL);  // which the database library ignores: when nobody reads on, end
   std::printf("%s%s", clear, text.c_str());
   return std::fflush(stdout) == 0 ? 0 : 1;
 } catch (const show::Unavailable& reason) {

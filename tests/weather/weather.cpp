@@ -432,23 +432,21 @@ void log_in_as_root() {
 }
 
 std::optional<FalseServer> false_server;
-std::vector<FILE*> others;
+std::vector<kit::Database> others;
 
 /// Takes all connections of the server.
 void fill_server() {
   sql("FLUSH STATUS");
-  sql("SET GLOBAL max_connections=10");
   for (int i = 0; i < 10; ++i) {
-    others.push_back(popen("exec mariadb", "we"));
+    others.emplace_back();
   }
+  sql("SET GLOBAL max_connections=10");
   EXPECT_TRUE(
       eventually([] { return sql("SHOW GLOBAL STATUS LIKE 'Threads_connected'")[0][1] == "11"; }));
 }
 
 void free_server() {
-  for (FILE* other : std::exchange(others, {})) {
-    pclose(other);
-  }
+  others.clear();
   sql("SET GLOBAL max_connections=DEFAULT");
 }
 
