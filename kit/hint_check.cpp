@@ -5,6 +5,15 @@
 #include <string>
 #include <string_view>
 
+// The environment variable AP_RUN_HINTS has one of these:
+//
+//   verify       a query that was answered ahead is asked again where the answer is taken; a difference
+//                ends the process with the statement's text. For tests that run one hook at a time:
+//                another hook may change the answer meanwhile.
+//   none         hints are not followed
+//   count:FILE   FILE gets a line "<queries fetched ahead> <answers never taken>" when the process
+//                ends
+
 namespace hint_check {
 
 namespace {

@@ -9,8 +9,8 @@ namespace {
 /// as somebody holds it.
 std::shared_ptr<MySession> current;
 
-/// Knows the character set. Without a connection a handle that was never connected serves: it
-/// escapes by the rules of latin1, as our connections do.
+/// A handle that knows the character set. One that was never connected escapes by the rules of latin1,
+/// as our connections do.
 MYSQL* escaping_handle() {
   if (current) {
     return current->handle();

@@ -17,13 +17,12 @@ namespace {
 
 constexpr const char* kOptionGroup = "ap-run";
 
-/// How far statements may run ahead of their answers, in bytes. The server may stop reading while it
-/// waits to hand out rows; as long as what it has not read fits into a socket's smallest buffers,
-/// sending never waits for it and the two sides cannot block each other.
+/// How many bytes of statements are sent ahead of their answers at most. The server may stop reading
+/// until its rows are taken; what it has not read has to fit into a socket's smallest buffers, or each
+/// side would wait for the other.
 constexpr std::size_t kMostBytesSentAhead = 16'384;
 
-/// Whether the error is the client library's own: the connection is gone or out of step. The server's
-/// errors concern one statement.
+/// Whether the error is the client library's own: the connection is gone or out of step.
 bool is_client_error(unsigned int error) {
   return error >= CR_MIN_ERROR && error <= CR_MAX_ERROR;
 }
@@ -49,7 +48,7 @@ int socket_of(MYSQL* mysql) {
   return static_cast<int>(mysql_get_socket(mysql));
 }
 
-/// Nothing but the option file leads the client library anywhere.
+/// Only the option file tells the client library where to connect.
 void forget_variables() {
   for (const char* name : {"MYSQL_UNIX_PORT", "MARIADB_UNIX_PORT", "MYSQL_TCP_PORT", "MYSQL_HOME",
                            "MARIADB_HOME", "MYSQL_GROUP_SUFFIX", "MYSQL_PWD", "MARIADB_PLUGIN_DIR",
@@ -88,7 +87,7 @@ void set_options(MYSQL* mysql, WaitTime connect_limit) {
   mysql_options(mysql, MYSQL_OPT_LOCAL_INFILE, &off);
 }
 
-/// How long a full server is left alone before it is asked again: first, and at most.
+/// How long to wait before a full server is asked again: first, and at most.
 constexpr WaitTime kFirstPause = std::chrono::milliseconds(20);
 constexpr WaitTime kLongestPause = std::chrono::milliseconds(160);
 
@@ -110,7 +109,7 @@ MyError unreadiness(MYSQL* mysql, const DatabaseHost& host, WaitTime limit) {
              : MyError{};
 }
 
-/// A handle that is connected to a server, or null. One of several has to be ready to serve as well.
+/// A handle that is connected to the server, or null. One of several must be ready to serve, too.
 MyHandle connect_if_ready(const DatabaseHost& host, WaitTime limit) {
   const auto end = WaitClock::now() + limit;
   MyHandle mysql = connect_to(host, limit);
@@ -124,9 +123,9 @@ MyHandle connect_if_ready(const DatabaseHost& host, WaitTime limit) {
   return mysql;
 }
 
-/// A connected handle, or null. Of several hosts, each may take an equal part of the time that is
-/// left. A server that is full is asked again, for as long as an answer is waited for: when all APs
-/// join at once, others give their connections back every few milliseconds.
+/// A connected handle, or null. Several hosts share the time that is left equally. A full server is
+/// asked again until `end`: when all APs join at once, others give their connections back every few
+/// milliseconds.
 MyHandle connect_by(WaitClock::time_point end, const std::vector<DatabaseHost>& hosts) {
   for (WaitTime pause = kFirstPause;; pause = std::min(pause * 2, kLongestPause)) {
     const auto end_of_round = std::min(WaitClock::now() + kConnectLimit, end);
@@ -191,7 +190,7 @@ std::shared_ptr<MySession> MySession::connect() {
   // Transactions see what others have committed, and lock no gaps between rows.
   session->send("SET SESSION TRANSACTION ISOLATION LEVEL READ COMMITTED");
   if ((handle->server_status & SERVER_STATUS_NO_BACKSLASH_ESCAPES) != 0) {
-    session->settle();  // only then does escaping follow the mode that the statements will meet
+    session->settle();  // so that escaping follows the new mode
   }
   return session;
 }
@@ -202,7 +201,7 @@ MySession::~MySession() {
 
 MyTicket MySession::send(std::string_view statement) {
   if (sent_.size() >= kMostSentAhead || sent_bytes_ + statement.size() > kMostBytesSentAhead) {
-    // Half at once: a turn from sending to reading for each statement would cost more.
+    // Half of them: to turn from sending to reading for each statement would cost more.
     while (sent_.size() > kMostSentAhead / 2 ||
            (!sent_.empty() && sent_bytes_ + statement.size() > kMostBytesSentAhead / 2)) {
       collect_one();

@@ -34,8 +34,8 @@ inline constexpr unsigned int kNotInGroup = 1047;
 /// why. Counts as waiting for the database.
 MyHandle connect_to(const DatabaseHost& host, WaitTime limit);
 
-/// One connection to the server. Statements are sent ahead of their answers; answers come back in
-/// the order of the statements, and rows that nobody has asked for yet are kept under their ticket.
+/// One connection to the server. Statements are sent ahead of their answers, which come back in the
+/// same order and are kept under their tickets.
 struct MySession {
  public:
   /// A connected session, or null. Counts as waiting for the database.

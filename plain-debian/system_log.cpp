@@ -24,8 +24,9 @@ void my_syslog(const std::string& line) {
 }
 
 void my_report_loss(Loss loss, Remedy remedy, const std::string& text) {
-  static std::array<bool, static_cast<std::size_t>(Loss::count)> told{};
-  if (bool& is_told = told.at(static_cast<std::size_t>(loss)); !std::exchange(is_told, true)) {
+  static std::array<bool, static_cast<std::size_t>(Loss::count)> reported{};
+  if (bool& is_reported = reported.at(static_cast<std::size_t>(loss));
+      !std::exchange(is_reported, true)) {
     syslog(remedy == Remedy::next_report ? LOG_WARNING : LOG_ERR, "%s", visible_text(text).c_str());
   }
 }

@@ -20,9 +20,8 @@
 -- rows stay.
 --
 -- The schema's version is in the comment of AP_INFO.ap_list; without one it is 1.
--- The files to 40 make what is missing as it is in the newest version. What is
--- there in an older form is changed by the files from 50 on, one for each
--- version, which do nothing to that version and newer ones.
+-- The files up to 40 make what is missing, in the newest version. The files from
+-- 50 on, one for each version, change what is older than that version.
 --
 -- What holds in every file:
 --
@@ -34,10 +33,10 @@
 -- * SSIDs are bytes, not words. They compare byte for byte, trailing blanks
 --   included (latin1_nopad_bin): "Office", "office" and "Office " are three
 --   networks.
--- * InnoDB: it survives a power cut of the gateway, and the short statements of
---   many processes lock rows instead of tables.
--- * Every column has a default, so that a statement that names few columns
---   works on a server with a strict sql_mode, too.
+-- * InnoDB: it survives a power cut of the gateway, and many processes at once
+--   lock rows instead of tables.
+-- * Every column has a default, so that a statement may leave columns out on a
+--   server with a strict sql_mode, too.
 -- * A column that holds the number of an AP or of a profile is 0 for "unknown" and
 --   "none". There are no foreign keys, because rows of different tables come and
 --   go in separate events.
@@ -51,9 +50,9 @@ SET SESSION sql_mode = '';
 CREATE DATABASE IF NOT EXISTS `AP_INFO`
   CHARACTER SET latin1 COLLATE latin1_swedish_ci;
 
--- The lists are VARCHAR(1023), the length up to which a capability value is
--- kept. All of them filled to the end are 20 kB, a third of what a row may hold;
--- DYNAMIC moves long values off the page, so that the row fits it.
+-- The lists are VARCHAR(1023), the length to which capability values are cut. All
+-- of them full take 20 kB, a third of what a row may hold; DYNAMIC moves long
+-- values off the page, so that the row fits.
 CREATE TABLE IF NOT EXISTS `AP_INFO`.`ap_list` (
   `SN` INT UNSIGNED NOT NULL AUTO_INCREMENT
     COMMENT 'serial number of the AP, from 1; names its tables AP_%03d',
@@ -168,9 +167,8 @@ CREATE TABLE IF NOT EXISTS `AP_INFO`.`ap_list` (
     COMMENT '5 GHz: label of the default channel at the first join',
 
   PRIMARY KEY (`SN`),
-  -- Every event looks its AP up by MAC. Unique, so that two joins of the same
-  -- new AP at the same moment leave one row: the second INSERT fails and yields
-  -- no serial number.
+  -- Every event looks its AP up by MAC. Unique: of two joins of a new AP at the
+  -- same moment, the second INSERT fails and yields no serial number.
   UNIQUE KEY `mac` (`MAC`)
 ) ENGINE=InnoDB ROW_FORMAT=DYNAMIC
   DEFAULT CHARACTER SET latin1 COLLATE latin1_swedish_ci
@@ -183,8 +181,8 @@ CREATE TABLE IF NOT EXISTS `AP_INFO`.`ap_profile` (
   `SSID` VARCHAR(127) COLLATE latin1_nopad_bin NOT NULL DEFAULT ''
     COMMENT 'SSID of the profile, 0 to 32 arbitrary bytes',
   PRIMARY KEY (`SN`),
-  -- Each radio of each report is tied to its profile by SSID. Not unique: two
-  -- profiles may carry the same SSID.
+  -- Each radio of each report is matched to its profile by SSID. Not unique: two
+  -- profiles may have the same SSID.
   KEY `ssid` (`SSID`)
 ) ENGINE=InnoDB ROW_FORMAT=DYNAMIC
   DEFAULT CHARACTER SET latin1 COLLATE latin1_swedish_ci

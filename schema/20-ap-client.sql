@@ -1,5 +1,5 @@
--- AP_CLIENT: what the APs hear (legal, illegal), whom they refuse (block) and
--- how they are meshed (client). AP_POOR_CLIENT: no table beforehand.
+-- AP_CLIENT: what the APs hear (legal, illegal), which stations they refuse
+-- (block) and how they are meshed (client). AP_POOR_CLIENT: empty at first.
 -- How to apply, and what holds in every file: see 10-ap-info.sql.
 
 SET NAMES latin1;
@@ -8,8 +8,8 @@ SET NAMES latin1;
 -- sql_mode would refuse such a default.
 SET SESSION sql_mode = '';
 
--- The per-AP tables name no character set of their own and take this one, which
--- lets their MACs be found in either case.
+-- The per-AP tables take this character set, so that their MACs are found in
+-- either case.
 CREATE DATABASE IF NOT EXISTS `AP_CLIENT`
   CHARACTER SET latin1 COLLATE latin1_swedish_ci;
 
@@ -40,8 +40,8 @@ CREATE TABLE IF NOT EXISTS `AP_CLIENT`.`legal` (
     COMMENT 'transmit power as reported, as in "20 dBm"; own rows only',
   `quality` VARCHAR(9) NOT NULL DEFAULT ''
     COMMENT 'link quality as reported, as in "42/94"',
-  -- Text, because it keeps what the AP sent. Compared with numbers, it is read as
-  -- a number: CAST(`signal` AS SIGNED) > -70 and `signal` > -70 agree.
+  -- Text, to keep what the AP sent. In comparisons it is read as a number:
+  -- CAST(`signal` AS SIGNED) > -70 and `signal` > -70 agree.
   `signal` VARCHAR(9) NOT NULL DEFAULT ''
     COMMENT 'received level in dBm, a signed number; "0" when not reported',
   `noise` VARCHAR(9) NOT NULL DEFAULT ''
@@ -49,16 +49,15 @@ CREATE TABLE IF NOT EXISTS `AP_CLIENT`.`legal` (
   `security` VARCHAR(255) NOT NULL DEFAULT ''
     COMMENT 'security mode as reported; own rows only',
 
-  -- REPLACE of a sighting must replace what the same AP heard of the same radio
-  -- before, never the owner's own row: both columns together are the key. It also
-  -- finds the owner of a BSSID (refer_ap = 0 and mac), and what AP n hears
-  -- (refer_ap = n: rows that lie together, a few hundred at most). Own rows share
-  -- refer_ap 0, so a BSSID that two APs claim stays with the AP that reported it
-  -- first.
+  -- REPLACE of a sighting must replace the same AP's earlier sighting of the
+  -- radio, never the owner's row, so both columns are the key. It also finds the
+  -- owner of a BSSID (refer_ap = 0 and mac), and what AP n hears (refer_ap = n:
+  -- adjacent rows, a few hundred at most). Owners' rows share refer_ap 0, so a
+  -- BSSID that two APs claim stays with the AP that reported it first.
   PRIMARY KEY (`refer_ap`, `mac`),
-  -- An AP's own rows (ap = n and refer_ap = 0), which each of its reports deletes
-  -- and writes anew, and who hears AP n (ap = n and refer_ap > 0). It also keeps
-  -- that DELETE from locking the own rows of all other APs.
+  -- Finds an AP's own rows (ap = n and refer_ap = 0), which each of its reports
+  -- deletes and writes anew, without locking those of all other APs, and finds
+  -- who hears AP n (ap = n and refer_ap > 0).
   KEY `owner` (`ap`, `refer_ap`)
 ) ENGINE=InnoDB ROW_FORMAT=DYNAMIC
   DEFAULT CHARACTER SET latin1 COLLATE latin1_swedish_ci
@@ -91,11 +90,11 @@ CREATE TABLE IF NOT EXISTS `AP_CLIENT`.`illegal` (
   -- list by BSSID.
   PRIMARY KEY (`mac`),
   -- Each report first deletes the radios that only this AP heard (ap_sn = 'n').
-  -- Without the key that DELETE would read, and lock, the whole table. 16
-  -- characters tell a list of one AP from the longer ones. FIND_IN_SET reads the
-  -- table whole whatever the keys are; it locks nothing.
+  -- Without the key, that DELETE would read and lock the whole table. 16
+  -- characters distinguish a list of one AP from longer ones. FIND_IN_SET reads
+  -- the whole table in any case, but locks nothing.
   -- The price: where that DELETE and another AP's UPDATE meet in one row, the server
-  -- may end one of them as a deadlock. Measured with 64 busy writers: 3 of 100,000
+  -- may abort one of them as a deadlock. Measured with 64 busy writers: 3 of 100,000
   -- statements. The next report of that AP makes up for it.
   KEY `only_hearer` (`ap_sn`(16))
 ) ENGINE=InnoDB ROW_FORMAT=DYNAMIC
@@ -105,8 +104,8 @@ CREATE TABLE IF NOT EXISTS `AP_CLIENT`.`illegal` (
 -- Apart from refer_ap_sn a copy of the client's row in AP_%03d at the moment of
 -- blocking.
 CREATE TABLE IF NOT EXISTS `AP_CLIENT`.`block` (
-  -- Looked up with the text as a station list gave it, stored upper case: the
-  -- case-insensitive collation makes the two agree.
+  -- Stored upper case and looked up as a station list has it: the collation
+  -- ignores case.
   `mac` CHAR(18) NOT NULL DEFAULT '00:00:00:00:00:00'
     COMMENT 'MAC address of the refused client, upper case',
   `utime` DATETIME NOT NULL DEFAULT '0000-00-00 00:00:00'
@@ -132,8 +131,7 @@ CREATE TABLE IF NOT EXISTS `AP_CLIENT`.`block` (
   `refer_ap_sn` INT UNSIGNED NOT NULL DEFAULT 0
     COMMENT 'ap_list.SN of the AP that refuses the client',
 
-  -- A client is refused at one AP at most: REPLACE takes the place of an earlier
-  -- block.
+  -- One AP at most refuses a client: REPLACE replaces an earlier block.
   PRIMARY KEY (`mac`),
   -- The blocks of an AP, and of an AP and one SSID profile.
   KEY `refusing_ap` (`refer_ap_sn`, `ssid`)

@@ -1,6 +1,5 @@
--- AP_USER: who is told about an AP (app_login) and what client devices are
--- called (client_name). Both are maintained by the controller and read only by
--- the program.
+-- AP_USER: who gets notices about APs (app_login), and names of client devices
+-- (client_name). The controller maintains both; the program only reads them.
 -- How to apply, and what holds in every file: see 10-ap-info.sql.
 
 SET NAMES latin1;
@@ -9,7 +8,7 @@ SET SESSION sql_mode = '';
 CREATE DATABASE IF NOT EXISTS `AP_USER`
   CHARACTER SET latin1 COLLATE latin1_swedish_ci;
 
--- No key: the table is read whole, in the order of registration.
+-- No key: the table is always read whole.
 CREATE TABLE IF NOT EXISTS `AP_USER`.`app_login` (
   `ID` VARCHAR(255) COLLATE latin1_nopad_bin NOT NULL DEFAULT ''
     COMMENT 'identifier of the push recipient, handed to the push command',

@@ -1,16 +1,15 @@
 -- CONNTRACK_LOG_YYYYMMDD: the connection log, one database a day (local time).
--- The procedure AP_INFO.make_connection_log makes the database of a given day.
--- It is called here for today and tomorrow, and by an event for the days to
--- come. The event also drops the days of the past, if it is asked to: this keeps
--- those of the last 90 days besides today's,
+-- The procedure AP_INFO.make_connection_log makes the database of a given day:
+-- called here for today and tomorrow, and by an event for the days to come. The
+-- event also drops old days. This keeps the last 90 besides today,
 --
 --     UPDATE AP_INFO.connection_log SET days_kept = 90;
 --
--- and 0, as it is made here, keeps all.
+-- and 0, the initial value, keeps all.
 -- How to apply, and what holds in every file: see 10-ap-info.sql.
 --
--- The event needs a running event scheduler. This file starts it; so that it
--- also runs after a restart of the server, the server's configuration needs
+-- The event needs a running event scheduler. This file starts it; to start it
+-- with the server, too, the server's configuration needs
 --
 --     [mariadbd]
 --     event_scheduler = ON
@@ -20,8 +19,8 @@ SET NAMES latin1;
 -- The procedures and the event keep this sql_mode.
 SET SESSION sql_mode = '';
 
--- A table, so that the setting is there on each server of a cluster, and stays
--- when this file is applied again.
+-- A table, so that each server of a cluster has the setting, and it stays when
+-- this file is applied again.
 CREATE TABLE IF NOT EXISTS `AP_INFO`.`connection_log` (
   `days_kept` SMALLINT UNSIGNED NOT NULL DEFAULT 0
     COMMENT 'days before today whose connection log is kept; 0 all',
@@ -63,8 +62,7 @@ BEGIN
     ' COMMENT=''connection log of the AP controller, one day''');
 END//
 
--- Drops the databases of the days that need not be kept. Those of days to come
--- stay, whatever the setting.
+-- Drops the databases of the days that need not be kept, never of days to come.
 CREATE OR REPLACE PROCEDURE `AP_INFO`.`drop_old_connection_logs` ()
   MODIFIES SQL DATA
   COMMENT 'drops each CONNTRACK_LOG_YYYYMMDD that is older than connection_log.days_kept'
@@ -90,12 +88,12 @@ CALL `AP_INFO`.`make_connection_log`(CURRENT_DATE + INTERVAL 1 DAY);
 
 DELIMITER //
 
--- Makes today's and tomorrow's database, and drops old ones. Hourly, although once a day would do:
--- a gateway that was switched off at the hour of a daily run would have no
--- database until the next one, and the rows of that day would be lost.
+-- Makes today's and tomorrow's database, and drops old ones. Hourly: if it were
+-- daily, a gateway that was off at that hour would have no database until the
+-- next run, and lose the rows of that day.
 BEGIN NOT ATOMIC
   -- A server that was started with its scheduler disabled refuses both statements
-  -- (1290, 1577) and gets the two days above only.
+  -- (1290, 1577) and gets only the two days above.
   DECLARE EXIT HANDLER FOR 1290, 1577
     SELECT 'event scheduler disabled: only two days of the connection log made' AS `note`;
 

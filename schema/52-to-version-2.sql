@@ -1,6 +1,6 @@
--- Brings a schema of version 1, which releases up to 0.2.0 made, to version 2.
--- What version 2 has besides, the setting of how long connection logs are kept,
--- the files before this one have made; what is left is the version.
+-- Brings a schema of version 1, which releases up to 0.2.0 made, to version 2. The
+-- files before this one have made what version 2 adds, the setting of how long
+-- connection logs are kept; what is left is the version.
 -- How to apply, and what versions are: see 10-ap-info.sql.
 
 SET NAMES latin1;

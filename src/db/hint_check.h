@@ -5,14 +5,7 @@
 #include "db/rows.h"
 
 // Checks of the hints that Connection::fetch_ahead gets. With AP_RUN_HINT_CHECKS, which the dev preset
-// sets, they come from kit/hint_check.cpp; elsewhere they cost nothing. AP_RUN_HINTS switches them:
-//
-//   verify       a query that was answered ahead is asked again where the answer is taken; a difference
-//                ends the process with the statement's text. For tests that run one hook at a time:
-//                another hook may change the answer meanwhile.
-//   none         hints are not followed
-//   count:FILE   FILE gets a line "<queries fetched ahead> <answers never taken>" when the process
-//                ends
+// sets, they come from kit/hint_check.cpp; elsewhere they cost nothing.
 
 namespace hint_check {
 

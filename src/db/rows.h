@@ -17,10 +17,10 @@ class Row {
   /// The text of a column, any bytes; none for SQL NULL or a column that is not there.
   std::optional<std::string_view> operator[](unsigned int column) const;
 
-  /// A copy of it.
+  /// A copy of the text; none as above.
   std::optional<std::string> text_or_none(unsigned int column) const;
 
-  /// The same, empty for none.
+  /// A copy of the text; empty for none.
   std::string text(unsigned int column) const { return std::string((*this)[column].value_or("")); }
 
   unsigned int columns() const { return row_.columns; }
@@ -32,7 +32,7 @@ class Row {
   MyRow row_;
 };
 
-/// The rows that a query returned, walked once with a range-for.
+/// The rows that a query returned, for one range-for.
 class Rows {
  public:
   /// Takes over `result`; null for a query that yielded no result set.
@@ -50,7 +50,7 @@ class Rows {
   /// The next row, or none at the end.
   std::optional<Row> next();
 
-  /// Has the walk begin anew.
+  /// Starts again from the first row.
   void rewind();
 
   class Iterator {

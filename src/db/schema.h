@@ -3,8 +3,8 @@
 #include "db/connection.h"
 #include "exported/names.h"
 
-// The databases and the tables whose names the program exports. Every statement names its database
-// explicitly, in front of the table and joined to it by a point.
+// The databases, and the tables whose names the program exports. Every statement names its database
+// explicitly.
 
 inline constexpr SqlName AP_INFO{"AP_INFO"};                // registry and SSID profiles
 inline constexpr SqlName AP_CLIENT{"AP_CLIENT"};            // stations, radios, blocks, mesh

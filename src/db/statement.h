@@ -10,13 +10,12 @@
 
 #include "values/format_place.h"
 
-// Statements, made from a literal as printf does, so that nothing from outside becomes syntax. The
-// literal is looked at while compiling: a "%s" between single quotes takes any text, which is
-// escaped; one outside of them takes only a name of ours or a text that is checked to be a number.
-// "%d" and "%u", with or without width, take integers. Anything else does not compile.
+// Statements, made from a printf-like literal, so that nothing from outside becomes syntax. The
+// literal is checked at compile time: a "%s" between single quotes takes any text, which is escaped;
+// one outside of them takes only a name of ours or a text that is checked to be a number. "%d" and
+// "%u", with or without width, take integers. Anything else does not compile.
 
-/// A name that the program itself puts into statements: of a database, a table or a column, or an
-/// operator.
+/// A name of ours in a statement: of a database, a table or a column, or an operator.
 class SqlName {
  public:
   consteval SqlName(const char* literal) : text_(literal) {}  // NOLINT: stands for its literal
@@ -66,7 +65,7 @@ struct SqlNumber {
   std::string_view text;
 };
 
-/// A statement, or a piece of one. `sound` says that it may be sent: every value could be put in.
+/// A statement, or a piece of one. It may be sent when it is `sound`: every value could be put in.
 struct Statement {
   std::string text;
   bool sound = true;
@@ -93,7 +92,7 @@ consteval Kind kind_of() {
   }
 }
 
-/// A value on its way into a statement; a view of it, for the duration of the call.
+/// A view of a value for a statement, for the duration of the call.
 struct Argument {
   Kind kind = Kind::text;
   std::string_view text;
@@ -123,7 +122,7 @@ struct Argument {
   }
 };
 
-/// Throws why a value of that kind cannot go into the place, which ends the compiling. `quoted`:
+/// Throws why a value of that kind does not fit the place; at compile time that is an error. `quoted`:
 /// between single quotes.
 constexpr void expect_fit(Kind kind, const FormatPlace& place, bool quoted) {
   const bool is_number = kind == Kind::signed_number || kind == Kind::unsigned_number;
@@ -149,7 +148,7 @@ constexpr void expect_fit(Kind kind, const FormatPlace& place, bool quoted) {
   }
 }
 
-/// Throws why values of these kinds cannot go into `literal`.
+/// Throws why values of these kinds do not fit `literal`.
 template <std::size_t count>
 constexpr void expect_fit(std::string_view literal, const std::array<Kind, count>& kinds) {
   std::size_t used = 0;

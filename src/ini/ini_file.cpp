@@ -23,8 +23,7 @@ extern "C" {
 
 namespace {
 
-/// How much iniparser gets at a time. Setting a key, it walks all keys of the dictionary; with 200
-/// or so of them that costs no more than reading the lines.
+/// How much iniparser gets at a time: some 200 keys, which cost no more than reading the lines.
 constexpr std::size_t kLeastBytes = 4'096;
 constexpr std::size_t kMostBytes = 16'384;  // of a section that is longer than any real one
 
@@ -45,7 +44,7 @@ class Descriptor {
   int number_;
 };
 
-/// Where the library's complaints go while a text is loaded; it hands its callback no place for them.
+/// Where the library's complaints go while a text is loaded; its callback gets no context.
 std::string* complaints = nullptr;
 
 __attribute__((format(printf, 1, 2))) int complain(const char* format, ...) {
@@ -87,8 +86,8 @@ class Loader {
                             write(piece.text, piece.header.size());
     errno = 0;
     dictionary* values = is_written ? iniparser_load(name_.c_str()) : nullptr;
-    // To iniparser, a read error is the end of the file. The allocator may leave ENOMEM where it has
-    // found memory in another way.
+    // iniparser takes a read error for the end of the file. The allocator may leave ENOMEM although it
+    // has found memory in another way.
     if (values != nullptr && errno != 0 && errno != ENOMEM) {
       complain("%s cannot be read: %s", name_.c_str(), std::strerror(errno));
       iniparser_freedict(std::exchange(values, nullptr));

@@ -13,8 +13,7 @@ std::string_view stripped(std::string_view line) {
              : line.substr(first, line.find_last_not_of(kBlanks) - first + 1);
 }
 
-/// Takes the next line from `text`, joined as iniparser joins it: what ends with a backslash goes on in
-/// the line after it.
+/// Takes the next line from `text`, joined as iniparser joins lines that end with a backslash.
 std::string_view take_line(std::string_view& text, std::string& joined) {
   joined.clear();
   bool continued = true;
@@ -35,8 +34,8 @@ bool names_section(std::string_view line) {
   return line.size() >= 2 && line.front() == '[' && line.back() == ']';
 }
 
-/// Whether a section begins with the line whatever was before it. One that begins with "[]" has
-/// iniparser 4.1 shorten the name of the section before.
+/// Whether the line begins a section, whatever was before it. "[]" makes iniparser 4.1 shorten the name
+/// of the section before.
 bool begins_section(std::string_view line) {
   return names_section(line) && line[1] != ']';
 }

@@ -5,12 +5,12 @@
 
 #include "platform/text.h"
 
-/// Removes the file of the formatted path; a missing file is no error. Returns 0, or -1 when the
-/// file is still there.
+/// Removes the file of the formatted path. Returns 0, also for a missing file, or -1 when the file is
+/// still there, which is reported.
 int my_rm(const char* format, ...) AP_PRINTF(1, 2);
 
-/// Makes `link_path` a symbolic link to `target`. Returns 0, or -1 (for example when something of
-/// that name exists).
+/// Makes `link_path` a symbolic link to `target`. Returns 0, or -1, as when something of that name
+/// exists.
 int my_symlink(const std::string& target, const std::string& link_path);
 
 /// Whether `path` names a regular file; symbolic links are followed.
@@ -19,5 +19,5 @@ bool isRegularFile(const std::string& path);
 /// Whether `path` names a directory; symbolic links are followed.
 bool isDirectory(const std::string& path);
 
-/// When the file was made or last written anew, in seconds since the epoch; -1 for no file.
+/// When the file was made or last written, in seconds since the epoch; -1 for no file.
 std::int64_t my_file_create_time(const std::string& path);

@@ -2,9 +2,8 @@
 
 #include "platform/text.h"
 
-/// Runs a firewall command. `mode` is 4; the formatted text holds "=> " with the command line
-/// after it, and says before it who calls. The command line is split at its blanks and run without
-/// a shell, its output discarded; it is waited for, and tried again while another firewall
-/// command is at work, for up to 2 seconds in all that the process does. Returns its exit status, or
-/// -1 when it could not be run, the mode is another or the text holds no "=> ".
+/// Runs a firewall command and waits for it. `mode` is 4; the formatted text names the caller, then has
+/// "=> " and the command line, which is split at its blanks and run without a shell, its output
+/// discarded. While another firewall command is at work it is tried again, for up to 2 seconds per
+/// process. Returns its exit status, or -1 when it could not be run, for another mode, or without "=> ".
 int my_iptables(int mode, const char* format, ...) AP_PRINTF(2, 3);

@@ -13,7 +13,7 @@ struct MailRecord {
 /// An opened mail record; the platform's own.
 struct MailHandle;
 
-/// The settings service as an object with its operations, in the order in which they are used.
+/// The settings service; its operations are used in this order.
 struct MailSettings {
   void (*initialise)(MailRecord& record);
   void (*initialise_record)(MailRecord& record, int reserved);
@@ -22,15 +22,15 @@ struct MailSettings {
   void (*release)(MailHandle* handle);
 };
 
-/// The settings service, which stays the platform's; null when there is none.
+/// The settings service, which belongs to the platform; null when there is none.
 MailSettings* setting_register();
 void setting_unregister(MailSettings* settings);
 
-/// Sends one mail. `to` is the recipient; subject and body are texts of any bytes, which cannot add
-/// a header. The plain Debian platform takes `field1` for the sender. The numbers are 0. `field1`,
-/// `field5`, `field6` and `field2` are those of the mail record, `field5` and `field6` none when
-/// unset. Lines of the body end in CR LF, or line feeds; what the mail program gets ends in line
-/// feeds. Returns 0 when the mail program took the message, else -1; waits 10 seconds at most.
+/// Sends one mail to `to`. Subject and body are texts of any bytes, which cannot add a header; lines of
+/// the body end in CR LF or line feeds, and reach the mail program with line feeds. The fields are those
+/// of the mail record, `field5` and `field6` none when unset; the plain Debian platform takes `field1`
+/// for the sender. The numbers are 0. Returns 0 when the mail program took the message, else -1; waits
+/// 10 seconds at most.
 int my_buildMailAndSend(int reserved1, const std::string& field1, const std::string& to,
                         int reserved2, const std::string& subject, const std::string& body,
                         int reserved3, int reserved4, const std::optional<std::string>& field5,

@@ -14,7 +14,7 @@ struct PortRecord {
 /// The record of system port `port`, counted from 1; none when the port has no record.
 std::optional<PortRecord> interface_read_shm(int port);
 
-/// The body of a scan announcement for `text`: printable, without blanks; none when it cannot be
-/// made. What it looks like is the appliance's affair. The plain Debian platform enciphers nothing:
-/// its body is the text's bytes as hexadecimal digits ("scan" gives "7363616e").
+/// The body of a scan announcement for `text`, in the appliance's own form: printable, without blanks;
+/// none when it cannot be made. The plain Debian platform enciphers nothing: its body has the text's
+/// bytes as hexadecimal digits ("scan" gives "7363616e").
 std::optional<std::string> my_cgi_encrypt_BigEndian(std::string_view text);

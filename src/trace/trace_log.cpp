@@ -19,8 +19,7 @@ void append_to_switch_file(const TraceSite& site, const std::string& message) {
   if (site.key == nullptr || std::strchr(site.key, '/') != nullptr) {
     return;
   }
-  // Without O_CREAT the switch stays the administrator's, even when it is removed meanwhile. A pipe
-  // that nobody reads must not hold us up.
+  // Without O_CREAT: only the administrator makes the file. A pipe that nobody reads must not block us.
   const std::string path = M("%s/%s", paths::kTraces, site.key);
   const int file = open(path.c_str(), O_RDWR | O_APPEND | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
   if (file < 0) {

@@ -6,38 +6,33 @@
 
 namespace {
 
-constexpr std::string_view kHexDigits = "0123456789ABCDEF";
-constexpr unsigned char kFirstPrintable = 0x20;
-constexpr unsigned char kDelete = 0x7F;
+bool is_control(char letter) {
+  const auto byte = static_cast<unsigned char>(letter);
+  return byte < 0x20 || byte == 0x7F;
+}
 
 /// `text` with control bytes shown, but for those in `kept`.
 std::string visible(std::string_view text, std::string_view kept) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
   std::string shown;
   shown.reserve(text.size());
   for (const char letter : text) {
-    const auto byte = static_cast<unsigned char>(letter);
-    const bool is_control = byte < kFirstPrintable || byte == kDelete;
-    if (!is_control || kept.find(letter) != std::string_view::npos) {
+    if (!is_control(letter) || kept.find(letter) != std::string_view::npos) {
       shown += letter;
     } else {
-      shown.append("\\x").append(1, kHexDigits[byte / 16]).append(1, kHexDigits[byte % 16]);
+      const auto byte = static_cast<unsigned char>(letter);
+      shown.append("\\x").append(1, kDigits[byte / 16]).append(1, kDigits[byte % 16]);
     }
   }
   return shown;
 }
 
-bool is_control(std::string_view letter) {
-  const auto first = static_cast<unsigned char>(letter[0]);
-  return first < kFirstPrintable || first == kDelete ||
-         (first == 0xC2 && static_cast<unsigned char>(letter[1]) < 0xA0);
-}
-
+/// A range of first bytes, and that of the second bytes which excludes overlong forms, surrogates and
+/// what is above U+10FFFF.
 struct Lead {
-  unsigned char first, last;  // range of first bytes
+  unsigned char first, last;
   std::size_t length;
-  unsigned char second_from,
-      second_to;  // range of second bytes, without overlong forms, surrogates
-                  // and what is beyond 10FFFF
+  unsigned char second_from, second_to;
 };
 
 constexpr Lead kLeads[] = {
@@ -60,9 +55,10 @@ std::string printable_text(std::string_view text) {
   while (!text.empty()) {
     const std::size_t length = utf8_length(text);
     const std::string_view letter = text.substr(0, std::max<std::size_t>(length, 1));
-    result += length == 0 || is_control(letter)
-                  ? M("\\x%02x", static_cast<unsigned char>(letter.back()))
-                  : std::string(letter);
+    const bool is_escaped = length == 0 || is_control(letter[0]) ||
+                            (letter[0] == '\xC2' && letter[1] < '\xA0');  // U+0080 to U+009F
+    result +=
+        is_escaped ? M("\\x%02x", static_cast<unsigned char>(letter.back())) : std::string(letter);
     text.remove_prefix(letter.size());
   }
   return result;
