@@ -163,7 +163,7 @@ void Replay::show(const SavedReport& report, std::size_t number) {
 void Replay::run(int rounds) {
   // A single report of each AP says little: at the first round the APs do not know each other yet.
   const int silent = rounds > 0 ? rounds - 1 : reports_.size() == aps_.size() ? 1 : 0;
-  std::printf("%zu reports of %zu APs%s\n", reports_.size(), aps_.size(),
+  std::printf("Reports: %zu, APs: %zu%s\n", reports_.size(), aps_.size(),
               silent > 0 ? "; shown is the last round, when the APs know each other" : "");
   for (int round = 0; round < silent; ++round) {
     for (const SavedReport& report : reports_) {
