@@ -39,11 +39,11 @@ bool left_alone(int ap) {
 }
 
 std::string command_of(int ap) {
-  return kit::content(command_slot(ap_mac(ap)));
+  return kit::content(command_slot(ap_mac(ap), CommandSlot::ordinary));
 }
 
 void fetch_command(int ap) {
-  unlink(command_slot(ap_mac(ap)).c_str());
+  unlink(command_slot(ap_mac(ap), CommandSlot::ordinary).c_str());
 }
 
 void fetch_all_commands(const std::stop_token& stop) {

@@ -128,7 +128,7 @@ void explain_power(const Findings& found, Lines& lines) {
           M("power up: the APs that hear it do so below %d dBm", limits::kAutoRfSignal));
       break;
     case PowerStep::none:
-      lines.push_back(found.hearing->at_all == 0
+      lines.push_back(!found.hearing->at_all
                           ? "power stays: nobody hears it"
                           : M("power stays: it is heard at %d dBm, not above and not below",
                               limits::kAutoRfSignal));

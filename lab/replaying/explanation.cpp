@@ -68,7 +68,7 @@ Story read_trace(const std::vector<kit::TraceLine>& trace) {
     } else if (operation == "update_ap_client_db" && message.starts_with("INSERT")) {
       ++story.new_stations;
     } else if (operation == "isWeakness" && message.starts_with("(2/2)")) {
-      story.found.hearing.emplace().at_all = 1;
+      story.found.hearing.emplace().at_all = true;
     } else if (operation == "report_load") {
       story.problem = message;
     } else {
@@ -93,8 +93,7 @@ void read_command(const Command& command, const Sections& report, Findings& foun
     found.hearing.reset();
   } else if (command.type != kReleaseAll) {
     const bool is_heard = found.hearing || command.auto_rf;
-    found.hearing = Hearing{command.auto_rf == -1 ? 1U : 0U, is_heard ? 1U : 0U,
-                            command.auto_rf == 1 ? 1U : 0U};
+    found.hearing = Hearing{command.auto_rf == -1, is_heard, command.auto_rf == 1};
   }
 }
 

@@ -26,11 +26,6 @@ constexpr std::int64_t kAbandonedAfter = 60;  // seconds; writing takes millisec
 /// its slot, EEXIST while another command is there.
 using Ending = int;
 
-std::string slot_path(const std::string& mac, CommandSlot slot) {
-  return M("%s/%s%s%s", paths::kCommands, kSlotPrefix, mac.c_str(),
-           slot == CommandSlot::download ? kDownloadEnding : "");
-}
-
 /// The path at which this process writes. The controller ignores it: only names of commands begin with
 /// the prefix.
 std::string own_path() {
@@ -76,7 +71,7 @@ void report_lost(const Ap& ap, const std::string& slot, Ending ending, Remedy re
 
 /// Queues what `text` returns, which is called for each attempt. Whether it has been queued.
 bool queue(Ap& ap, CommandSlot slot, Remedy remedy, const std::function<std::string()>& text) {
-  const std::string path = slot_path(ap.mac, slot);
+  const std::string path = command_slot(ap.mac, slot);
   Ending ending = EEXIST;
   for (int attempt = 0; attempt < kSlotPatience && ending == EEXIST; ++attempt) {
     ending = take_slot(path, text());
@@ -93,8 +88,9 @@ bool queue(Ap& ap, CommandSlot slot, Remedy remedy, const std::function<std::str
 
 }  // namespace
 
-std::string command_slot(const std::string& mac) {
-  return slot_path(mac, CommandSlot::ordinary);
+std::string command_slot(const std::string& mac, CommandSlot slot) {
+  return M("%s/%s%s%s", paths::kCommands, kSlotPrefix, mac.c_str(),
+           slot == CommandSlot::download ? kDownloadEnding : "");
 }
 
 void ap_conf_set(Ap& ap, const std::string& content, CommandSlot slot, Remedy remedy) {
@@ -105,7 +101,7 @@ void ap_conf_set(Ap& ap, const std::string& content, CommandSlot slot, Remedy re
 }
 
 void command_reboot(const Ap& ap) {
-  const std::string slot = command_slot(ap.mac);
+  const std::string slot = command_slot(ap.mac, CommandSlot::ordinary);
   const Ending ending =
       write_command("[command]\ntype=" + number_of(CommandType::reboot) + "\n",
                     [&](const char* from) { return std::rename(from, slot.c_str()); });

@@ -26,8 +26,8 @@ inline constexpr const char* kDownloadEnding = ".update";
 /// A command is lost when its slot stays taken for this long, in seconds.
 inline constexpr int kSlotPatience = 15;
 
-/// The path of the AP's slot for ordinary commands.
-std::string command_slot(const std::string& mac);
+/// The path of a slot of the AP.
+std::string command_slot(const std::string& mac, CommandSlot slot);
 
 /// Queues `content`, lines of "key=value\n" without the head line, in a slot of the AP. The written
 /// text is traced. `remedy`: whether the AP's next report makes up for a command that is lost.

@@ -12,26 +12,22 @@
 
 namespace {
 
-constexpr std::streamsize kLongestLine = 254;
-
-/// The first bytes of a file of a process; empty when the process has gone.
-std::string first_bytes(const std::string& path) {
-  std::string bytes(kLongestLine, '\0');
-  std::ifstream file(path);
-  file.read(bytes.data(), kLongestLine);
-  bytes.resize(static_cast<std::size_t>(file.gcount()));
-  return bytes;
-}
+constexpr std::size_t kLongestLine = 254;
 
 /// The command line of process `id`, a blank after each word, up to a line feed; empty when it is no
 /// update tool or has ended.
 std::string tool_command_line(const std::string& id) {
-  if (first_bytes(M("/proc/%s/comm", id.c_str())) != "wum\n") {
+  std::string name;
+  std::ifstream name_file(M("/proc/%s/comm", id.c_str()));
+  if (!std::getline(name_file, name, '\0') || name != "wum\n") {
     return "";
   }
-  std::string line = first_bytes(M("/proc/%s/cmdline", id.c_str()));
+  std::string line;
+  std::ifstream line_file(M("/proc/%s/cmdline", id.c_str()));
+  std::getline(line_file, line);
+  line.resize(std::min(line.size(), kLongestLine));
   std::replace(line.begin(), line.end(), '\0', ' ');
-  return line.substr(0, std::min(line.find('\n'), line.size()) + 1);
+  return line;
 }
 
 }  // namespace

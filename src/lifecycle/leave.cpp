@@ -63,5 +63,5 @@ void ap_down_record(Ap& ap) {
     record_leave(ap);
     forget_reports(ap);
   }
-  my_rm("%s", command_slot(ap.mac).c_str());
+  my_rm("%s", command_slot(ap.mac, CommandSlot::ordinary).c_str());
 }

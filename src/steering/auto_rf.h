@@ -1,15 +1,14 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 
 #include "db/ap.h"
 
-/// How the other APs hear an AP: whether (1) or not (0) at least one hears it so.
+/// How the other APs hear an AP: whether at least one hears it so.
 struct Hearing {
-  std::uint64_t strongly = 0;  // above the level
-  std::uint64_t at_all = 0;
-  std::uint64_t weakly = 0;  // below the level
+  bool strongly = false;  // above the level
+  bool at_all = false;
+  bool weakly = false;  // below the level
 };
 
 /// How an AP is to change its radio power: the value of the "autoRF" line.

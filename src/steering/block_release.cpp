@@ -114,8 +114,7 @@ std::string ap_release_block_rule(Ap& ap, Findings& found) {
     stations[i].keeper = keeper_of(ap, stations[i]);
     if (stations[i].keeper == 0) {
       ap_block_remove_client(ap, stations[i].mac, kOperation);
-      lines.add(stations[i].mac);
-      ap.db.note(Step(kOperation, "(2/2) "), "@@ %s", lines.text().c_str());
+      lines.add(stations[i].mac, ap.db, Step(kOperation, "(2/2) "));
     }
   }
   return lines.text();

@@ -97,7 +97,6 @@ void fetch_ahead(Ap& ap, std::span<const Candidate> candidates) {
 /// Refuses the station, with a line, if another AP would serve it and no AP refuses it yet.
 void consider(Ap& ap, int ret, const Candidate& candidate, NumberedLines& lines,
               Findings& findings) {
-  const Step second(kSnrStage, "(2/2) ");
   const std::string& mac = candidate.client.mac;
   Findings::Candidate& found = findings.candidates.emplace_back(
       Findings::Candidate{mac, candidate.client.rssi, 0, Findings::Fate::no_neighbour});
@@ -116,8 +115,7 @@ void consider(Ap& ap, int ret, const Candidate& candidate, NumberedLines& lines,
     if (!is_refused && ap_block_add(ap.db, ap.sn, candidate.client)) {
       is_refused = true;
       found.fate = Findings::Fate::refused;
-      lines.add(mac);
-      ap.db.note(second, "@@ %s", lines.text().c_str());
+      lines.add(mac, ap.db, Step(kSnrStage, "(2/2) "));
     }
   }
 }
@@ -136,8 +134,7 @@ std::string ap_block_idle_rule(Ap& ap, int ret, Findings& found) {
     const auto& [mac, idle] =
         found.kicks.emplace_back(Findings::Kick{row.text(0), row.number(kIdleColumn)});
     ap.db.note(step, "%s has been idle for %d seconds", mac.c_str(), idle);
-    lines.add(mac);
-    ap.db.note(step, "@@ %s", lines.text().c_str());
+    lines.add(mac, ap.db, step);
   }
   return lines.text();
 }

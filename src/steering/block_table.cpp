@@ -67,7 +67,7 @@ void ap_block_remove(Ap& ap, Quiet quiet, const char* caller) {
   if (quiet == Quiet::yes) {
     return;
   }
-  if (access(command_slot(ap.mac).c_str(), F_OK) == 0) {
+  if (access(command_slot(ap.mac, CommandSlot::ordinary).c_str(), F_OK) == 0) {
     ap.give_connection_back();  // the child will wait for the slot
   }
   const std::string command =

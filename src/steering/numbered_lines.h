@@ -2,15 +2,17 @@
 
 #include <string>
 
-#include "platform/text.h"
+#include "db/connection.h"
 
 /// Lines of an AP's command, "<key><number>=<value>", numbered from 0 without gaps.
 class NumberedLines {
  public:
   explicit NumberedLines(const char* key) : key_(key) {}
 
-  void add(const std::string& value) {
+  /// Adds a line, and traces all lines so far.
+  void add(const std::string& value, const Connection& db, const Step& step) {
     text_ = my_string(std::move(text_), "%s%d=%s\n", key_, count_++, value.c_str());
+    db.note(step, "@@ %s", text_.c_str());
   }
 
   int count() const { return count_; }

@@ -47,11 +47,11 @@ TEST(Demand, MovesWhatTheNeighboursCanTakeOrTheEvenShare) {
 }
 
 TEST(AutoRf, PowerGoesDownForTheLoudAndUpForTheFaint) {
-  const std::pair<Hearing, PowerStep> cases[] = {{{1, 1, 1}, PowerStep::down},
-                                                 {{1, 1, 0}, PowerStep::down},
-                                                 {{0, 1, 1}, PowerStep::up},
-                                                 {{0, 1, 0}, PowerStep::none},
-                                                 {{0, 0, 0}, PowerStep::none}};
+  const std::pair<Hearing, PowerStep> cases[] = {{{true, true, true}, PowerStep::down},
+                                                 {{true, true, false}, PowerStep::down},
+                                                 {{false, true, true}, PowerStep::up},
+                                                 {{false, true, false}, PowerStep::none},
+                                                 {{}, PowerStep::none}};
   for (const auto& [hearing, step] : cases) {
     EXPECT_EQ(power_step(hearing), step);
   }
