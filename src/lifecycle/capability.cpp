@@ -24,7 +24,7 @@ constexpr std::size_t kMostDigits = 18;  // of a number, which is not quoted in 
 
 /// The list of an AP that cannot raise its power.
 constexpr std::string_view kNoHighPower = "0,0,0,0,0,0";
-/// What the registry has for "cannot".
+/// The registry's value for an ability that the AP lacks.
 constexpr const char* kUnable = "-1";
 
 /// A part of a band with power and channel lists of its own: the endings of their keys and columns.

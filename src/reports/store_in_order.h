@@ -12,23 +12,21 @@
 #include "platform/text.h"
 #include "values/mac_address.h"
 
-/// How many of `records`, from the first on, may be looked up ahead together; at least one if there
-/// are any. Storing a record changes what is found under its MAC, so the MACs of a batch are distinct.
-/// A text that is no MAC is looked up alone: the server may compare it equal to another.
+/// How many of `records`, at least one, may be looked up ahead together, from the first on. Storing a
+/// record changes what is found under its MAC, so the MACs of a batch are distinct. A text that is no
+/// MAC is looked up alone: the server may compare it equal to another.
 template <typename Record, typename MacOf>
 std::size_t count_together(std::span<const Record> records, MacOf mac_of) {
-  const std::size_t most = std::min(records.size(), kMostSentAhead);
   std::set<std::string> seen;
-  for (std::size_t count = 0; count < most; ++count) {
-    const std::string& mac = std::invoke(mac_of, records[count]);
-    if (!is_mac(mac)) {
-      return std::max<std::size_t>(count, 1);
-    }
-    if (!seen.insert(my_tolower(mac)).second) {
-      return count;
-    }
+  const auto is_new_mac = [&](const std::string& mac) {
+    return is_mac(mac) && seen.insert(my_tolower(mac)).second;
+  };
+  const std::size_t most = std::min(records.size(), kMostSentAhead);
+  std::size_t count = 0;
+  while (count < most && is_new_mac(std::invoke(mac_of, records[count]))) {
+    ++count;
   }
-  return most;
+  return std::max<std::size_t>(count, 1);
 }
 
 /// Calls `store` for each record, in order, and `fetch_ahead` in front of each batch of them, with a

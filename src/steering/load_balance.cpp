@@ -103,12 +103,10 @@ bool ap_release_rule(Ap& ap, int profile) {
   return blocks.count() > 0;
 }
 
-/// Makes the query for who hears, or is heard on, an SSID.
-using HearingQuery = Query (*)(const Step& step, int sn, const std::string& ssid);
-
-/// Whether, for an SSID that the AP broadcasts, it holds blocks and the query finds nobody; `found`
-/// gets the SSID. The trace shows it as `operation`.
-bool check(Ap& ap, const char* operation, HearingQuery hearing_query, Findings& found) {
+/// Whether, for an SSID that the AP broadcasts, it holds blocks and the query that `hearing_query` makes
+/// finds nobody; `found` gets the SSID. The trace shows it as `operation`.
+template <typename HearingQuery>
+bool check(Ap& ap, const char* operation, Findings& found, HearingQuery hearing_query) {
   const Step second(operation, "(2/2) ");
   Rows own = ap.db.ask_noting_none(
       query(Step(operation, "(1/2) "),
@@ -117,11 +115,11 @@ bool check(Ap& ap, const char* operation, HearingQuery hearing_query, Findings& 
   for (const Row& row : own) {
     const std::string& ssid = ssids.emplace_back(row.text(0));
     ap.db.fetch_ahead(profile_sn_query(ssid));
-    ap.db.fetch_ahead(hearing_query(second, ap.sn, ssid));
+    ap.db.fetch_ahead(hearing_query(second, SqlText::escaped_or_empty(ssid)));
   }
   for (const std::string& ssid : ssids) {
     const int profile = get_profile_sn_by_ssid(ap.db, ssid);
-    const Rows hearing = ap.db.ask(hearing_query(second, ap.sn, ssid));
+    const Rows hearing = ap.db.ask(hearing_query(second, SqlText::escaped_or_empty(ssid)));
     if (hearing.count() > 0) {
       ap.db.note(second, "no matched.");
     } else if (hearing && ap_release_rule(ap, profile)) {
@@ -132,44 +130,42 @@ bool check(Ap& ap, const char* operation, HearingQuery hearing_query, Findings& 
   return false;
 }
 
-Query heard_by_others(const Step& step, int sn, const std::string& ssid) {
-  return query(step,
-               "SELECT `essid` FROM `%s`.`legal` WHERE `ap`=%d AND `refer_ap`!=0 AND `essid`='%s'",
-               AP_CLIENT, sn, SqlText::escaped_or_empty(ssid));
-}
-
-Query heard_by_itself(const Step& step, int sn, const std::string& ssid) {
-  return query(step,
-               "SELECT `essid` FROM `%s`.`legal` WHERE `refer_ap`=%d AND `essid`='%s' AND "
-               "CAST(`signal` AS SIGNED) > %d",
-               AP_CLIENT, sn, SqlText::escaped_or_empty(ssid), limits::kKeepSignal);
-}
-
 /// Whether all blocks of the AP must go, because stations that it refuses may find no other AP: for one
 /// of its SSIDs it holds blocks, and no other AP hears it there (the SSID rule), or it hears none above
 /// -75 dBm itself (the signal rule).
 bool must_release_all(Ap& ap, Findings& found) {
-  found.is_heard_by_nobody = check(ap, "ap_release_ssid_rule", heard_by_others, found);
+  const auto heard_by_others = [&](const Step& step, const SqlText& ssid) {
+    return query(
+        step, "SELECT `essid` FROM `%s`.`legal` WHERE `ap`=%d AND `refer_ap`!=0 AND `essid`='%s'",
+        AP_CLIENT, ap.sn, ssid);
+  };
+  const auto heard_by_itself = [&](const Step& step, const SqlText& ssid) {
+    return query(step,
+                 "SELECT `essid` FROM `%s`.`legal` WHERE `refer_ap`=%d AND `essid`='%s' AND "
+                 "CAST(`signal` AS SIGNED) > %d",
+                 AP_CLIENT, ap.sn, ssid, limits::kKeepSignal);
+  };
+  found.is_heard_by_nobody = check(ap, "ap_release_ssid_rule", found, heard_by_others);
   if (found.is_heard_by_nobody) {
     return true;
   }
   ap.look_up();
-  return check(ap, "ap_release_signal_rule", heard_by_itself, found);
+  return check(ap, "ap_release_signal_rule", found, heard_by_itself);
 }
 
 /// The lines for an AP that serves `amount` stations; none when all its blocks must go.
 std::string balance(Ap& ap, int amount, Findings& found) {
-  found.release_all = amount == kLoneClient;
-  if (found.release_all) {
+  if (amount == kLoneClient) {
     ap.db.note(Step(kOperation), "%s ==>amount:%d <= %d matched, Need To Release All Block",
                ap.mac.c_str(), amount, kLoneClient);
+    found.release_all = true;
     return "";
   }
   std::string lines = amount > limits::kClientQuota ? relieve(ap, amount, found) : "";
-  found.release_all = must_release_all(ap, found);
-  if (found.release_all) {
+  if (must_release_all(ap, found)) {
     ap.db.note(Step(kOperation),
                "%s ==>ssid rule OR signal rule matched, Need To Release All Block", ap.mac.c_str());
+    found.release_all = true;
     return "";
   }
   return lines;
