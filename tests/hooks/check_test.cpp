@@ -162,6 +162,16 @@ TEST_F(Check, NamesWhatIsWrongWithTheDatabase) {
   EXPECT_EQ(findings(), Found{"binlog-format"});
   EXPECT_EQ(run_hook({"ap-up", kAddress, kMac}), 0);
   EXPECT_NE(content("/recorded/syslog").find("1665"), std::string::npos) << "it says so itself";
+  disconnect_database();
+  kit::run({"lab-db-stop"});
+  kit::run({"sh", "-c", "ulimit -n 1024 && exec lab-db-start --max-connections=30"});
+  sql("INSERT INTO AP_INFO.ap_list (MAC) SELECT seq FROM AP_INFO.seq_1_to_300");
+  EXPECT_EQ(findings(), Found{}) << "by itself the server keeps within its limit";
+  sql("INSERT INTO AP_INFO.ap_list (MAC) VALUES ('one more')");
+  sql("SET GLOBAL table_open_cache=500");
+  EXPECT_EQ(findings(), (Found{"connections-few", "files-few"}));
+  sql("DELETE FROM AP_INFO.ap_list");
+  disconnect_database();
   kit::run({"lab-db-stop"});
   kit::run({"lab-db-start"});
 }
