@@ -36,11 +36,8 @@ int my_iptables(int mode, const char* format, ...) {
   va_start(values, format);
   const std::optional<std::string> text = my_format(format, values);
   va_end(values);
-  if (mode != kRunTextAfterArrow || !text) {
-    return -1;
-  }
-  const std::size_t arrow = text->find(kArrow);
-  if (arrow == std::string::npos) {
+  const std::size_t arrow = text ? text->find(kArrow) : std::string::npos;
+  if (mode != kRunTextAfterArrow || arrow == std::string::npos) {
     return -1;
   }
   std::istringstream line(text->substr(arrow + kArrow.size()));

@@ -15,7 +15,7 @@ void my_syslog(const std::string& line) {
     int number = 0;
     const char* last = line.data() + end;
     const auto [stop, error] = std::from_chars(line.data() + 1, last, number);
-    if (error == std::errc() && stop == last && stop != line.data() + 1) {
+    if (error == std::errc() && stop == last) {
       priority = number;
       start = end + 1;
     }

@@ -27,21 +27,17 @@ namespace {
 constexpr std::size_t kLeastBytes = 4'096;
 constexpr std::size_t kMostBytes = 16'384;  // of a section that is longer than any real one
 
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
+struct Descriptor {
+  int number;
+
+  explicit Descriptor(int opened) : number(opened) {}
   ~Descriptor() {
-    if (number_ >= 0) {
-      close(number_);
+    if (number >= 0) {
+      close(number);
     }
   }
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
-
-  int number() const { return number_; }
-
- private:
-  int number_;
 };
 
 /// Where the library's complaints go while a text is loaded; its callback gets no context.
@@ -63,7 +59,7 @@ class Loader {
  public:
   explicit Loader(std::string& complaint)
       : file_(memfd_create("ini", MFD_CLOEXEC)),
-        name_("/proc/self/fd/" + std::to_string(file_.number())) {
+        name_("/proc/self/fd/" + std::to_string(file_.number)) {
     complaints = &complaint;
     iniparser_set_error_callback(complain);
   }
@@ -79,10 +75,10 @@ class Loader {
   /// The dictionary of a piece, or null.
   dictionary* load(const IniPiece& piece) const {
     const auto write = [&](std::string_view text, std::size_t at) {
-      return pwrite(file_.number(), text.data(), text.size(), static_cast<off_t>(at)) ==
+      return pwrite(file_.number, text.data(), text.size(), static_cast<off_t>(at)) ==
              static_cast<ssize_t>(text.size());
     };
-    const bool is_written = ftruncate(file_.number(), 0) == 0 && write(piece.header, 0) &&
+    const bool is_written = ftruncate(file_.number, 0) == 0 && write(piece.header, 0) &&
                             write(piece.text, piece.header.size());
     errno = 0;
     dictionary* values = is_written ? iniparser_load(name_.c_str()) : nullptr;
@@ -181,13 +177,13 @@ std::optional<std::string> read_regular_file(const std::string& path, std::size_
   const Descriptor file(
       open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | no_links));
   struct stat info {};
-  if (file.number() < 0 || fstat(file.number(), &info) != 0 || !S_ISREG(info.st_mode)) {
+  if (file.number < 0 || fstat(file.number, &info) != 0 || !S_ISREG(info.st_mode)) {
     return std::nullopt;
   }
   std::string text(std::min(static_cast<std::size_t>(info.st_size), most + 1), '\0');
   std::size_t size = 0;
   while (size < text.size()) {
-    const ssize_t got = read(file.number(), text.data() + size, text.size() - size);
+    const ssize_t got = read(file.number, text.data() + size, text.size() - size);
     if (got > 0) {
       size += static_cast<std::size_t>(got);
     } else if (got == 0) {
