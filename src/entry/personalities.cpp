@@ -79,8 +79,10 @@ void down(const Arguments& arguments) {
 void history(const Arguments& /*arguments*/) {}  // trace lines only
 
 void command(const Arguments& arguments) {
-  const auto& [program, type, first, second, third] = arguments;
-  switch (static_cast<CommandType>(decimal(type))) {
+  const char* const first = arguments[2];
+  const char* const second = arguments[3];
+  const char* const third = arguments[4];
+  switch (static_cast<CommandType>(decimal(arguments[1]))) {
     case CommandType::report:
       for_ap(third, {"report dropped", Remedy::next_report},
              [&](Ap& ap) { report_cycle(ap, first, second); });
