@@ -23,6 +23,7 @@ foreach(name ap-up ap-down ap-history ap-command)
   install(FILES ${packaging}/${name}.8.gz DESTINATION ${manual}/man8)
 endforeach()
 install(FILES ${packaging}/changelog.gz packaging/copyright docs/formats.md docs/installing.md docs/operating.md
+              docs/reliability.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES packaging/user.sql packaging/uninstall.sql DESTINATION ${CMAKE_INSTALL_DATADIR}/ap-run/admin)
 install(FILES packaging/completion.bash DESTINATION share/bash-completion/completions RENAME ap-show)
