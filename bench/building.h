@@ -10,6 +10,9 @@
 // A building full of APs, as the program sees it: the settings and profiles that it finds, and the
 // controller that brings reports and fetches commands.
 
+/// The AP whose hooks are measured.
+constexpr int kAp = 1;
+
 /// Empties the tables, has the SSIDs of the reports as profiles, and load balancing and auto-RF on.
 void move_out(Server& server);
 

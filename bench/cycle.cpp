@@ -13,7 +13,6 @@ namespace {
 
 using kit::format;
 
-constexpr int kAp = 1;
 constexpr const char* kStatements = "/tmp/bench-statements";
 constexpr const char* kTracedStatements = "/tmp/bench-traced-statements";
 constexpr const char* kCounts = "/tmp/bench-counts";

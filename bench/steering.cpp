@@ -7,8 +7,6 @@
 namespace {
 
 constexpr int kRounds = 5;
-constexpr int kAp = 1;
-
 /// `near` of the heard APs are above -70 dBm.
 struct Pass {
   int aps, stations, near;

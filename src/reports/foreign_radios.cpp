@@ -16,7 +16,7 @@
 namespace {
 
 constexpr const char* kWithdrawing = "delete_ap_illegal_table";
-constexpr const char* kStoring = "update_ap_legal_table_for_refer";
+constexpr const char* kStoringForeign = "update_ap_legal_table_for_refer";
 constexpr int kMostRounds = 10;
 
 /// While it lives, this process alone changes the lists, so that APs that hear the same radios and
@@ -211,6 +211,6 @@ void store_foreign_radios(Connection& db, int sn, std::span<const cell_record* c
     parts.back().push_back(cell);
   }
   if (!parts.empty()) {
-    in_rounds(db, kStoring, [&](int /*round*/) { return store_all(db, sn, parts); });
+    in_rounds(db, kStoringForeign, [&](int /*round*/) { return store_all(db, sn, parts); });
   }
 }

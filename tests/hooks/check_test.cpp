@@ -1,6 +1,5 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
-#include <set>
 
 #include "support/appliance.h"
 
@@ -24,18 +23,6 @@ class Check : public HookTest {
 kit::Output check(Words words) {
   words.insert(words.begin(), "ap-check");
   return kit::output_of(words);
-}
-
-using Found = std::set<std::string>;
-
-/// The names of the findings.
-Found findings() {
-  Found found;
-  const json report = json::parse(check({"--json"}).text);
-  for (const json& finding : report["findings"]) {
-    found.insert(finding["name"]);
-  }
-  return found;
 }
 
 TEST_F(Check, FindsNothingInAHealthyAppliance) {

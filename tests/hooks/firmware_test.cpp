@@ -41,7 +41,7 @@ void set_ap(const std::string& assignments) {
   sql("UPDATE AP_INFO.ap_list SET " + assignments);
 }
 
-std::string state() {
+std::string update_state() {
   return sql_rows("SELECT action, Status, IP, fw_upgrade FROM AP_INFO.ap_list").front();
 }
 
@@ -71,7 +71,7 @@ TEST_F(Firmware, ACapableApIsOfferedFilesForDownload) {
   support_downloads();
   EXPECT_EQ(run_hook(kBringImage), 0);
   EXPECT_EQ(offer_of("ap-2.1.bin"), offer("3", kImage, kAddress));
-  EXPECT_EQ(state(), "2|0|0.0.0.0|" + kImage);
+  EXPECT_EQ(update_state(), "2|0|0.0.0.0|" + kImage);
   const Lines trace = trace_of(kMac);
   ASSERT_EQ(trace.size(), 11U);
   EXPECT_TRUE(trace[0].starts_with("get_ap_name_by_mac: ")) << trace[0];
@@ -88,7 +88,7 @@ TEST_F(Firmware, ACapableApIsOfferedFilesForDownload) {
   set_ap("IP='10.0.0.9'");
   EXPECT_EQ(run_hook({"ap-command", "3", "/firmware/next/ap-2.1.bin", kMac}), 0);
   EXPECT_EQ(offer_of("ap-2.1.bin"), offer("3", kImage, "10.0.0.9")) << "the link stays";
-  EXPECT_EQ(state(), "2|0|0.0.0.0|/firmware/next/ap-2.1.bin");
+  EXPECT_EQ(update_state(), "2|0|0.0.0.0|/firmware/next/ap-2.1.bin");
   set_ap("fw_upgrade=''");
   EXPECT_EQ(run_hook(kCheck), 0);
   EXPECT_EQ(offer_of(kSyncName), offer("8", kSync, kAddress));
@@ -118,7 +118,7 @@ TEST_F(Firmware, AnotherApGetsItsImageThroughTheToolAndAfterThatItsSyncFile) {
   for (const char* nothing : {"/firmware", "/firmware/gone.bin", ""}) {
     EXPECT_EQ(run_hook({"ap-command", "3", nothing, kMac}), 0);
   }
-  EXPECT_EQ(state(), "0|1|" + kAddress + "|");
+  EXPECT_EQ(update_state(), "0|1|" + kAddress + "|");
 
   set_ap("fw_upgrade='" + kImage + "'");
   write_file("/recorded/wum.behaviour", "sleep 1.5\n");
@@ -133,13 +133,13 @@ TEST_F(Firmware, AnotherApGetsItsImageThroughTheToolAndAfterThatItsSyncFile) {
   EXPECT_EQ(hook.finish().status, 0);
   EXPECT_GT(steady_clock::now() - asleep, seconds(1)) << "it was not waited for";
   EXPECT_EQ(trace_of(kMac).back(), "command: /usr/sbin/wum " + kTool + " -f " + kImage);
-  EXPECT_EQ(state(), "2|0|0.0.0.0|" + kImage);
+  EXPECT_EQ(update_state(), "2|0|0.0.0.0|" + kImage);
   EXPECT_EQ(controller_calls(), Lines{"AH_deleteRelative " + kMac});
 
   fs::remove(kImage);
   write_file("/recorded/wum.behaviour", "sleep 30\n");
   EXPECT_EQ(run_hook(kCheck), 0);
-  EXPECT_EQ(state(), "0|0|0.0.0.0|");
+  EXPECT_EQ(update_state(), "0|0|0.0.0.0|");
   ASSERT_TRUE(eventually([] { return calls_of("wum").size() == 2; }));
   EXPECT_EQ(calls_of("wum"), (Lines{kTool + " -f " + kImage, kTool + " -i " + kSync + " -t 8"}));
   EXPECT_EQ(trace_of(kMac).back(),
@@ -155,14 +155,14 @@ TEST_F(Firmware, APendingImageSurvivesARejoinAndIsThenOffered) {
   EXPECT_EQ(run_hook(kBringImage), 0);
   write_file("/database/ap/info/" + kMac, "[SYSTEM]\nwget_update=1\n");
   EXPECT_EQ(run_hook({"ap-up", "10.0.0.9", kMac}), 0);
-  EXPECT_EQ(state(), "2|0|10.0.0.9|" + kImage);
+  EXPECT_EQ(update_state(), "2|0|10.0.0.9|" + kImage);
   EXPECT_EQ(run_hook({"ap-command", "8", "10.0.0.9", kMac}), 0);
   EXPECT_EQ(offer_of("ap-2.1.bin"), offer("3", kImage, "10.0.0.9"));
-  EXPECT_EQ(state(), "2|0|0.0.0.0|" + kImage);
+  EXPECT_EQ(update_state(), "2|0|0.0.0.0|" + kImage);
   fs::remove(kImage);
   fs::remove(slot_of(kMac));
   EXPECT_EQ(run_hook({"ap-up", "10.0.0.9", kMac}), 0);
-  EXPECT_EQ(state(), "0|1|10.0.0.9|");
+  EXPECT_EQ(update_state(), "0|1|10.0.0.9|");
 }
 
 TEST_F(Firmware, WithoutAnAddressTheToolDoesTheWork) {
@@ -202,7 +202,7 @@ TEST_F(Firmware, APathIsOneArgumentAndRunsNothing) {
   EXPECT_EQ(calls_of("wum"), (Lines{tool, tool})) << "no line of a command can hold its name";
   EXPECT_EQ(trace_of(kMac).back(),
             "command: /usr/sbin/wum " + kTool + " -f " + visible_text(hostile));
-  EXPECT_EQ(state(), "2|0|0.0.0.0|" + hostile);
+  EXPECT_EQ(update_state(), "2|0|0.0.0.0|" + hostile);
   EXPECT_FALSE(exists("/tmp/run"));
 }
 

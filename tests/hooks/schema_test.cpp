@@ -1,11 +1,8 @@
 #include <algorithm>
 #include <filesystem>
-#include <nlohmann/json.hpp>
 #include <thread>
 
 #include "support/appliance.h"
-
-using nlohmann::json;
 
 namespace {
 
@@ -44,15 +41,6 @@ Lines databases(const std::string& prefix) {
                   prefix + "%' ORDER BY 1");
 }
 
-Lines findings() {
-  const json report = json::parse(kit::output_of({"ap-check", "--json"}).text);
-  Lines names;
-  for (const json& finding : report["findings"]) {
-    names.push_back(finding["name"]);
-  }
-  return names;
-}
-
 class Schema : public HookTest {};
 
 TEST_F(Schema, TheFirstVersionIsBroughtUpToDateAndKeepsItsRows) {
@@ -70,20 +58,20 @@ TEST_F(Schema, TheFirstVersionIsBroughtUpToDateAndKeepsItsRows) {
   };
   const Lines before = rows();
   configure("[settings]\n121 = 134\n126 = 134\n");
-  EXPECT_EQ(findings(), Lines{"schema-old"});
+  EXPECT_EQ(findings(), Found{"schema-old"});
 
   apply("/source/schema/*.sql");
   EXPECT_EQ(before.size(), 1U);
   EXPECT_EQ(rows(), before);
   sql("DROP TABLE AP_CLIENT.old_AP_007");
   EXPECT_EQ(definitions(), fresh);
-  EXPECT_EQ(findings(), Lines{});
+  EXPECT_EQ(findings(), Found{});
 
   sql("UPDATE AP_INFO.connection_log SET days_kept=30");
   sql("ALTER TABLE AP_INFO.ap_list COMMENT='schema version 3'");
   apply("/source/schema/*.sql");
   EXPECT_EQ(sql_rows("SELECT * FROM AP_INFO.connection_log"), Lines{"30"});
-  EXPECT_EQ(findings(), Lines{"schema-newer"});
+  EXPECT_EQ(findings(), Found{"schema-newer"});
   sql("UPDATE AP_INFO.connection_log SET days_kept=0");
   sql("ALTER TABLE AP_INFO.ap_list COMMENT='one row per AP ever registered; schema version 2'");
   EXPECT_EQ(definitions(), fresh);
@@ -149,7 +137,7 @@ TEST_F(Schema, TheShippedUserSufficesAndNothingIsLeftOfBoth) {
   std::filesystem::remove(slot_of(kMac));
   EXPECT_EQ(run_hook({"ap-down", kMac}), 0);
   EXPECT_EQ(content("/recorded/syslog"), "") << "nothing is refused";
-  EXPECT_EQ(findings(), Lines{});
+  EXPECT_EQ(findings(), Found{});
 
   apply("/source/packaging/uninstall.sql");
   EXPECT_EQ(databases("AP\\_"), Lines{});

@@ -308,15 +308,15 @@ TEST_F(Sections, DeadlocksAreMadeUpFor) {
 }
 
 TEST_F(Sections, ApsThatScanAtOnceKeepEachOthersEntries) {
-  constexpr int kAps = 6;
+  constexpr int kScanners = 6;
   std::mt19937 random(1);
-  for (int ap = 1; ap <= kAps; ++ap) {
+  for (int ap = 1; ap <= kScanners; ++ap) {
     register_ap(20 + ap, M("00:11:22:33:55:%02X", ap), "many");
   }
   for (int round = 0; round < 6; ++round) {
     std::vector<kit::Child> processes;
     Lines expected;
-    for (int ap = 1; ap <= kAps; ++ap) {
+    for (int ap = 1; ap <= kScanners; ++ap) {
       std::string cells;
       Lines radios;
       for (char radio = 'a'; radio <= 'z'; ++radio) {

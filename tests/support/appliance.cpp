@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <regex>
 #include <thread>
@@ -176,4 +177,13 @@ void HookTest::TearDown() {
   const bool is_whole = extent != nullptr && std::string_view(extent) == "all";
   std::cout << "Run it alone:  " << (is_whole ? "AP_RUN_WEATHER=all " : "") << "tests/run "
             << full_name(test) << "\nIts files:     " << kept << " below the kept directory\n";
+}
+
+Found findings() {
+  Found found;
+  const auto report = nlohmann::json::parse(kit::output_of({"ap-check", "--json"}).text);
+  for (const auto& finding : report["findings"]) {
+    found.insert(finding["name"]);
+  }
+  return found;
 }

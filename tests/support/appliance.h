@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -98,3 +99,8 @@ class HookTest : public testing::Test {
   void SetUp() override;
   void TearDown() override;
 };
+
+using Found = std::set<std::string>;
+
+/// The names of what ap-check finds.
+Found findings();

@@ -390,7 +390,7 @@ int shell(const std::string& line) {
   return std::system(line.c_str());
 }
 
-pid_t server() {
+pid_t server_process() {
   return std::atoi(content("/run/mysqld/mysqld.pid").c_str());
 }
 
@@ -486,23 +486,23 @@ constexpr const char* kMount = "nothing can be mounted";
 
 const State kStates[] = {
     {"absent", 5, true, [] { shell("lab-db-stop"); }, nullptr, start_again},
-    {"nobody listening", 5, true, [] { kill(server(), SIGKILL); }, nullptr, start_again},
-    {"silent", 6, false, [] { kill(server(), SIGSTOP); }, nullptr, [] { kill(server(), SIGCONT); },
-     Harm::some, kStop},
+    {"nobody listening", 5, true, [] { kill(server_process(), SIGKILL); }, nullptr, start_again},
+    {"silent", 6, false, [] { kill(server_process(), SIGSTOP); }, nullptr,
+     [] { kill(server_process(), SIGCONT); }, Harm::some, kStop},
     {"frozen within", 22, false, slow_registry,
      [] {
        wait_for_sleeper();
-       kill(server(), SIGSTOP);
+       kill(server_process(), SIGSTOP);
      },
      [] {
-       kill(server(), SIGCONT);
+       kill(server_process(), SIGCONT);
        quick_registry();
      },
      Harm::some, kStop},
     {"killed within", 8, true, slow_registry,
      [] {
        wait_for_sleeper();
-       kill(server(), SIGKILL);
+       kill(server_process(), SIGKILL);
      },
      [] {
        start_again();
@@ -743,8 +743,9 @@ double crowd_with_radios(bool are_shared) {
       line.note(usage);
     }
   }
-  line.lines = static_cast<int>(complaints().size());
-  EXPECT_EQ(line.lines, 0);
+  const Lines told = complaints();
+  EXPECT_EQ(told, Lines{});
+  line.lines = static_cast<int>(told.size());
   return watch.ms() / 1000.0;
 }
 
