@@ -74,6 +74,7 @@ struct Shortening {
 /// Writes the lists that are left, one by one.
 std::vector<Shortening> shorten_as_read(Connection& db, const std::vector<Shared>& radios) {
   std::vector<Shortening> sent;
+  sent.reserve(radios.size());
   const Turn turn(db);
   for (const Shared& radio : radios) {
     sent.push_back({db.attempt(Step(kWithdrawing, "(3/3) "),
